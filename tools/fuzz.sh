@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets with clang into build-fuzz/ and runs each for
+# the given number of seconds (default 600). tools/test.sh runs it with 30.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+seconds=${1:-600}
+"$root/tools/install-deps.sh"
+cmake -S "$root" -B "$root/build-fuzz" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DCMAKE_CXX_COMPILER=clang++ -DORVALIS_FUZZ=ON -DORVALIS_GUI=OFF -DORVALIS_TESTS=OFF >/dev/null
+cmake --build "$root/build-fuzz" -j2
+for target in "$root"/build-fuzz/tests/fuzz/fuzz_*; do
+  [[ -x "$target" ]] || continue
+  name=$(basename "$target")
+  corpus="$root/build-fuzz/corpus/$name"
+  mkdir -p "$corpus"
+  dirs=("$corpus")
+  [[ -d "$root/tests/fuzz/seeds/$name" ]] && dirs+=("$root/tests/fuzz/seeds/$name")
+  echo "fuzzing $name for ${seconds}s"
+  "$target" -max_total_time="$seconds" -max_len=4096 -rss_limit_mb=1024 -timeout=5 \
+    "${dirs[@]}" >"$root/build-fuzz/$name.log" 2>&1 \
+    || { tail -40 "$root/build-fuzz/$name.log"; exit 1; }
+  tail -1 "$root/build-fuzz/$name.log"
+done

@@ -1,0 +1,7 @@
+#!/usr/bin/env bash
+# Builds everything and runs the whole test suite, then the bounded fuzz runs.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+"$root/tools/build.sh"
+(cd "$root/build" && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j2)
+"$root/tools/fuzz.sh" 30
