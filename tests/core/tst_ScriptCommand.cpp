@@ -1,9 +1,10 @@
+#include "CParse.h"
 #include "CParseCommand.h"
 #include "CScriptCommand.h"
+#include "ResourceIds.h"
 
 #include <QTest>
 
-#include <climits>
 #include <stdexcept>
 
 namespace {
@@ -32,6 +33,7 @@ private Q_SLOTS:
     void unknownCommandLeavesOutput();
     void changeCharacterOutsideFails_data();
     void changeCharacterOutsideFails();
+    void commandTableEntriesAreUsable();
     void parse_data();
     void parse();
 };
@@ -236,6 +238,27 @@ void tst_ScriptCommand::changeCharacterOutsideFails()
     QVERIFY_THROWS_EXCEPTION(std::invalid_argument,
                              CScriptCommand::Execute(command, input, output));
     QCOMPARE(output, QByteArray("unchanged"));
+}
+
+// The editor page shows these entries and inserts their examples: every
+// example must be a command this executor knows.
+void tst_ScriptCommand::commandTableEntriesAreUsable()
+{
+    for (int id = IDS_CMD_FIRST; id < IDS_CMD_FIRST + IDS_CMD_COUNT; ++id) {
+        QByteArray name, syntax, example, description;
+        CParse().SplitResource(id, name, syntax, example, description);
+        QVERIFY2(!description.isEmpty(), name.constData());
+        QVERIFY(syntax.startsWith(name + '('));
+        QVERIFY(example.startsWith(name + '('));
+        QByteArray first("unset");
+        CParse("(").GetFirstToken(example, first);
+        QCOMPARE(first, name);
+        // A known command on a string with a space, a tab and an 'a'
+        // changes it (an unknown one would leave the marker text).
+        QByteArray output("marker");
+        QCOMPARE(CScriptCommand::Execute(example, QByteArray(" a\tb  c"), output), 1);
+        QVERIFY2(output != "marker", example.constData());
+    }
 }
 
 void tst_ScriptCommand::parse_data()
