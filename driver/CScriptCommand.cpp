@@ -228,6 +228,53 @@ CArguments ReadArguments(int command, const QByteArray& argumentText)
     return args;
 }
 
+QByteArray ChangeCharacterAt(const QByteArray& s, qint64 position, char character)
+{
+    if (position < 0 || position >= s.size())
+        throw std::invalid_argument("ChangeCharacter: position " + std::to_string(position)
+                                    + " is outside the string of length "
+                                    + std::to_string(s.size()));
+    QByteArray result = s;
+    result[qsizetype(position)] = character;
+    return result;
+}
+
+QByteArray Replaced(QByteArray s, char from, char to)
+{
+    return s.replace(from, to);
+}
+
+QByteArray WithoutSpaces(QByteArray s)
+{
+    return s.replace(" ", "");
+}
+
+// The result of one command on s; throws before anything is written.
+QByteArray Perform(int command, const CArguments& args, const QByteArray& s)
+{
+    const qint64 length = s.size();
+    const qint64 slot0 = args.slots[0];
+    const qint64 slot1 = args.slots[1];
+    switch (command) {
+    case ChangeCharacter:
+        return ChangeCharacterAt(s, slot0, char(slot1));
+    case ChangeCharacters:
+        return Replaced(s, char(slot0), char(slot1));
+    case ChangeSpaces:
+        return ReplaceSpaceRuns(s, args.text);
+    case InsertCharacter:
+        return First(s, slot0) + char(slot1) + Last(s, length - slot0);
+    case RemoveCharacters:
+        return slot0 == kEsc ? RemoveEscapeSequences(s, slot1) : RemoveAt(s, slot0, slot1);
+    case SkipCharacters:
+        return Last(s, length - slot0);
+    case TrimAll:
+        return WithoutSpaces(s);
+    default:
+        return WithoutLeadingWhiteSpace(s);
+    }
+}
+
 } // namespace
 
 int CScriptCommand::Execute(const QByteArray& command, const QByteArray& input, QByteArray& output)
@@ -238,49 +285,6 @@ int CScriptCommand::Execute(const QByteArray& command, const QByteArray& input, 
     const int id = FindCommand(command.left(open));
     if (id < 0)
         return 1;
-    const CArguments args = ReadArguments(id, command.mid(open + 1));
-    const QByteArray& s = input;
-    const qint64 length = s.size();
-    const qint64 slot0 = args.slots[0];
-    const qint64 slot1 = args.slots[1];
-    switch (id) {
-    case ChangeCharacter: {
-        if (slot0 < 0 || slot0 >= length)
-            throw std::invalid_argument("ChangeCharacter: position " + std::to_string(slot0)
-                                        + " is outside the string of length "
-                                        + std::to_string(length));
-        QByteArray result = s;
-        result[qsizetype(slot0)] = char(slot1);
-        output = result;
-        break;
-    }
-    case ChangeCharacters: {
-        QByteArray result = s;
-        result.replace(char(slot0), char(slot1));
-        output = result;
-        break;
-    }
-    case ChangeSpaces:
-        output = ReplaceSpaceRuns(s, args.text);
-        break;
-    case InsertCharacter:
-        output = First(s, slot0) + char(slot1) + Last(s, length - slot0);
-        break;
-    case RemoveCharacters:
-        output = slot0 == kEsc ? RemoveEscapeSequences(s, slot1) : RemoveAt(s, slot0, slot1);
-        break;
-    case SkipCharacters:
-        output = Last(s, length - slot0);
-        break;
-    case TrimAll: {
-        QByteArray result = s;
-        result.replace(" ", "");
-        output = result;
-        break;
-    }
-    case TrimLeft:
-        output = WithoutLeadingWhiteSpace(s);
-        break;
-    }
+    output = Perform(id, ReadArguments(id, command.mid(open + 1)), input);
     return 1;
 }
