@@ -3,15 +3,12 @@
 #include "CCodePage.h"
 
 #include <QIODevice>
-#include <QLoggingCategory>
 #include <QtEndian>
 
 #include <algorithm>
 #include <limits>
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcArchive, "orvalis.driver")
 
 // Object tags of the MFC scheme.
 constexpr quint16 NullTag = 0x0000;
@@ -68,7 +65,6 @@ void CArchive::Abort(const CArchiveException& error)
         m_bHasError = true;
         m_strErrorReason = error.Reason();
         m_nErrorOffset = error.Offset();
-        qCDebug(lcArchive) << "archive closed at byte" << m_nErrorOffset << m_strErrorReason;
     }
     m_bClosed = true;
 }
@@ -110,7 +106,7 @@ void CArchive::WriteBytes(const char* data, qint64 size)
     const qint64 written = m_pDevice->write(data, size);
     if (written != size) {
         const qint64 at = m_nPosition + std::max<qint64>(0, written);
-        Fail(QStringLiteral("cannot write (%1)").arg(m_pDevice->errorString()), at);
+        Fail(m_pDevice->errorString(), at);
     }
     m_nPosition += size;
 }
