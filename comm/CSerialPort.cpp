@@ -1,5 +1,7 @@
 #include "CSerialPort.h"
 
+#include "CComm.h"
+
 // The kernel's termios2 (TCGETS2/TCSETS2) carries any baud rate; glibc's
 // <termios.h> must not be included next to it.
 #include <asm/termbits.h>
@@ -120,8 +122,8 @@ void MakeRaw(termios2& tio)
     tio.c_cc[VTIME] = 0;
 }
 
-// The line fields that must read back as they were set.
-constexpr tcflag_t LineFlags = CSIZE | PARENB | PARODD | CMSPAR | CSTOPB | CRTSCTS;
+// The character format and handshake bits of c_cflag.
+constexpr tcflag_t LineFlagMask = CSIZE | PARENB | PARODD | CMSPAR | CSTOPB | CRTSCTS;
 
 } // namespace
 
@@ -211,6 +213,25 @@ bool CSerialPort::GetState(CDeviceControlBlock& dcb)
     return true;
 }
 
+CSerialPort::LineFlags CSerialPort::TermiosFlags(const CDeviceControlBlock& dcb)
+{
+    LineFlags flags;
+    flags.cflag = SizeFlag(dcb.ByteSize) | ParityFlags(dcb.Parity) | CREAD | CLOCAL;
+    if (dcb.StopBits != CDeviceControlBlock::OneStopBit)
+        flags.cflag |= CSTOPB;
+    if (dcb.fOutxCtsFlow || dcb.fRtsControl == CDeviceControlBlock::RtsHandshake)
+        flags.cflag |= CRTSCTS;
+    if (dcb.fParity && dcb.Parity != CDeviceControlBlock::NoParity)
+        flags.iflag |= INPCK;
+    if (dcb.fOutX)
+        flags.iflag |= IXON;
+    if (dcb.fInX)
+        flags.iflag |= IXOFF;
+    flags.xon = std::uint8_t(dcb.XonChar);
+    flags.xoff = std::uint8_t(dcb.XoffChar);
+    return flags;
+}
+
 bool CSerialPort::SetState(const CDeviceControlBlock& dcb, QString* error)
 {
     const QString device = QString::fromLocal8Bit(m_strPath);
@@ -219,13 +240,11 @@ bool CSerialPort::SetState(const CDeviceControlBlock& dcb, QString* error)
         *error = QStringLiteral("Cannot read the line settings of %1: %2").arg(device, SystemError(errno));
         return false;
     }
-    const unsigned size = SizeFlag(dcb.ByteSize);
-    const unsigned parity = ParityFlags(dcb.Parity);
-    if (size == ~0u) {
+    if (SizeFlag(dcb.ByteSize) == ~0u) {
         *error = QStringLiteral("%1: %2 data bits are not possible").arg(device).arg(dcb.ByteSize);
         return false;
     }
-    if (parity == ~0u) {
+    if (ParityFlags(dcb.Parity) == ~0u) {
         *error = QStringLiteral("%1: parity code %2 is not possible").arg(device).arg(dcb.Parity);
         return false;
     }
@@ -234,29 +253,21 @@ bool CSerialPort::SetState(const CDeviceControlBlock& dcb, QString* error)
         *error = QStringLiteral("%1: 0 baud is not a rate").arg(device);
         return false;
     }
+    const LineFlags flags = TermiosFlags(dcb);
     MakeRaw(tio);
-    tio.c_cflag &= ~tcflag_t(CBAUD | CIBAUD | LineFlags);
     const unsigned code = CodeOfRate(dcb.BaudRate);
-    tio.c_cflag |= code | size | parity;
+    tio.c_cflag &= ~tcflag_t(CBAUD | CIBAUD | LineFlagMask);
+    tio.c_cflag |= code | flags.cflag;
+    tio.c_iflag |= flags.iflag;
     tio.c_ispeed = tio.c_ospeed = dcb.BaudRate;
-    if (dcb.StopBits != CDeviceControlBlock::OneStopBit)
-        tio.c_cflag |= CSTOPB;
-    if (dcb.fOutxCtsFlow || dcb.fRtsControl == CDeviceControlBlock::RtsHandshake)
-        tio.c_cflag |= CRTSCTS;
-    if (dcb.fParity && parity != 0)
-        tio.c_iflag |= INPCK;
-    if (dcb.fOutX)
-        tio.c_iflag |= IXON;
-    if (dcb.fInX)
-        tio.c_iflag |= IXOFF;
-    tio.c_cc[VSTART] = cc_t(dcb.XonChar);
-    tio.c_cc[VSTOP] = cc_t(dcb.XoffChar);
+    tio.c_cc[VSTART] = flags.xon;
+    tio.c_cc[VSTOP] = flags.xoff;
 
     if (ioctl(m_fd, TCSETS2, &tio) != 0) {
         *error = QStringLiteral("%1 refused the line settings (%2 baud): %3").arg(device).arg(dcb.BaudRate).arg(SystemError(errno));
         return false;
     }
-    // A driver that cannot do a setting keeps another one in silence.
+    // A driver that cannot do a rate runs at another one in silence.
     termios2 actual{};
     if (ioctl(m_fd, TCGETS2, &actual) != 0) {
         *error = QStringLiteral("Cannot read the line settings of %1: %2").arg(device, SystemError(errno));
@@ -264,15 +275,16 @@ bool CSerialPort::SetState(const CDeviceControlBlock& dcb, QString* error)
     }
     const unsigned actualRate = RateOf(actual);
     const bool rateKept = code != BOTHER ? (actual.c_cflag & CBAUD) == code
-                                         : actualRate * 100 >= dcb.BaudRate * 97ull && actualRate * 100 <= dcb.BaudRate * 103ull;
+                                         : actualRate * 100ull >= dcb.BaudRate * 97ull && actualRate * 100ull <= dcb.BaudRate * 103ull;
     if (!rateKept) {
         *error = QStringLiteral("%1 refused %2 baud (it runs at %3)").arg(device).arg(dcb.BaudRate).arg(actualRate);
         return false;
     }
-    if ((actual.c_cflag & LineFlags) != (tio.c_cflag & LineFlags)) {
-        *error = QStringLiteral("%1 refused the data bits, parity, stop bits or handshake").arg(device);
-        return false;
-    }
+    // Some drivers fix the character format (a pseudo-terminal always has 8
+    // data bits and no parity); the line works, so this is only noted.
+    if ((actual.c_cflag & LineFlagMask) != (tio.c_cflag & LineFlagMask))
+        qCInfo(lcComm) << device << "keeps its own character format: wanted flags" << Qt::oct
+                       << (tio.c_cflag & LineFlagMask) << "has" << (actual.c_cflag & LineFlagMask);
     return true;
 }
 

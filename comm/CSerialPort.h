@@ -34,6 +34,18 @@ public:
     // "Cannot open <path>: <reason>" with a hint for the usual causes.
     static QString OpenErrorText(const QByteArray& path, int error);
 
+    // The termios bits a block stands for, besides the speed: c_cflag
+    // (CSIZE, PARENB, PARODD, CMSPAR, CSTOPB, CRTSCTS, CREAD, CLOCAL),
+    // c_iflag (INPCK, IXON, IXOFF) and the XON/XOFF characters.
+    struct LineFlags
+    {
+        unsigned cflag = 0;
+        unsigned iflag = 0;
+        std::uint8_t xon = 0;
+        std::uint8_t xoff = 0;
+    };
+    static LineFlags TermiosFlags(const CDeviceControlBlock& dcb);
+
 private:
     struct ModemSnapshot
     {
