@@ -9,6 +9,8 @@
 #include <QRegularExpression>
 #include <QTemporaryFile>
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <thread>
 
@@ -54,6 +56,7 @@ private Q_SLOTS:
     void openErrorTexts_data();
     void openErrorTexts();
     void secondOpenerIsRefusedAsBusy();
+    void deviceWithoutPermissionNamesTheDialoutGroup();
     void carriesEveryByteBothWays_data();
     void carriesEveryByteBothWays();
     void notificationWaitsForTheAcknowledge();
@@ -286,6 +289,18 @@ void tst_CommChannel::secondOpenerIsRefusedAsBusy()
     QVERIFY(second.OpenPort(Line(pty.Path())));
 }
 
+void tst_CommChannel::deviceWithoutPermissionNamesTheDialoutGroup()
+{
+    if (geteuid() == 0)
+        QSKIP("root opens every device; the text itself is checked in openErrorTexts");
+    PtyPair pty;
+    QVERIFY(fchmod(pty.Slave(), 0) == 0);
+    CComm channel;
+    QCOMPARE(channel.OpenPort(Line(pty.Path())), 0);
+    QCOMPARE(channel.GetLastError(), QStringLiteral("Cannot open %1: Permission denied (is the user in the dialout group?)")
+                                         .arg(QString::fromLocal8Bit(pty.Path())));
+}
+
 void tst_CommChannel::carriesEveryByteBothWays_data()
 {
     QTest::addColumn<QByteArray>("bytes");
@@ -468,6 +483,16 @@ void tst_CommChannel::reopeningClosesFirst()
     QCOMPARE(LineBaudRate(pty.Slave()), 38400u);
     pty.Send("after");
     QVERIFY(owner.WaitForData(channel, 5));
+
+    // Opening the handle alone: the same connector, no reader.
+    channel.SetPortOpen(false);
+    channel.SetPortOpen(true);
+    QVERIFY(channel.IsPortOpen());
+    QVERIFY(!channel.IsReaderRunning());
+    pty.Send("quiet");
+    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == 5; }));
+    QCOMPARE(channel.GetInput(), QByteArray("quiet"));
+    QCOMPARE(owner.notifications.size(), 1);
 }
 
 void tst_CommChannel::peerHangingUpIsReportedOnceThenClosed()
