@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstring>
 #include <system_error>
 
 Q_LOGGING_CATEGORY(lcComm, "orvalis.comm")
@@ -147,8 +148,7 @@ bool CComm::OpenHandle()
     } else if (!name.CanOpen()) {
         error = QStringLiteral("Unknown connector \"%1\"").arg(text);
     } else if (name.IsUsb()) {
-        port = OpenUsbConverter(name.GetSerialNumber(), &error);
-        backend = dynamic_cast<CUsbPort*>(port.get()) != nullptr ? D2xxBackend : SerialPortBackend;
+        port = OpenUsbConverter(name.GetSerialNumber(), &backend, &error);
     } else {
         port = std::make_unique<CSerialPort>(name.GetDevicePath());
         if (!port->Open(&error))
@@ -177,11 +177,13 @@ bool CComm::OpenHandle()
 
 // The library when it is installed; otherwise the kernel's own driver of the
 // converter, found by its serial number.
-std::unique_ptr<CCommPort> CComm::OpenUsbConverter(const QByteArray& serialNumber, QString* error)
+std::unique_ptr<CCommPort> CComm::OpenUsbConverter(const QByteArray& serialNumber, Backend* backend, QString* error)
 {
     auto usb = std::make_unique<CUsbPort>(serialNumber);
+    *backend = D2xxBackend;
     if (usb->Open(error))
         return usb;
+    *backend = SerialPortBackend;
     if (!usb->LibraryUnavailable())
         return nullptr;
     const QByteArray device = CConnectorList::FindKernelDevice(serialNumber);
@@ -237,7 +239,11 @@ bool CComm::StartReader()
 // case the wake-up came before it started to wait.
 void CComm::StopReader()
 {
-    m_bStopping = true;
+    {
+        // Under the lock, so a reader about to wait for the owner sees it.
+        std::lock_guard lock(m_stateMutex);
+        m_bStopping = true;
+    }
     m_stateChanged.notify_all();
     m_pPort->Wake();
     if (!m_reader.joinable())
@@ -317,11 +323,8 @@ void CComm::Acknowledge()
     }
     m_stateChanged.notify_all();
     // The owner has seen the loss: the line is closed from here on.
-    if (closeNow) {
-        const QString reason = GetLastError();
+    if (closeNow)
         ClosePort();
-        SetLastError(reason);
-    }
 }
 
 quint16 CComm::GetInBufferCount()

@@ -135,7 +135,7 @@ public:
 
 private:
     bool OpenHandle();
-    std::unique_ptr<CCommPort> OpenUsbConverter(const QByteArray& serialNumber, QString* error);
+    std::unique_ptr<CCommPort> OpenUsbConverter(const QByteArray& serialNumber, Backend* backend, QString* error);
     void ClosePort();
     bool StartReader();
     void StopReader();
