@@ -90,8 +90,9 @@ bool CComm::IsFrom(const CCommEvent& event) const
 
 int CComm::OpenPort(const CCommParameter& parameters, bool /*unused*/)
 {
-    m_strConnector = parameters.GetConnector();
+    // Closed first: the reader of the line open now still reads the name.
     ClosePort();
+    m_strConnector = parameters.GetConnector();
     m_nConnector = parameters.m_nConnector;
     if (!OpenHandle())
         return 0;
