@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <ctime>
 #include <thread>
 
 namespace {
@@ -67,6 +68,8 @@ private Q_SLOTS:
     void reopeningClosesFirst();
     void peerHangingUpIsReportedOnceThenClosed();
     void hangUpWaitsForThePendingAcknowledge();
+    void waitingReaderUsesNoProcessor_data();
+    void waitingReaderUsesNoProcessor();
     void writingToAPeerThatNeverReadsIsBounded();
     void writesFromTwoThreadsStayWhole();
     void typedCharacters_data();
@@ -548,6 +551,45 @@ void tst_CommChannel::hangUpWaitsForThePendingAcknowledge()
     QVERIFY(channel.IsPortOpen());
     channel.Acknowledge();
     QVERIFY(!channel.IsPortOpen());
+}
+
+void tst_CommChannel::waitingReaderUsesNoProcessor_data()
+{
+    QTest::addColumn<QByteArray>("situation");
+    QTest::newRow("idle line") << QByteArray("idle");
+    QTest::newRow("bytes left unread by the owner") << QByteArray("unread");
+    QTest::newRow("hang-up not acknowledged yet") << QByteArray("hang-up");
+}
+
+void tst_CommChannel::waitingReaderUsesNoProcessor()
+{
+    QFETCH(QByteArray, situation);
+
+    PtyPair pty;
+    RecordingOwner owner;
+    owner.readData = false;
+    owner.autoAcknowledge = situation != "hang-up";
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+    if (situation == "unread") {
+        pty.Send("left");
+        QVERIFY(owner.WaitForCount(1));
+    } else if (situation == "hang-up") {
+        pty.CloseMaster();
+        QVERIFY(owner.WaitForCount(1));
+    }
+
+    auto cpuSeconds = [] {
+        timespec now{};
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+        return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
+    };
+    const double before = cpuSeconds();
+    QThread::msleep(400);
+    const double used = cpuSeconds() - before;
+    QVERIFY2(used < 0.05, qPrintable(QStringLiteral("%1 s of processor in 0.4 s").arg(used)));
+    QCOMPARE(owner.notifications.size(), situation == "idle" ? 0 : 1);
 }
 
 void tst_CommChannel::writingToAPeerThatNeverReadsIsBounded()
