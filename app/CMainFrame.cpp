@@ -120,6 +120,8 @@ CMainFrame::CMainFrame(QWidget* parent)
 
 CMainFrame::~CMainFrame()
 {
+    // Child windows still open are hidden while this window is torn down.
+    m_pMdiArea->disconnect(this);
     delete m_pKeyLocks;
 }
 
