@@ -341,13 +341,23 @@ bool CScriptPage::eventFilter(QObject* watched, QEvent* event)
     const Control control = ControlOf(watched);
     switch (event->type()) {
     case QEvent::FocusIn:
-        OnFocusIn(control);
-        break;
     case QEvent::FocusOut: {
-        // A drop-down list or another window taking the focus does not
-        // leave the control.
+        // A drop-down list or another window that takes the focus and gives
+        // it back to the same control neither leaves nor enters it: a
+        // command waiting to be committed stays pending.
         const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
-        if (reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason)
+        const bool passing = reason == Qt::PopupFocusReason || reason == Qt::ActiveWindowFocusReason;
+        if (event->type() == QEvent::FocusOut && passing) {
+            m_pFocusAway = watched;
+            break;
+        }
+        const bool returning = passing && watched == m_pFocusAway;
+        m_pFocusAway = nullptr;
+        if (returning)
+            break;
+        if (event->type() == QEvent::FocusIn)
+            OnFocusIn(control);
+        else
             OnFocusOut(control);
         break;
     }

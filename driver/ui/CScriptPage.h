@@ -119,6 +119,8 @@ private:
     int m_nCommandSelStart = 0;
     int m_nCommandSelLength = 0;
     bool m_bPending = false;
+    // The control that had the focus when a popup or another window took it.
+    QObject* m_pFocusAway = nullptr;
 
     QComboBox* m_pInput = nullptr;
     QLineEdit* m_pOutput = nullptr;

@@ -135,6 +135,7 @@ private Q_SLOTS:
     void previewShowsWhatTheWindowShows();
     void previewExplainsInvalidChangeCharacter();
     void buttonsAndPendingFollowTheFocus();
+    void pendingSurvivesAnotherWindow();
     void loadAndSaveRoundTrip();
     void editsStayOnThePageUntilSaved();
     void layoutShowsEveryControlWhole();
@@ -458,6 +459,26 @@ void tst_CScriptPage::buttonsAndPendingFollowTheFocus()
     p.ChooseInput(1);
     p.Focus(p.Sequence());
     QVERIFY(!p.Remove()->isEnabled()); // the sequence of "B" is empty
+}
+
+void tst_CScriptPage::pendingSurvivesAnotherWindow()
+{
+    Page p(MakeScript({ "A" }, { {} }));
+    QVERIFY(p.active);
+    p.DoubleClickRow(p.Commands(), p.CommandRow("ChangeSpaces"));
+    p.DoubleClickRow(p.ControlCodes(), 9); // <HT> over the selected "abc"
+    QCOMPARE(p.Command()->text(), QStringLiteral("ChangeSpaces(<HT>)"));
+    QVERIFY(p.page.IsPending());
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&other));
+    p.page.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&p.page));
+    QVERIFY(p.ControlCodes()->hasFocus());
+    QVERIFY(p.page.IsPending());
+    p.page.OnOK();
+    QCOMPARE(p.SavedSequence(0), QByteArrayList { "ChangeSpaces(<HT>)" });
 }
 
 void tst_CScriptPage::loadAndSaveRoundTrip()
