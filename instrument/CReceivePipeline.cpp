@@ -1,0 +1,354 @@
+#include "CReceivePipeline.h"
+
+#include "CByteSource.h"
+#include "CCellSink.h"
+#include "CCommandTarget.h"
+#include "CDriverParameter.h"
+#include "CPlaybackFile.h"
+#include "CScript.h"
+#include "CTerminalParameter.h"
+#include "CTextSink.h"
+
+#include <QLoggingCategory>
+#include <QThread>
+
+#include <stdexcept>
+
+namespace {
+
+Q_LOGGING_CATEGORY(lcPipeline, "orvalis.instrument")
+
+constexpr int NUL = 0;
+constexpr int BS = 8;
+constexpr int TAB = 9;
+constexpr int LF = 10;
+constexpr int CR = 13;
+
+// The discard events wait this long for the rest of the garbage to arrive.
+constexpr quint32 DiscardWaitMs = 20;
+// A pass ends after this many blocks even when data keeps coming, so the
+// window stays responsive; the channel reports the rest at once.
+constexpr int MaxBlocksPerPass = 256;
+
+int Signed(char byte)
+{
+    return int(static_cast<signed char>(byte));
+}
+
+bool NeedsEncoding(const QByteArray& text)
+{
+    for (const char byte : text) {
+        if (static_cast<unsigned char>(byte) < 32)
+            return true;
+    }
+    return false;
+}
+
+bool NeedsDecoding(const QByteArray& text)
+{
+    return text.contains('<') || text.contains('\0');
+}
+
+} // namespace
+
+CReceivePipeline::CReceivePipeline(const CScript& script, const CTerminalParameter& display,
+                                   const CDriverParameter& driver)
+    : m_script(script)
+    , m_display(display)
+    , m_driver(driver)
+    , m_sleep([](quint32 ms) { QThread::msleep(ms); })
+{
+}
+
+void CReceivePipeline::OnCommEvent()
+{
+    if (!m_pSource)
+        return;
+    const quint16 event = m_pSource->GetCommEvent();
+    if (event == CByteSource::EventDiscard || event == CByteSource::EventDiscardOther) {
+        m_sleep(DiscardWaitMs);
+        m_pSource->GetInput();
+        return;
+    }
+    if (event != CByteSource::EventReceive || m_pSource->GetInBufferCount() == 0)
+        return;
+    for (int blocks = 0; blocks < MaxBlocksPerPass; ++blocks) {
+        const QByteArray block = m_pSource->GetInput();
+        ReceiveBlock(block);
+        if (!m_strLine.isEmpty()) {
+            FlushLine();
+            return;
+        }
+        if (block.isEmpty())
+            return;
+    }
+}
+
+bool CReceivePipeline::PollInput()
+{
+    if (!m_pSource || m_pSource->GetInBufferCount() == 0)
+        return true;
+    for (;;) {
+        if (m_pumpEvents)
+            m_pumpEvents();
+        // The whole block is processed and counted: bytes that arrived
+        // between the count and the read are not lost.
+        const QByteArray block = m_pSource->GetInput();
+        m_nTotalBytes += block.size();
+        if (m_reportProgress)
+            m_reportProgress(m_nTotalBytes);
+        for (const char byte : block)
+            ProcessByte(byte, Mode::Polling);
+        if (block.isEmpty())
+            return true;
+    }
+}
+
+void CReceivePipeline::ReceiveBlock(const QByteArray& block)
+{
+    m_nTotalBytes += block.size();
+    if (m_reportProgress)
+        m_reportProgress(m_nTotalBytes);
+    const char* p = block.constData();
+    const char* const end = p + block.size();
+    while (p < end) {
+        // Runs of bytes that only pass through are handled in one go; every
+        // byte that can change state takes the full pipeline.
+        const char* run = p;
+        if (!m_script.m_bRegistered) {
+            while (run < end && !IsSpecialInPlainMode(*run))
+                ++run;
+            if (run != p) {
+                ProcessPlainRun(p, run);
+                p = run;
+                continue;
+            }
+        } else if (m_bInString) {
+            while (run < end && *run != '\0' && Signed(*run) != m_nEndChar)
+                ++run;
+            if (run != p) {
+                if (m_bDebugConnection)
+                    m_ReceivedBytes.append(p, run - p);
+                if (m_bMatched)
+                    AppendReceived(p, run - p);
+                p = run;
+                continue;
+            }
+        }
+        ProcessByte(*p++, Mode::Notification);
+    }
+}
+
+bool CReceivePipeline::IsSpecialInPlainMode(char byte) const
+{
+    const int c = Signed(byte);
+    return c == NUL || c == CR || c == LF || c == m_nEndChar;
+}
+
+void CReceivePipeline::ProcessPlainRun(const char* begin, const char* end)
+{
+    const qsizetype n = end - begin;
+    if (m_bDebugConnection)
+        m_ReceivedBytes.append(begin, n);
+    m_strLine.append(begin, n);
+    if (ExcelOn())
+        m_strExcel.append(begin, n);
+}
+
+void CReceivePipeline::ProcessByte(char byte, Mode mode)
+{
+    const int c = Signed(byte);
+    if (mode == Mode::Notification) {
+        if (c == NUL) {
+            --m_nTotalBytes;
+            return;
+        }
+        if (m_bDebugConnection)
+            m_ReceivedBytes.append(byte);
+    }
+    if (m_script.m_bRegistered) {
+        CollectScriptByte(byte, c, mode);
+        return;
+    }
+    QByteArray out(1, byte);
+    if (mode == Mode::Notification)
+        m_strLine.append(byte);
+    Deliver(c, out, false, mode);
+}
+
+void CReceivePipeline::CollectScriptByte(char byte, int c, Mode mode)
+{
+    if (!m_bInString) {
+        if (c == m_nEndChar)
+            return;
+        m_bInString = true;
+        m_strReceived.clear();
+        m_bReceivedTruncated = false;
+        m_strExcel.clear();
+        m_bMatched = m_script.MatchStart(c, m_nStartChar, m_nEndChar, m_nInputIndex);
+        if (m_bMatched)
+            m_strReceived.append(byte);
+        return;
+    }
+    if (m_bMatched)
+        AppendReceived(&byte, 1);
+    if (c == m_nEndChar)
+        CompleteString(c, mode);
+}
+
+void CReceivePipeline::AppendReceived(const char* bytes, qsizetype n)
+{
+    const qsizetype room = MaxStringLength - m_strReceived.size();
+    if (n > room && !m_bReceivedTruncated) {
+        m_bReceivedTruncated = true;
+        qCWarning(lcPipeline) << "received string longer than" << MaxStringLength
+                              << "bytes without its end character; the rest is not kept";
+    }
+    m_strReceived.append(bytes, qMin(n, qMax<qsizetype>(room, 0)));
+}
+
+void CReceivePipeline::CompleteString(int c, Mode mode)
+{
+    m_bInString = false;
+    m_bMatched = false;
+    if (m_nInputIndex > -1 && m_script.GetSequenceCount() > 0) {
+        QByteArray out = RunSequence(m_nInputIndex, m_strReceived);
+        // An empty result has no last character to decide by: the string
+        // is dropped and leaves no trace.
+        if (out.isEmpty())
+            return;
+        if (mode == Mode::Notification)
+            m_strLine = out;
+        Deliver(Signed(out.back()), out, true, mode);
+        return;
+    }
+    // An unmatched string: its bytes are gone, its end still counts.
+    QByteArray none;
+    Deliver(c, none, true, mode);
+}
+
+QByteArray CReceivePipeline::RunSequence(int index, QByteArray text) const
+{
+    try {
+        const int count = m_script.GetCommandCount(index);
+        for (int i = 0; i < count; ++i) {
+            const QByteArray input = text;
+            m_script.ExecuteCommand(m_script.GetCommand(index, i), input, text);
+        }
+    } catch (const std::invalid_argument& error) {
+        // The rest of the sequence is abandoned; the result so far is kept.
+        qCWarning(lcPipeline) << "script sequence" << index << "stopped:" << error.what();
+    }
+    return text;
+}
+
+void CReceivePipeline::Deliver(int c, QByteArray& out, bool scriptResult, Mode mode)
+{
+    if (ExcelOn()) {
+        if (scriptResult) {
+            m_strExcel = out;
+            WriteExcelCells();
+        } else if (c == CR || c == m_nEndChar) {
+            m_strExcel.append(char(c));
+            WriteExcelCells();
+        } else if (c != LF) {
+            m_strExcel.append(char(c));
+        }
+    }
+    const bool crlf = m_display.m_bReceiveCRLF;
+    if (mode == Mode::Polling) {
+        if (c == CR && crlf)
+            out.append('\n');
+        if (c == BS && m_pText)
+            m_pText->DeleteLastCharacter();
+        else
+            Show(out);
+    } else if (c == CR) {
+        if (crlf) {
+            out.append('\n');
+            m_strLine.append('\n');
+        }
+        FlushLine();
+    } else if (c == m_nEndChar) {
+        FlushLine();
+    }
+    if (c == CR && crlf)
+        c = LF;
+    if (c == LF && m_pPlayback && m_pPlayback->IsOpen())
+        SendNextPlaybackLine();
+}
+
+bool CReceivePipeline::ExcelOn() const
+{
+    return m_pCells && m_driver.m_bExcel;
+}
+
+void CReceivePipeline::FlushLine()
+{
+    Show(m_strLine);
+    m_strLine.clear();
+}
+
+void CReceivePipeline::Show(QByteArray& text)
+{
+    // The conversions are skipped where they would change nothing.
+    if (m_display.m_bShowControlChars) {
+        if (NeedsEncoding(text))
+            m_parse.EncodeControlCodes(text);
+    } else if (NeedsDecoding(text)) {
+        m_parse.DecodeControlCodes(text);
+    }
+    if (!text.isEmpty() && m_pText)
+        m_pText->AppendBytes(text);
+}
+
+void CReceivePipeline::WriteExcelCells()
+{
+    m_parse.DecodeControlCodes(m_strExcel);
+    QByteArray cell;
+    // A CR empties m_strExcel, which ends the walk; text after the last TAB
+    // stays for the next walk.
+    for (qsizetype i = 0; i < m_strExcel.size(); ++i) {
+        const char byte = m_strExcel.at(i);
+        if (byte == TAB) {
+            m_pCells->PutCell(m_nExcelRow, m_nExcelColumn, cell);
+            ++m_nExcelColumn;
+            cell.clear();
+        } else if (byte == CR) {
+            m_pCells->PutCell(m_nExcelRow, m_nExcelColumn, cell);
+            ++m_nExcelRow;
+            m_nExcelColumn = 1;
+            cell.clear();
+            m_strExcel.clear();
+        } else {
+            cell.append(byte);
+        }
+    }
+}
+
+void CReceivePipeline::SendNextPlaybackLine()
+{
+    QByteArray line = m_pPlayback->NextLine(m_sleep);
+    line.append('\r');
+    if (m_display.m_bSendCRLF)
+        line.append('\n');
+    if (m_pCommands)
+        m_pCommands->SendCommand(line);
+}
+
+void CReceivePipeline::DebugReplay()
+{
+    if (!m_pText)
+        return;
+    m_pText->AppendBytes(QByteArrayLiteral("\n\nDebug Output\n"));
+    qsizetype start = 0;
+    for (qsizetype i = 0; i < m_ReceivedBytes.size(); ++i) {
+        const int c = Signed(m_ReceivedBytes.at(i));
+        if (c == CR || c == m_nEndChar) {
+            m_pText->AppendBytes(m_ReceivedBytes.mid(start, i + 1 - start));
+            start = i + 1;
+        }
+    }
+    if (start < m_ReceivedBytes.size())
+        m_pText->AppendBytes(m_ReceivedBytes.mid(start));
+}
