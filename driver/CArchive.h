@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <stdexcept>
+#include <unordered_map>
 #include <vector>
 
 class QIODevice;
@@ -73,24 +74,40 @@ public:
     std::shared_ptr<CStringArray> ReadStringArray();
 
 private:
+    void CheckUsable(Mode needed) const;
+    // Bytes left to read, or -1 when the device cannot tell (sequential).
+    qint64 Remaining() const;
+    [[noreturn]] void Fail(const QString& reason, qint64 offset) const;
+
     void WriteBytes(const char* data, qint64 size);
-    QByteArray ReadBytes(qint64 size);
-    void CheckOpen() const;
-    void CheckRemaining(qint64 needed, const char* what) const;
-    [[noreturn]] void Fail(const QString& reason) const;
+    // Reads exactly size bytes of the item that starts at itemOffset; a claim
+    // beyond the end of the device fails before anything is allocated.
+    QByteArray ReadExactly(qint64 size, qint64 itemOffset, const char* what);
+    quint64 ReadUnsigned(int size, qint64 itemOffset, const char* what);
+    quint64 ReadStringLength(qint64 itemOffset, bool& wide);
+
+    void ReadNewClass(qint64 tagOffset);
+    void CheckClassReference(quint32 index, qint64 tagOffset) const;
+    std::shared_ptr<CStringArray> ReadObjectReference(quint32 index, qint64 tagOffset) const;
+    std::shared_ptr<CStringArray> ReadNewObject();
+    void WriteTagIndex(quint32 index, bool isClass);
 
     QIODevice* m_pDevice;
     Mode m_mode;
+    qint64 m_nPosition; // offset of the next byte, for error messages
     bool m_bClosed = false;
     bool m_bHasError = false;
     QString m_strErrorReason;
     qint64 m_nErrorOffset = -1;
 
-    // Object-tag bookkeeping: index 0 is the null object, class and object
-    // numbers are handed out together in order of first appearance.
+    // Object-tag bookkeeping: number 0 is the null object, class and object
+    // numbers are handed out together from 1 in order of first appearance.
     std::vector<std::shared_ptr<CStringArray>> m_loadedObjects; // by number
     std::vector<bool> m_loadedIsClass;
-    std::vector<const CStringArray*> m_storedObjects;
-    quint32 m_nStoredClassIndex = 0;
-    quint32 m_nNextStoreIndex = 1;
+    // The stored objects are kept alive so that no later object can reuse an
+    // address that is already numbered.
+    std::vector<std::shared_ptr<CStringArray>> m_storedObjects;
+    std::unordered_map<const CStringArray*, quint32> m_storedNumbers;
+    quint32 m_nStoredClassNumber = 0;
+    quint32 m_nNextStoreNumber = 1;
 };

@@ -37,7 +37,9 @@ bool CScript::MatchStart(int c, int& startChar, int& endChar, int& index) const
         if (input.isEmpty())
             continue;
         const int first = SignedByte(input.front());
-        if (first == c || first == '~') {
+        // Bytes are compared as bytes: a caller passing 176 instead of -80
+        // for a degree sign still matches.
+        if ((first & 0xFF) == (c & 0xFF) || first == '~') {
             index = i;
             startChar = first;
             if (endOfString.isEmpty())

@@ -21,8 +21,9 @@ public:
     int ExecuteCommand(const QByteArray& command, const QByteArray& input, QByteArray& output) const;
 
     // Recognises the start of a received string by its first byte c (a
-    // sign-extended byte). Sets index (-1 when nothing matched), startChar
-    // and endChar (also sign-extended bytes).
+    // sign-extended byte; its unsigned value 0..255 is accepted too). Sets
+    // index (-1 when nothing matched), startChar and endChar (also
+    // sign-extended bytes).
     bool MatchStart(int c, int& startChar, int& endChar, int& index) const;
 
     QByteArray GetEndOfString() const { return m_strEndOfString; }

@@ -9,7 +9,7 @@ cmake -S "$root" -B "$root/build-fuzz" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInf
   -DCMAKE_CXX_COMPILER=clang++ -DORVALIS_FUZZ=ON -DORVALIS_GUI=OFF -DORVALIS_TESTS=OFF >/dev/null
 cmake --build "$root/build-fuzz" -j2
 for target in "$root"/build-fuzz/tests/fuzz/fuzz_*; do
-  [[ -x "$target" ]] || continue
+  [[ -f "$target" && -x "$target" ]] || continue  # skips the _autogen folders
   name=$(basename "$target")
   corpus="$root/build-fuzz/corpus/$name"
   mkdir -p "$corpus"

@@ -1,0 +1,55 @@
+#include "CLineSettingsText.h"
+
+#include <array>
+
+namespace {
+
+struct ParityName
+{
+    char letter;
+    const char* word;
+};
+
+constexpr std::array<ParityName, 5> Parities = {{
+    {'N', "None"}, {'O', "Odd"}, {'E', "Even"}, {'M', "Mark"}, {'S', "Space"},
+}};
+
+// Index = the stored flow control code.
+constexpr std::array<const char*, 4> FlowControls = {"None", "Xon/Xoff", "Rts/Cts", "Dtr/Dsr"};
+
+} // namespace
+
+QString CLineSettingsText::ParityToString(int parity)
+{
+    for (const ParityName& name : Parities) {
+        if (name.letter == parity)
+            return QString(QLatin1Char(name.letter));
+    }
+    return QString();
+}
+
+int CLineSettingsText::ParseParity(const QString& text)
+{
+    for (const ParityName& name : Parities) {
+        if (text.compare(QLatin1Char(name.letter), Qt::CaseInsensitive) == 0 ||
+            text.compare(QLatin1String(name.word), Qt::CaseInsensitive) == 0)
+            return name.letter;
+    }
+    return -1;
+}
+
+QString CLineSettingsText::FlowControlToString(int flowControl)
+{
+    if (flowControl < 0 || flowControl >= int(FlowControls.size()))
+        return QString();
+    return QLatin1String(FlowControls[size_t(flowControl)]);
+}
+
+int CLineSettingsText::ParseFlowControl(const QString& text)
+{
+    for (size_t i = 0; i < FlowControls.size(); ++i) {
+        if (text.compare(QLatin1String(FlowControls[i]), Qt::CaseInsensitive) == 0)
+            return int(i);
+    }
+    return -1;
+}

@@ -1,0 +1,89 @@
+#include "CStringTable.h"
+
+#include "ResourceIds.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+struct CEntry
+{
+    int id;
+    const char* text;
+};
+
+// Multi-part entries: parts separated by "\n" (file dialogs: default
+// extension, filter; commands: name, syntax, example, description).
+constexpr CEntry kEntries[] = {
+    {IDP_OLE_INIT_FAILED,
+     "OLE initialization failed.  Make sure that the OLE libraries are the correct version."},
+    {IDR_MAINFRAME, "Orvalis"},
+    {IDR_ORVALITYPE, "\nOrvali\nOrvali\n\n\nOrvalis.Document\nOrvali Document"},
+    {IDR_TERMINALTYPE, "\nTerminal\nTerminal\n\n\nTerminal.Document\nTerminal Document"},
+    {IDS_COMMUNICATION_SETUP, "Communication Setup"},
+    {IDS_INSTRUMENT_DRIVER_FILTER, "tbb\nInstrument Drivers (*.tbb)|*.tbb||"},
+    {IDS_EMULATIONS, "None\nTTY\nANSI\nVT52\nVT100"},
+    {IDS_CONNECT_INSTRUMENT, "&Connect Instrument"},
+    {IDS_DISCONNECT_INSTRUMENT, "&Disconnect Instrument"},
+    {IDS_ALL_FILES_FILTER, "*\nAll files (*.*)|*.*||"},
+    {IDS_TERMINAL_DRIVER_FILTER, "drv\nTerminal Drivers (*.drv)|*.drv||"},
+    {IDS_CMD_CHANGECHARACTER,
+     "ChangeCharacter\nChangeCharacter(Position, FromCharacter, ToCharacter)\n"
+     "ChangeCharacter(0, a, b)\n"
+     "Changes the character at the specified position in the output string."},
+    {IDS_CMD_CHANGECHARACTERS,
+     "ChangeCharacters\nChangeCharacters(FromCharacter, ToCharacter)\nChangeCharacters(a, b)\n"
+     "Changes all specified characters in the output string."},
+    {IDS_CMD_CHANGESPACES,
+     "ChangeSpaces\nChangeSpaces(NewString)\nChangeSpaces(abc)\n"
+     "Changes consecutive spaces to NewString in the output string."},
+    // The trailing space of the description is part of the text.
+    {IDS_CMD_INSERTCHARACTER,
+     "InsertCharacter\nInsertCharacter(Position, Character)\nInsertCharacter(0, a)\n"
+     "Inserts a character at the specified position in the output string. "},
+    {IDS_CMD_REMOVECHARACTERS,
+     "RemoveCharacters\nRemoveCharacters(Position, Count)\nRemoveCharacters(0, 1)\n"
+     "Removes Count characters from the specified position in the output string."},
+    {IDS_CMD_SKIPCHARACTERS,
+     "SkipCharacters\nSkipCharacters(Number)\nSkipCharacters(0)\n"
+     "Skips a specified number of characters in the output string."},
+    {IDS_CMD_TRIMALL,
+     "TrimAll\nTrimAll()\nTrimAll()\nRemoves all spaces from the output string."},
+    {IDS_CMD_TRIMLEFT,
+     "TrimLeft\nTrimLeft()\nTrimLeft()\nRemoves leading spaces from the output string."},
+    {AFX_IDS_APP_TITLE, "Orvalis"},
+    {AFX_IDS_IDLEMESSAGE, "For Help, press F1"},
+    {ID_INDICATOR_CAPS, "CAP"},
+    {ID_INDICATOR_NUM, "NUM"},
+    {ID_INDICATOR_SCRL, "SCRL        "},
+};
+
+// Windows-1252 bytes 0x80..0x9F; the other bytes equal their Unicode value.
+constexpr char16_t kCp1252High[32] = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
+};
+
+} // namespace
+
+QByteArray CStringTable::Get(int id)
+{
+    const auto entry = std::find_if(std::begin(kEntries), std::end(kEntries),
+                                    [id](const CEntry& e) { return e.id == id; });
+    return entry == std::end(kEntries) ? QByteArray() : QByteArray(entry->text);
+}
+
+QString CStringTable::Text(int id)
+{
+    const QByteArray bytes = Get(id);
+    QString text;
+    text.reserve(bytes.size());
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        text += (value >= 0x80 && value < 0xA0) ? QChar(kCp1252High[value - 0x80]) : QChar(value);
+    }
+    return text;
+}

@@ -1,0 +1,62 @@
+#include "CLineSettingsText.h"
+
+#include <QTest>
+
+class tst_CLineSettingsText : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void parity_data();
+    void parity();
+    void flowControl_data();
+    void flowControl();
+};
+
+void tst_CLineSettingsText::parity_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("parity");
+    QTest::addColumn<QString>("written");
+    QTest::newRow("letter") << "E" << int('E') << "E";
+    QTest::newRow("lower-case letter") << "o" << int('O') << "O";
+    QTest::newRow("word in any case") << "sPaCe" << int('S') << "S";
+    QTest::newRow("mark") << "Mark" << int('M') << "M";
+    QTest::newRow("none") << "none" << int('N') << "N";
+    QTest::newRow("unknown word") << "even-ish" << -1 << "";
+    QTest::newRow("empty text") << "" << -1 << "";
+}
+
+void tst_CLineSettingsText::parity()
+{
+    QFETCH(QString, text);
+    QFETCH(int, parity);
+    QFETCH(QString, written);
+    QCOMPARE(CLineSettingsText::ParseParity(text), parity);
+    QCOMPARE(CLineSettingsText::ParityToString(parity), written);
+}
+
+void tst_CLineSettingsText::flowControl_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("flowControl");
+    QTest::addColumn<QString>("written");
+    QTest::newRow("none is 0") << "None" << 0 << "None";
+    QTest::newRow("xon/xoff is 1") << "xon/xoff" << 1 << "Xon/Xoff";
+    QTest::newRow("rts/cts is 2") << "RTS/CTS" << 2 << "Rts/Cts";
+    QTest::newRow("dtr/dsr is 3") << "Dtr/Dsr" << 3 << "Dtr/Dsr";
+    QTest::newRow("unknown word") << "hardware" << -1 << "";
+}
+
+void tst_CLineSettingsText::flowControl()
+{
+    QFETCH(QString, text);
+    QFETCH(int, flowControl);
+    QFETCH(QString, written);
+    QCOMPARE(CLineSettingsText::ParseFlowControl(text), flowControl);
+    QCOMPARE(CLineSettingsText::FlowControlToString(flowControl), written);
+    QCOMPARE(CLineSettingsText::FlowControlToString(4), QString());
+}
+
+QTEST_GUILESS_MAIN(tst_CLineSettingsText)
+#include "tst_CLineSettingsText.moc"
