@@ -170,9 +170,12 @@ void CReceivePipeline::ProcessByte(char byte, Mode mode)
         CollectScriptByte(byte, c, mode);
         return;
     }
-    QByteArray out(1, byte);
-    if (mode == Mode::Notification)
+    if (mode == Mode::Notification) {
         m_strLine.append(byte);
+        Deliver(c, m_strNoText, false, mode);
+        return;
+    }
+    QByteArray out(1, byte);
     Deliver(c, out, false, mode);
 }
 
@@ -182,10 +185,10 @@ void CReceivePipeline::CollectScriptByte(char byte, int c, Mode mode)
         if (c == m_nEndChar)
             return;
         m_bInString = true;
-        m_strReceived.clear();
+        m_strReceived.resize(0);
         m_bReceivedTruncated = false;
-        m_strExcel.clear();
-        m_bMatched = m_script.MatchStart(c, m_nStartChar, m_nEndChar, m_nInputIndex);
+        m_strExcel.resize(0);
+        m_bMatched = MatchStart(c);
         if (m_bMatched)
             m_strReceived.append(byte);
         return;
@@ -223,8 +226,31 @@ void CReceivePipeline::CompleteString(int c, Mode mode)
         return;
     }
     // An unmatched string: its bytes are gone, its end still counts.
-    QByteArray none;
-    Deliver(c, none, true, mode);
+    Deliver(c, m_strNoText, true, mode);
+}
+
+bool CReceivePipeline::MatchStart(int c)
+{
+    // The result depends only on the byte and the script's strings: it is
+    // asked once per byte value and kept until the strings change.
+    if (m_script.m_strEndOfString != m_matchedEndOfString || m_script.m_InputStrings != m_matchedInputs) {
+        m_matchedEndOfString = m_script.m_strEndOfString;
+        m_matchedInputs = m_script.m_InputStrings;
+        m_matches.fill(Match{});
+    }
+    Match& match = m_matches[std::size_t(c & 0xFF)];
+    if (!match.bKnown) {
+        match.nStartChar = Unchanged;
+        match.nEndChar = Unchanged;
+        match.bMatched = m_script.MatchStart(c, match.nStartChar, match.nEndChar, match.nIndex);
+        match.bKnown = true;
+    }
+    if (match.nStartChar != Unchanged)
+        m_nStartChar = match.nStartChar;
+    if (match.nEndChar != Unchanged)
+        m_nEndChar = match.nEndChar;
+    m_nInputIndex = match.nIndex;
+    return match.bMatched;
 }
 
 QByteArray CReceivePipeline::RunSequence(int index, QByteArray text) const
@@ -242,7 +268,7 @@ QByteArray CReceivePipeline::RunSequence(int index, QByteArray text) const
     return text;
 }
 
-void CReceivePipeline::Deliver(int c, QByteArray& out, bool scriptResult, Mode mode)
+void CReceivePipeline::Deliver(int c, const QByteArray& out, bool scriptResult, Mode mode)
 {
     if (ExcelOn()) {
         if (scriptResult) {
@@ -257,17 +283,16 @@ void CReceivePipeline::Deliver(int c, QByteArray& out, bool scriptResult, Mode m
     }
     const bool crlf = m_display.m_bReceiveCRLF;
     if (mode == Mode::Polling) {
+        QByteArray shown = out;
         if (c == CR && crlf)
-            out.append('\n');
+            shown.append('\n');
         if (c == BS && m_pText)
             m_pText->DeleteLastCharacter();
         else
-            Show(out);
+            Show(shown);
     } else if (c == CR) {
-        if (crlf) {
-            out.append('\n');
+        if (crlf)
             m_strLine.append('\n');
-        }
         FlushLine();
     } else if (c == m_nEndChar) {
         FlushLine();
@@ -286,7 +311,11 @@ bool CReceivePipeline::ExcelOn() const
 void CReceivePipeline::FlushLine()
 {
     Show(m_strLine);
-    m_strLine.clear();
+    // Keeps the buffer for the next line unless the sink holds on to it.
+    if (m_strLine.isDetached())
+        m_strLine.resize(0);
+    else
+        m_strLine.clear();
 }
 
 void CReceivePipeline::Show(QByteArray& text)

@@ -3,6 +3,10 @@
 #include "CParse.h"
 
 #include <QByteArray>
+#include <QByteArrayList>
+
+#include <array>
+#include <climits>
 
 #include <functional>
 
@@ -84,7 +88,8 @@ private:
     void CollectScriptByte(char byte, int c, Mode mode);
     void AppendReceived(const char* bytes, qsizetype n);
     void CompleteString(int c, Mode mode);
-    void Deliver(int c, QByteArray& out, bool scriptResult, Mode mode);
+    bool MatchStart(int c);
+    void Deliver(int c, const QByteArray& out, bool scriptResult, Mode mode);
     QByteArray RunSequence(int index, QByteArray text) const;
     void WriteExcelCells();
     void SendNextPlaybackLine();
@@ -116,8 +121,23 @@ private:
     QByteArray m_strReceived;
     bool m_bReceivedTruncated = false;
 
+    // MatchStart's answers per byte value for the strings below.
+    static constexpr int Unchanged = INT_MIN;
+    struct Match
+    {
+        bool bKnown = false;
+        bool bMatched = false;
+        int nStartChar = Unchanged;
+        int nEndChar = Unchanged;
+        int nIndex = -1;
+    };
+    std::array<Match, 256> m_matches{};
+    QByteArray m_matchedEndOfString;
+    QByteArrayList m_matchedInputs;
+
     QByteArray m_strLine;
     QByteArray m_strExcel;
+    const QByteArray m_strNoText; // a plain byte of a pass, an unmatched string
     // Counters of the next cell; never reset while the window exists.
     int m_nExcelRow = 1;
     int m_nExcelColumn = 1;
