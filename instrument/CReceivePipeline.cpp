@@ -1,5 +1,6 @@
 #include "CReceivePipeline.h"
 
+#include "CByteScan.h"
 #include "CByteSource.h"
 #include "CCellSink.h"
 #include "CCommandTarget.h"
@@ -12,6 +13,7 @@
 #include <QLoggingCategory>
 #include <QThread>
 
+#include <cstring>
 #include <stdexcept>
 
 namespace {
@@ -30,6 +32,22 @@ constexpr quint32 DiscardWaitMs = 20;
 // window stays responsive; the channel reports the rest at once.
 constexpr int MaxBlocksPerPass = 256;
 
+// QByteArray::append goes through the general insert path; the pipeline
+// appends a few bytes at a time to buffers that keep their capacity.
+void Append(QByteArray& buffer, const char* bytes, qsizetype n)
+{
+    const qsizetype size = buffer.size();
+    buffer.resize(size + n);
+    std::memcpy(buffer.data() + size, bytes, std::size_t(n));
+}
+
+void Append(QByteArray& buffer, char byte)
+{
+    const qsizetype size = buffer.size();
+    buffer.resize(size + 1);
+    buffer.data()[size] = byte;
+}
+
 int Signed(char byte)
 {
     return int(static_cast<signed char>(byte));
@@ -37,16 +55,19 @@ int Signed(char byte)
 
 bool NeedsEncoding(const QByteArray& text)
 {
-    for (const char byte : text) {
-        if (static_cast<unsigned char>(byte) < 32)
-            return true;
-    }
-    return false;
+    return CByteScan::HasControlByte(text.constBegin(), text.constEnd());
 }
 
+// Decoding changes only a text with a name or a NUL byte in it.
 bool NeedsDecoding(const QByteArray& text)
 {
-    return text.contains('<') || text.contains('\0');
+    static const CByteScan nameOrNul = [] {
+        CByteScan scan;
+        scan.Add('<');
+        scan.Add(NUL);
+        return scan;
+    }();
+    return nameOrNul.Find(text.constBegin(), text.constEnd()) != text.constEnd();
 }
 
 } // namespace
@@ -114,21 +135,18 @@ void CReceivePipeline::ReceiveBlock(const QByteArray& block)
     while (p < end) {
         // Runs of bytes that only pass through are handled in one go; every
         // byte that can change state takes the full pipeline.
-        const char* run = p;
         if (!m_script.m_bRegistered) {
-            while (run < end && !IsSpecialInPlainMode(*run))
-                ++run;
+            const char* run = StopScan(false).Find(p, end);
             if (run != p) {
                 ProcessPlainRun(p, run);
                 p = run;
                 continue;
             }
         } else if (m_bInString) {
-            while (run < end && *run != '\0' && Signed(*run) != m_nEndChar)
-                ++run;
+            const char* run = StopScan(true).Find(p, end);
             if (run != p) {
                 if (m_bDebugConnection)
-                    m_ReceivedBytes.append(p, run - p);
+                    Append(m_ReceivedBytes, p, run - p);
                 if (m_bMatched)
                     AppendReceived(p, run - p);
                 p = run;
@@ -139,20 +157,31 @@ void CReceivePipeline::ReceiveBlock(const QByteArray& block)
     }
 }
 
-bool CReceivePipeline::IsSpecialInPlainMode(char byte) const
+const CByteScan& CReceivePipeline::StopScan(bool inString)
 {
-    const int c = Signed(byte);
-    return c == NUL || c == CR || c == LF || c == m_nEndChar;
+    if (m_nScanEndChar != m_nEndChar) {
+        m_plainStops = m_stringStops = CByteScan();
+        m_plainStops.Add(NUL);
+        m_plainStops.Add(CR);
+        m_plainStops.Add(LF);
+        m_stringStops.Add(NUL);
+        if (m_nEndChar != NoEndChar) {
+            m_plainStops.Add(static_cast<unsigned char>(m_nEndChar));
+            m_stringStops.Add(static_cast<unsigned char>(m_nEndChar));
+        }
+        m_nScanEndChar = m_nEndChar;
+    }
+    return inString ? m_stringStops : m_plainStops;
 }
 
 void CReceivePipeline::ProcessPlainRun(const char* begin, const char* end)
 {
     const qsizetype n = end - begin;
     if (m_bDebugConnection)
-        m_ReceivedBytes.append(begin, n);
-    m_strLine.append(begin, n);
+        Append(m_ReceivedBytes, begin, n);
+    Append(m_strLine, begin, n);
     if (ExcelOn())
-        m_strExcel.append(begin, n);
+        Append(m_strExcel, begin, n);
 }
 
 void CReceivePipeline::ProcessByte(char byte, Mode mode)
@@ -164,14 +193,14 @@ void CReceivePipeline::ProcessByte(char byte, Mode mode)
             return;
         }
         if (m_bDebugConnection)
-            m_ReceivedBytes.append(byte);
+            Append(m_ReceivedBytes, byte);
     }
     if (m_script.m_bRegistered) {
         CollectScriptByte(byte, c, mode);
         return;
     }
     if (mode == Mode::Notification) {
-        m_strLine.append(byte);
+        Append(m_strLine, byte);
         Deliver(c, m_strNoText, false, mode);
         return;
     }
@@ -190,7 +219,7 @@ void CReceivePipeline::CollectScriptByte(char byte, int c, Mode mode)
         m_strExcel.resize(0);
         m_bMatched = MatchStart(c);
         if (m_bMatched)
-            m_strReceived.append(byte);
+            Append(m_strReceived, byte);
         return;
     }
     if (m_bMatched)
@@ -207,7 +236,7 @@ void CReceivePipeline::AppendReceived(const char* bytes, qsizetype n)
         qCWarning(lcPipeline) << "received string longer than" << MaxStringLength
                               << "bytes without its end character; the rest is not kept";
     }
-    m_strReceived.append(bytes, qMin(n, qMax<qsizetype>(room, 0)));
+    Append(m_strReceived, bytes, qMin(n, qMax<qsizetype>(room, 0)));
 }
 
 void CReceivePipeline::CompleteString(int c, Mode mode)
@@ -275,10 +304,10 @@ void CReceivePipeline::Deliver(int c, const QByteArray& out, bool scriptResult, 
             m_strExcel = out;
             WriteExcelCells();
         } else if (c == CR || c == m_nEndChar) {
-            m_strExcel.append(char(c));
+            Append(m_strExcel, char(c));
             WriteExcelCells();
         } else if (c != LF) {
-            m_strExcel.append(char(c));
+            Append(m_strExcel, char(c));
         }
     }
     const bool crlf = m_display.m_bReceiveCRLF;
@@ -292,7 +321,7 @@ void CReceivePipeline::Deliver(int c, const QByteArray& out, bool scriptResult, 
             Show(shown);
     } else if (c == CR) {
         if (crlf)
-            m_strLine.append('\n');
+            Append(m_strLine, '\n');
         FlushLine();
     } else if (c == m_nEndChar) {
         FlushLine();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CByteScan.h"
 #include "CParse.h"
 
 #include <QByteArray>
@@ -84,6 +85,9 @@ private:
     enum class Mode { Notification, Polling };
 
     void ProcessByte(char byte, Mode mode);
+    // The bytes that take the full pipeline: in plain mode, or inside a
+    // string in script mode.
+    const CByteScan& StopScan(bool inString);
     void ProcessPlainRun(const char* begin, const char* end);
     void CollectScriptByte(char byte, int c, Mode mode);
     void AppendReceived(const char* bytes, qsizetype n);
@@ -95,7 +99,6 @@ private:
     void SendNextPlaybackLine();
     void Show(QByteArray& text);
     bool ExcelOn() const;
-    bool IsSpecialInPlainMode(char byte) const;
 
     const CScript& m_script;
     const CTerminalParameter& m_display;
@@ -134,6 +137,11 @@ private:
     std::array<Match, 256> m_matches{};
     QByteArray m_matchedEndOfString;
     QByteArrayList m_matchedInputs;
+
+    // StopScan() for the end character m_nScanEndChar.
+    CByteScan m_plainStops;
+    CByteScan m_stringStops;
+    int m_nScanEndChar = Unchanged;
 
     QByteArray m_strLine;
     QByteArray m_strExcel;
