@@ -192,6 +192,12 @@ void CMainFrame::CreateMenus()
 
 void CMainFrame::CreateToolBar()
 {
+    // Without a desktop theme (a bare window manager, the offscreen
+    // platform) the freedesktop default theme still has these icons.
+    if (QIcon::themeName().isEmpty() && QDir(QStringLiteral("/usr/share/icons/Adwaita")).exists()) {
+        QIcon::setThemeSearchPaths(QIcon::themeSearchPaths() << QStringLiteral("/usr/share/icons"));
+        QIcon::setThemeName(QStringLiteral("Adwaita"));
+    }
     m_pToolBar = addToolBar(QStringLiteral("Standard"));
     m_pToolBar->setObjectName(QStringLiteral("ToolBar"));
     m_pToolBar->setIconSize(QSize(16, 16));

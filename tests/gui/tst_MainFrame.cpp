@@ -4,6 +4,7 @@
 
 #include "CChildFrame.h"
 #include "CFunctionKeyBar.h"
+#include "CHelpWindow.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
 #include "CStringTable.h"
@@ -18,6 +19,7 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTextBrowser>
 #include <QTest>
 
 #include <memory>
@@ -47,6 +49,7 @@ private Q_SLOTS:
     void connectInstrumentCancelled();
     void connectInstrumentOpensWindow();
     void terminalEmulation();
+    void helpTopicsShowsManual();
 
 private:
     void StartApp(const QStringList& arguments = {}, const QByteArray& profile = {});
@@ -367,6 +370,21 @@ void tst_MainFrame::terminalEmulation()
     QVERIFY(frame);
     // No caption, no sizing border.
     QVERIFY(frame->windowFlags().testFlag(Qt::FramelessWindowHint));
+}
+
+void tst_MainFrame::helpTopicsShowsManual()
+{
+    StartApp();
+    QVERIFY(m_app->MainFrame()->RouteCommand(ID_HELP_FINDER));
+    auto* help = m_app->MainFrame()->findChild<CHelpWindow*>();
+    QVERIFY(help);
+    QVERIFY(help->isVisible());
+    const QString text = help->Browser()->toPlainText();
+    QVERIFY2(text.contains(QStringLiteral("The script language")), qPrintable(text.left(200)));
+    QVERIFY(text.contains(QStringLiteral("<CR>")));
+    // A second request brings the same window to the front.
+    m_app->MainFrame()->RouteCommand(ID_HELP);
+    QCOMPARE(m_app->MainFrame()->findChildren<CHelpWindow*>().size(), 1);
 }
 
 QTEST_MAIN(tst_MainFrame)
