@@ -28,12 +28,15 @@ CAboutDlg::CAboutDlg(QWidget* parent)
         label->setTextFormat(Qt::PlainText);
     }
     auto* layout = new QGridLayout(this);
-    layout->setHorizontalSpacing(16);
+    layout->setContentsMargins(20, 20, 20, 16);
+    layout->setHorizontalSpacing(20);
+    layout->setVerticalSpacing(6);
+    layout->setRowMinimumHeight(3, 16);
     layout->addWidget(icon, 0, 0, 3, 1);
     layout->addWidget(m_pTitle, 0, 1);
     layout->addWidget(m_pVersion, 1, 1);
     layout->addWidget(m_pLegal, 2, 1);
-    layout->addWidget(buttons, 3, 0, 1, 2);
+    layout->addWidget(buttons, 4, 0, 1, 2);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     OnInitDialog();
 }

@@ -175,10 +175,14 @@ void CMainFrame::CreateMenus()
             auto* menu = new QMenu(popup.strText, this);
             menu->setToolTipsVisible(false);
             for (const CFrameResource::MenuItem& item : popup.items) {
-                if (item.nID == 0)
+                if (item.nID == 0) {
                     menu->addSeparator();
-                else
-                    menu->addAction(NewCommandAction(item.nID, item.strText));
+                    continue;
+                }
+                QAction* action = NewCommandAction(item.nID, item.strText);
+                // The recent-file list is shown in place of this item.
+                action->setProperty("recentPlaceholder", item.nID == ID_FILE_MRU_FILE1);
+                menu->addAction(action);
             }
             connect(menu, &QMenu::aboutToShow, this, [this, menu] {
                 UpdateRecentFileItems(menu);
@@ -192,6 +196,12 @@ void CMainFrame::CreateMenus()
 
 void CMainFrame::CreateToolBar()
 {
+    // Without a desktop theme (a bare window manager, the offscreen
+    // platform) the freedesktop default theme still has these icons.
+    if (QIcon::themeName().isEmpty() && QDir(QStringLiteral("/usr/share/icons/Adwaita")).exists()) {
+        QIcon::setThemeSearchPaths(QIcon::themeSearchPaths() << QStringLiteral("/usr/share/icons"));
+        QIcon::setThemeName(QStringLiteral("Adwaita"));
+    }
     m_pToolBar = addToolBar(QStringLiteral("Standard"));
     m_pToolBar->setObjectName(QStringLiteral("ToolBar"));
     m_pToolBar->setIconSize(QSize(16, 16));
@@ -266,15 +276,11 @@ void CMainFrame::UpdateRecentFileItems(QMenu* menu)
 {
     QAction* placeholder = nullptr;
     for (QAction* action : menu->actions()) {
-        const int nID = action->data().toInt();
-        if (nID == ID_FILE_MRU_FILE1 && action->property("recentPlaceholder").isNull() &&
-            action->property("recentEntry").isNull())
-            action->setProperty("recentPlaceholder", true);
-        if (!action->property("recentEntry").isNull()) {
+        if (action->property("recentEntry").toBool()) {
             menu->removeAction(action);
-            m_commandActions[nID].removeAll(action);
+            m_commandActions[action->data().toInt()].removeAll(action);
             action->deleteLater();
-        } else if (!action->property("recentPlaceholder").isNull()) {
+        } else if (action->property("recentPlaceholder").toBool()) {
             placeholder = action;
         }
     }
@@ -474,8 +480,8 @@ QMdiSubWindow* CMainFrame::OpenNewDocument(const QString& newFileName)
         if (docTemplate.NewFileName() != newFileName)
             continue;
         // Untitled documents count up per type: "Orvali1", "Terminal2".
-        static QHash<int, int> s_counters;
-        const QString title = docTemplate.GetDocString(1) + QString::number(++s_counters[docTemplate.ResourceId()]);
+        const QString title =
+            docTemplate.GetDocString(1) + QString::number(++m_untitledCounts[docTemplate.ResourceId()]);
         QMdiSubWindow* window = nullptr;
         if (docTemplate.ResourceId() == IDR_TERMINALTYPE)
             window = new CTerminalFrame;

@@ -7,6 +7,7 @@
 #include <QHash>
 #include <QList>
 #include <QMainWindow>
+#include <QPointer>
 
 #include <optional>
 
@@ -139,6 +140,6 @@ private:
     int m_nCurrentMenu = 0;
     // Every action that carries a command: menu items, tool bar buttons, accelerators.
     QHash<int, QList<QAction*>> m_commandActions;
-    QMdiSubWindow* m_pLastActive = nullptr;
-    QWidget* m_pHelpWindow = nullptr;
+    QPointer<QMdiSubWindow> m_pLastActive;
+    QHash<int, int> m_untitledCounts; // per document type
 };

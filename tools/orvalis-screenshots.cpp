@@ -6,13 +6,13 @@
 #include "CAppIcon.h"
 #include "CDriverFile.h"
 #include "CFunctionKeyBar.h"
+#include "CHelpWindow.h"
 #include "CInstrumentSheet.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
 #include "CTerminalFile.h"
-#include "CTerminalSheet.h"
-#include "CFunctionKeysPage.h"
 #include "CSerialNumberDlg.h"
+#include "CTerminalSheet.h"
 #include "ResourceIds.h"
 
 #include <QApplication>
@@ -127,6 +127,11 @@ int main(int argc, char* argv[])
     about.show();
     bOk = Save(&about, folder, QStringLiteral("about-box")) && bOk;
     about.hide();
+
+    CHelpWindow* help = CHelpWindow::ShowManual(frame);
+    help->resize(760, 600);
+    bOk = Save(help, folder, QStringLiteral("help-window")) && bOk;
+    help->close();
 
     frame->close();
     return bOk ? 0 : 1;

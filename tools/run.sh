@@ -1,7 +1,12 @@
 #!/usr/bin/env bash
-# Builds and runs the program on the shipped example driver. Until the
-# desktop program lands this shows the example with orvalis-cli.
+# Builds and runs the desktop program on the shipped example drivers. The
+# examples are copied into build/demo, which serves as the program folder
+# (ORVALIS_HOME): the settings file and changed drivers stay out of the
+# source tree. Extra arguments go to the program.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/tools/build.sh"
-exec "$root/build/tools/orvalis-cli" show "$root/res/examples/Balance.tbb"
+demo="$root/build/demo"
+mkdir -p "$demo"
+cp -n "$root"/res/examples/* "$demo"/ 2>/dev/null || true
+ORVALIS_HOME="$demo" exec "$root/build/app/orvalis" /DBalance.tbb "$@"

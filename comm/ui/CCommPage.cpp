@@ -2,7 +2,14 @@
 
 #include "CCodePage.h"
 #include "CCommParameter.h"
+
+// The converter and device lists come with the channel (branch comm); until
+// it is in the tree the list offers None and COM1..COM255 only. Remove this
+// switch when CConnectorList.h has landed.
+#if __has_include("CConnectorList.h")
 #include "CConnectorList.h"
+#define ORVALIS_HAS_CONNECTOR_LIST 1
+#endif
 
 #include <QButtonGroup>
 #include <QComboBox>
@@ -140,8 +147,14 @@ int CCommPage::FindConnector(const QByteArrayList& entries, const QByteArray& na
 void CCommPage::BuildConnectorList()
 {
     m_pConnector->clear();
-    const QByteArrayList entries = ConnectorEntries(m_bOfferNone != 0, m_strNone, CConnectorList::UsbConverters(),
-                                                    CConnectorList::SerialDevices());
+#ifdef ORVALIS_HAS_CONNECTOR_LIST
+    const QByteArrayList usbConverters = CConnectorList::UsbConverters();
+    const QByteArrayList devices = CConnectorList::SerialDevices();
+#else
+    const QByteArrayList usbConverters;
+    const QByteArrayList devices;
+#endif
+    const QByteArrayList entries = ConnectorEntries(m_bOfferNone != 0, m_strNone, usbConverters, devices);
     for (const QByteArray& entry : entries)
         m_pConnector->addItem(CCodePage::ToUnicode(entry));
 }

@@ -41,7 +41,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 
     // Whatever was read, complete or not, is a driver the program can store.
     const QByteArray stored = Store(file);
-    QBuffer again(const_cast<QByteArray*>(&stored));
+    QByteArray storedCopy = stored;
+    QBuffer again(&storedCopy);
     again.open(QIODevice::ReadOnly);
     CDriverFile reread;
     const CFileResult reloaded = reread.Load(again, "stored.tbb");

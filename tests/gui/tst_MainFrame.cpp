@@ -4,6 +4,7 @@
 
 #include "CChildFrame.h"
 #include "CFunctionKeyBar.h"
+#include "CHelpWindow.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
 #include "CStringTable.h"
@@ -15,9 +16,11 @@
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTextBrowser>
 #include <QTest>
 
 #include <memory>
@@ -47,6 +50,8 @@ private Q_SLOTS:
     void connectInstrumentCancelled();
     void connectInstrumentOpensWindow();
     void terminalEmulation();
+    void helpTopicsShowsManual();
+    void openFileAndRecentFiles();
 
 private:
     void StartApp(const QStringList& arguments = {}, const QByteArray& profile = {});
@@ -367,6 +372,57 @@ void tst_MainFrame::terminalEmulation()
     QVERIFY(frame);
     // No caption, no sizing border.
     QVERIFY(frame->windowFlags().testFlag(Qt::FramelessWindowHint));
+}
+
+void tst_MainFrame::helpTopicsShowsManual()
+{
+    StartApp();
+    QVERIFY(m_app->MainFrame()->RouteCommand(ID_HELP_FINDER));
+    auto* help = m_app->MainFrame()->findChild<CHelpWindow*>();
+    QVERIFY(help);
+    QVERIFY(help->isVisible());
+    const QString text = help->Browser()->toPlainText();
+    QVERIFY2(text.contains(QStringLiteral("The script language")), qPrintable(text.left(200)));
+    QVERIFY(text.contains(QStringLiteral("<CR>")));
+    // A second request brings the same window to the front.
+    m_app->MainFrame()->RouteCommand(ID_HELP);
+    QCOMPARE(m_app->MainFrame()->findChildren<CHelpWindow*>().size(), 1);
+}
+
+void tst_MainFrame::openFileAndRecentFiles()
+{
+    CScriptedDialogs dialogs;
+    StartApp({}, "[Recent%20File%20List]\nFile1=/data/old.txt\n");
+    CMainFrame* frame = m_app->MainFrame();
+    QCOMPARE(m_app->RecentFiles(), QStringList{"/data/old.txt"});
+    QVERIFY(frame->QueryCommand(ID_FILE_MRU_FILE1).bEnabled);
+    QVERIFY(!frame->QueryCommand(ID_FILE_MRU_FILE1 + 1).bEnabled);
+
+    dialogs.m_openAnswers = {QStringLiteral("/data/run 7.txt")};
+    QVERIFY(frame->RouteCommand(ID_FILE_OPEN));
+    auto* window = qobject_cast<CChildFrame*>(frame->MdiArea()->currentSubWindow());
+    QVERIFY(window);
+    QCOMPARE(window->DocumentPath(), QStringLiteral("/data/run 7.txt"));
+    // An opened text is not a connection.
+    QCOMPARE(m_app->m_bConnectRequested, 0);
+    QCOMPARE(m_app->RecentFiles(), (QStringList{"/data/run 7.txt", "/data/old.txt"}));
+
+    // The File menu lists them in place of "Recent File".
+    QMenu* file = frame->menuBar()->actions().first()->menu();
+    Q_EMIT file->aboutToShow();
+    QStringList entries;
+    for (const QAction* action : file->actions()) {
+        if (action->isVisible() && action->data().toInt() >= ID_FILE_MRU_FILE1 &&
+            action->data().toInt() < ID_FILE_MRU_FILE1 + 4)
+            entries.append(action->text());
+    }
+    QCOMPARE(entries, (QStringList{"&1 /data/run 7.txt", "&2 /data/old.txt"}));
+
+    QVERIFY(frame->close());
+    m_app->ExitInstance(0);
+    m_app.reset();
+    QCOMPARE(CProfile(ProfilePath()).GetProfileString(QStringLiteral("Recent File List"), QStringLiteral("File2")),
+             QStringLiteral("/data/old.txt"));
 }
 
 QTEST_MAIN(tst_MainFrame)
