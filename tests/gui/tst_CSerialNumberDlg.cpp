@@ -1,4 +1,7 @@
+#include "CByteOutput.h"
+#include "CCommandSender.h"
 #include "CSerialNumberDlg.h"
+#include "CSerialNumberDlgPrompt.h"
 
 #include <QApplication>
 #include <QDir>
@@ -28,6 +31,24 @@ QString PressOk(CSerialNumberDlg& dialog)
     return message;
 }
 
+// Answers the dialog that the prompt is about to show, once it is up.
+void AnswerDialog(const QString& typed, bool ok)
+{
+    QTimer::singleShot(0, [typed, ok] {
+        auto* dialog = qobject_cast<CSerialNumberDlg*>(QApplication::activeModalWidget());
+        QVERIFY(dialog);
+        dialog->findChild<QLineEdit*>(QStringLiteral("3080"))->setText(typed);
+        QTest::mouseClick(dialog->findChild<QPushButton*>(QString::fromLatin1(ok ? "1" : "2")), Qt::LeftButton);
+    });
+}
+
+class CRecordingOutput : public CByteOutput
+{
+public:
+    void SetOutput(const QByteArray& bytes) override { m_bytes += bytes; }
+    QByteArray m_bytes;
+};
+
 } // namespace
 
 class tst_CSerialNumberDlg : public QObject
@@ -43,6 +64,9 @@ private Q_SLOTS:
     void cancelKeepsNoNumber();
     void buildsRecord_data();
     void buildsRecord();
+    void promptAnswersWithTheDialog_data();
+    void promptAnswersWithTheDialog();
+    void macroSendsTheRecordTyped();
 };
 
 void tst_CSerialNumberDlg::showsTheTemplate()
@@ -150,6 +174,45 @@ void tst_CSerialNumberDlg::buildsRecord()
     QByteArray out = "previous";
     CSerialNumberDlg::BuildRecord(out, address, number);
     QCOMPARE(out, record);
+}
+
+void tst_CSerialNumberDlg::promptAnswersWithTheDialog_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<bool>("ok");
+    QTest::addColumn<int>("answer"); // -1: nothing
+    QTest::newRow("OK gives the number") << "1234" << true << 1234;
+    QTest::newRow("OK with zero gives zero") << "0" << true << 0;
+    QTest::newRow("Cancel gives nothing") << "1234" << false << -1;
+}
+
+void tst_CSerialNumberDlg::promptAnswersWithTheDialog()
+{
+    QFETCH(QString, typed);
+    QFETCH(bool, ok);
+    QFETCH(int, answer);
+    QWidget window;
+    window.show();
+    CSerialNumberDlgPrompt prompt(&window);
+    AnswerDialog(typed, ok);
+    const std::optional<int> number = prompt.AskSerialNumber();
+    QCOMPARE(number.value_or(-1), answer);
+}
+
+void tst_CSerialNumberDlg::macroSendsTheRecordTyped()
+{
+    CRecordingOutput line;
+    CCommandSender sender(line);
+    CSerialNumberDlgPrompt prompt;
+    sender.SetSerialNumberPrompt(&prompt);
+    AnswerDialog(QStringLiteral("42"), true);
+    sender.SendCommand("SN ^$S0x100^$S\r");
+    QCOMPARE(line.m_bytes, QByteArray("SN S309000001000000002ACB\r"));
+    // Cancel drops the rest of the command text.
+    line.m_bytes.clear();
+    AnswerDialog(QStringLiteral("42"), false);
+    sender.SendCommand("SN ^$S0x100^$S\r");
+    QCOMPARE(line.m_bytes, QByteArray("SN "));
 }
 
 QTEST_MAIN(tst_CSerialNumberDlg)
