@@ -104,6 +104,7 @@ private Q_SLOTS:
         QTest::newRow("SI with CR gives one reading") << QByteArray("SI\r") << ReadingLine.pattern();
         QTest::newRow("SI with CR LF gives one reading") << QByteArray("SI\r\n") << ReadingLine.pattern();
         QTest::newRow("lower-case si is understood") << QByteArray("si\r") << ReadingLine.pattern();
+        QTest::newRow("print key P gives one reading") << QByteArray("P\r\n") << ReadingLine.pattern();
         QTest::newRow("tare is acknowledged") << QByteArray("T\r") << QStringLiteral("^T A\\r\\n$");
         QTest::newRow("zero is acknowledged") << QByteArray("Z\r") << QStringLiteral("^Z A\\r\\n$");
         QTest::newRow("unknown command is an error") << QByteArray("XYZ\r") << QStringLiteral("^ES\\r\\n$");

@@ -34,7 +34,8 @@ QByteArray CBalance::Receive(const QByteArray& bytes)
 
 QByteArray CBalance::Answer(const QByteArray& command)
 {
-    if (command == "SI")
+    // "P" is the print key of many balances: the same single reading.
+    if (command == "SI" || command == "P")
         return Reading();
     if (command == "T") {
         m_dTare = m_dLoad + m_dDrift - m_dZero;

@@ -5,9 +5,9 @@
 #include <random>
 
 // A laboratory balance as seen from its serial line: a load whose weight
-// drifts slowly, tare and zero, and the command set "SI" (one reading),
-// "T" (tare), "Z" (zero). Commands end at CR or LF; every answer and every
-// reading is one line ending in CR LF.
+// drifts slowly, tare and zero, and the command set "SI" or "P" (one
+// reading), "T" (tare), "Z" (zero). Commands end at CR or LF; every answer
+// and every reading is one line ending in CR LF.
 class CBalance
 {
 public:

@@ -7,6 +7,7 @@
 #include "CPtyPort.h"
 
 #include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QStringList>
 
 #include <csignal>
@@ -28,9 +29,9 @@ bool ParseOptions(const QStringList& arguments, CBalanceSession::Options& option
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Simulates a laboratory balance on a pseudo-terminal. The first line of output is the\n"
-        "path of the terminal to connect to. Commands: SI (one reading), T (tare), Z (zero),\n"
+        "path of the terminal to connect to. Commands: SI or P (one reading), T (tare), Z (zero),\n"
         "each ended by CR; readings look like \"N     +12.345 g\" followed by CR LF."));
-    parser.addHelpOption();
+    parser.addOption({ { QStringLiteral("h"), QStringLiteral("help") }, QStringLiteral("Show this help.") });
     parser.addOption({ QStringLiteral("interval"),
                        QStringLiteral("Send a reading every MS milliseconds; 0 sends only on request (default 1000)."),
                        QStringLiteral("MS"), QStringLiteral("1000") });
@@ -116,9 +117,8 @@ void InstallStopSignals(sigset_t& waitMask)
 
 int main(int argc, char* argv[])
 {
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i)
-        arguments << QString::fromLocal8Bit(argv[i]);
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
     CBalanceSession::Options options;
     QString message;
     bool help = false;
