@@ -124,6 +124,7 @@ private Q_SLOTS:
     void registersInputString_data();
     void registersInputString();
     void enterRegistersWithoutLeaving();
+    void okRegistersTypedInputString();
     void addsCommandAndCommitsOnOK_data();
     void addsCommandAndCommitsOnOK();
     void insertsControlCode_data();
@@ -220,6 +221,16 @@ void tst_CScriptPage::enterRegistersWithoutLeaving()
     QTest::keyClick(p.Input(), Qt::Key_Return);
     QCOMPARE(ItemTexts(p.Input()), QByteArrayList { "$" });
     QVERIFY(p.Input()->hasFocus());
+}
+
+void tst_CScriptPage::okRegistersTypedInputString()
+{
+    Page p(MakeScript({ "A" }, { { "TrimAll()" } }));
+    QVERIFY(p.active);
+    p.Type(QStringLiteral("<STX>"));
+    p.Focus(p.Child<QCheckBox>("registered")); // as the sheet's OK button takes the focus
+    p.page.OnOK();
+    QCOMPARE(p.Saved().m_InputStrings, QByteArrayList({ "A", "<STX>" }));
 }
 
 void tst_CScriptPage::addsCommandAndCommitsOnOK_data()
