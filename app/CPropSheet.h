@@ -14,6 +14,8 @@ class CPropSheet : public QDialog
 
 public:
     explicit CPropSheet(QWidget* parent = nullptr);
+    // The start page is selected when the page of that index is added.
+    CPropSheet(const QString& caption, QWidget* parent, int startPage);
 
     void AddPage(CPropertyPage* page);
     void SetActivePage(int index);
@@ -27,6 +29,11 @@ public:
     int m_nLastActivePage = 0;
 
 private:
+    void OnCurrentChanged(int index);
+    void SelectQuietly(int index);
+
     QTabWidget* m_pTabs;
     QList<CPropertyPage*> m_pages;
+    int m_nStartPage = 0;
+    int m_nShownPage = -1; // the page the user sees; left through OnKillActive
 };

@@ -275,16 +275,50 @@ QByteArray Perform(int command, const CArguments& args, const QByteArray& s)
     }
 }
 
+struct CParsedCommand
+{
+    QByteArray command;
+    int id = -1; // -1: not a command, the output stays as it is
+    CArguments args;
+};
+
+CParsedCommand Parse(const QByteArray& command)
+{
+    CParsedCommand parsed;
+    parsed.command = command;
+    const qsizetype open = command.indexOf('(');
+    if (open < 0)
+        return parsed;
+    parsed.id = FindCommand(command.left(open));
+    if (parsed.id >= 0)
+        parsed.args = ReadArguments(parsed.id, command.mid(open + 1));
+    return parsed;
+}
+
+// A sequence runs the same few command texts on every received string, so
+// the parsed form of the texts used last is kept (per thread).
+const CParsedCommand& Parsed(const QByteArray& command)
+{
+    constexpr std::size_t Kept = 16;
+    thread_local std::array<CParsedCommand, Kept> kept;
+    thread_local std::size_t next = 0;
+    for (const CParsedCommand& entry : kept) {
+        if (entry.command == command && !entry.command.isNull())
+            return entry;
+    }
+    CParsedCommand& entry = kept[next];
+    next = (next + 1) % Kept;
+    entry = Parse(command);
+    return entry;
+}
+
 } // namespace
 
 int CScriptCommand::Execute(const QByteArray& command, const QByteArray& input, QByteArray& output)
 {
-    const qsizetype open = command.indexOf('(');
-    if (open < 0)
+    const CParsedCommand& parsed = Parsed(command);
+    if (parsed.id < 0)
         return 1;
-    const int id = FindCommand(command.left(open));
-    if (id < 0)
-        return 1;
-    output = Perform(id, ReadArguments(id, command.mid(open + 1)), input);
+    output = Perform(parsed.id, parsed.args, input);
     return 1;
 }

@@ -1,5 +1,6 @@
 #include "CStringTable.h"
 
+#include "FrameworkIds.h"
 #include "ResourceIds.h"
 
 #include <algorithm>
@@ -57,6 +58,49 @@ constexpr CEntry kEntries[] = {
     {ID_INDICATOR_CAPS, "CAP"},
     {ID_INDICATOR_NUM, "NUM"},
     {ID_INDICATOR_SCRL, "SCRL        "},
+
+    // ---- Main window: status-bar prompts and tool tips ("prompt\ntip") of
+    // the program's commands and of the framework's standard commands, and
+    // the messages of the pages' number checks.
+    {ID_CONNECT_INSTRUMENT, "Connect / Disconnect Instrument\nConnect/Disconnect"},
+    {ID_ADD_INSTRUMENT, "Adds new Instruments\nNew Instruments"},
+    {ID_TERMINAL_EMULATION, "Select terminal emulation (TTY, VT52, VT100)\nEmulation"},
+    {ID_OPTIONS, "Specify user options\nOptions"},
+    {ID_MODIFY_INSTRUMENT, "Modifies Instrument Parameters\nModify"},
+    {ID_V24_PRINTER, "Output of serial printer data to PC printer\nV24 Printer"},
+    {ID_SEND_FILE, "Send a file\nSend"},
+    {ID_ADD_TERMINAL, "Adds new Terminal\nNew Terminal"},
+    {ID_MODIFY_TERMINAL, "Modifies Terminal Parameters\nModify"},
+    {ID_STOP_TRANSMISSION, "Stop Transmission\nStop"},
+    {ID_FILE_NEW, "Create a new document\nNew"},
+    {ID_FILE_OPEN, "Open an existing document\nOpen"},
+    {ID_FILE_CLOSE, "Close the active document\nClose"},
+    {ID_FILE_SAVE, "Save the active document\nSave"},
+    {ID_FILE_SAVE_AS, "Save the active document with a new name\nSave As"},
+    {ID_FILE_PRINT_SETUP, "Change the printer and printing options\nPrint Setup"},
+    {ID_FILE_PRINT, "Print the active document\nPrint"},
+    {ID_FILE_PRINT_PREVIEW, "Display full pages\nPrint Preview"},
+    {ID_FILE_MRU_FILE1, "Open this document"},
+    {ID_FILE_MRU_FILE1 + 1, "Open this document"},
+    {ID_FILE_MRU_FILE1 + 2, "Open this document"},
+    {ID_FILE_MRU_FILE1 + 3, "Open this document"},
+    {ID_EDIT_UNDO, "Undo the last action\nUndo"},
+    {ID_EDIT_CUT, "Cut the selection and put it on the Clipboard\nCut"},
+    {ID_EDIT_COPY, "Copy the selection and put it on the Clipboard\nCopy"},
+    {ID_EDIT_PASTE, "Insert Clipboard contents\nPaste"},
+    {ID_WINDOW_NEW, "Open another window for the active document\nNew Window"},
+    {ID_WINDOW_ARRANGE, "Arrange icons at the bottom of the window\nArrange Icons"},
+    {ID_WINDOW_CASCADE, "Arrange windows so they overlap\nCascade Windows"},
+    {ID_WINDOW_TILE_HORZ, "Arrange windows as non-overlapping tiles\nTile Windows"},
+    {ID_APP_ABOUT, "Display program information, version number and copyright\nAbout"},
+    {ID_APP_EXIT, "Quit the application; prompts to save documents\nExit"},
+    {ID_HELP_FINDER, "List Help topics\nHelp Topics"},
+    {ID_CONTEXT_HELP, "Display help for clicked buttons, menus and windows\nHelp"},
+    {ID_HELP, "Display help for current task or command\nHelp"},
+    {ID_VIEW_TOOLBAR, "Show or hide the toolbar\nToggle ToolBar"},
+    {ID_VIEW_STATUS_BAR, "Show or hide the status bar\nToggle StatusBar"},
+    {AFX_IDP_PARSE_INT, "Please enter an integer."},
+    {AFX_IDP_PARSE_INT_RANGE, "Please enter an integer between %1 and %2."},
 };
 
 // Windows-1252 bytes 0x80..0x9F; the other bytes equal their Unicode value.

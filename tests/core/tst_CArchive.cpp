@@ -215,7 +215,8 @@ void tst_CArchive::writesSequencesWithObjectTags()
     QCOMPARE(bytes, Bytes("FF FF 00 00 0C 00 'CStringArray' 01 00 0A 'TrimLeft()' | 01 80 00 00 | 00 00 "
                           "| 02 00 | 03 00"));
 
-    QBuffer buffer(const_cast<QByteArray*>(&bytes));
+    QByteArray copy = bytes;
+    QBuffer buffer(&copy);
     buffer.open(QIODevice::ReadOnly);
     CArchive ar(&buffer, CArchive::load);
     std::vector<std::shared_ptr<CStringArray>> read;

@@ -1,0 +1,145 @@
+#pragma once
+
+#include "CCommandTarget.h"
+#include "CWindowRect.h"
+
+#include <QEvent>
+#include <QHash>
+#include <QList>
+#include <QMainWindow>
+#include <QPointer>
+
+#include <optional>
+
+class CFunctionKeyBar;
+class CKeyLockState;
+class QLabel;
+class QMdiArea;
+class QMdiSubWindow;
+class QMenu;
+class QTimer;
+
+// The count message (WM_USER + 1 of the original program): the instrument
+// view posts it to the main window after received data when "Progress" is
+// set; the main window shows the count in status pane 1.
+class CShowCountEvent : public QEvent
+{
+public:
+    static constexpr QEvent::Type EventType = QEvent::Type(QEvent::User + 1);
+
+    explicit CShowCountEvent(int nCount)
+        : QEvent(EventType)
+        , m_nCount(nCount)
+    {
+    }
+    int m_nCount;
+};
+
+// The main window: MDI area, menus 128/129/130, tool bar, status bar with
+// five panes, the function-key bar, and the commands that connect
+// instruments, open terminals and add or modify drivers.
+class CMainFrame : public QMainWindow, public CCommandTarget
+{
+    Q_OBJECT
+
+public:
+    enum Pane { PaneMessage = 0, PaneCount = 1, PaneCaps = 2, PaneNum = 3, PaneScrl = 4 };
+
+    explicit CMainFrame(QWidget* parent = nullptr);
+    ~CMainFrame() override;
+
+    // Creation rectangle from the profile; nothing: the window system's choice.
+    void PlaceWindow(const std::optional<CWindowRect::Placement>& placement);
+
+    // Function-key bar. SetFunctionKeyText: 1, or 0 for an id outside
+    // 3048..3055. GetFunctionKeyText: the caption's length, or -1.
+    int SetFunctionKeyText(int nID, const QString& text);
+    int GetFunctionKeyText(int nID, QString& text) const;
+    void ShowFunctionKeyBar(int bShow);
+    bool IsFunctionKeyBarVisible() const;
+    CFunctionKeyBar* FunctionKeyBar() const { return m_pFunctionKeyBar; }
+
+    // Status bar panes 0..4 (PaneMessage .. PaneScrl). A file transfer lays its
+    // progress bar over pane 1 (PaneWidget gives its place).
+    void SetPaneText(int nPane, const QString& text);
+    QString GetPaneText(int nPane) const;
+    QLabel* PaneWidget(int nPane) const;
+    // The received-byte count in pane 1, "%8d".
+    void OnShowCount(int nCount);
+    // Posts the count message to the program's main window (any thread).
+    static void PostCount(int nCount);
+
+    // The item of the menu shown now: popup index (0 = "&File") and command.
+    // The instrument window rewrites "&Connect" (popup 3) and checks items of
+    // "&Extras" (popup 4) with it. nullptr when the menu has no such item.
+    QAction* MenuItem(int nPopup, int nID) const;
+    // The menu shown now: 128, 129 or 130.
+    int CurrentMenuId() const { return m_nCurrentMenu; }
+
+    QMdiArea* MdiArea() const { return m_pMdiArea; }
+    // The active child's view, or nullptr.
+    QWidget* ActiveView() const;
+
+    // Command routing: the active view first, this window when the view does
+    // not take it. True when someone handled the command.
+    bool RouteCommand(int nID);
+    // Enabled and checked state of a command after routing; a command no
+    // one handles is disabled.
+    CCmdUI QueryCommand(int nID);
+    void UpdateCommandUI();
+
+    // Opens an instrument ("Orvali") or terminal ("Terminal") window through
+    // the first document template with that new-file name; nullptr when no
+    // template matches.
+    QMdiSubWindow* OpenNewDocument(const QString& newFileName);
+
+    // CCommandTarget: the commands of this window.
+    bool OnCommand(int nID) override;
+    bool OnUpdateCommand(int nID, CCmdUI& ui) override;
+
+    void OnConnectInstrument();
+    void OnAddInstrument();
+    void OnModifyInstrument();
+    void OnTerminalEmulation();
+    void OnAddTerminal();
+    void OnModifyTerminal();
+    void OnAppAbout();
+    void OnHelpTopics();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void customEvent(QEvent* event) override;
+
+private:
+    void CreateActions();
+    void CreateMenus();
+    void CreateToolBar();
+    void CreateStatusBar();
+    QAction* NewCommandAction(int nID, const QString& text);
+    void SelectMenu(int nMenuId);
+    void UpdateRecentFileItems(QMenu* menu);
+    void OnSubWindowActivated(QMdiSubWindow* window);
+    void UpdateIndicators();
+    void UpdateTitle();
+    void OnFileOpen();
+    void OnFileNew();
+    void OnOpenRecentFile(int nIndex);
+    void OnPrintSetup();
+    void OnCloseDocument();
+    void ArrangeIcons();
+    void ShowStatusMessage(const QString& text);
+
+    QMdiArea* m_pMdiArea;
+    CFunctionKeyBar* m_pFunctionKeyBar;
+    QToolBar* m_pToolBar = nullptr;
+    QList<QLabel*> m_panes;
+    CKeyLockState* m_pKeyLocks;
+    QTimer* m_pIdleTimer;
+    // Menus 128, 129, 130, each a list of popups; one is in the menu bar.
+    QHash<int, QList<QMenu*>> m_menus;
+    int m_nCurrentMenu = 0;
+    // Every action that carries a command: menu items, tool bar buttons, accelerators.
+    QHash<int, QList<QAction*>> m_commandActions;
+    QPointer<QMdiSubWindow> m_pLastActive;
+    QHash<int, int> m_untitledCounts; // per document type
+};

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "CDocTemplate.h"
+#include "CProfile.h"
+#include "CWindowRect.h"
+
+#include <QFile>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+class CCommView;
+class CMainFrame;
+class QPrinter;
+
+// The application object: start-up and exit, the persisted settings, the
+// command line, and the program-wide values that the main window and the
+// instrument and terminal windows share. Exactly one exists while the
+// program runs; COrvalisApp::Get() reaches it.
+class COrvalisApp : public QObject
+{
+    Q_OBJECT
+
+public:
+    // profilePath: the settings file (tests pass their own).
+    explicit COrvalisApp(const QString& profilePath = CProfile::DefaultPath(), QObject* parent = nullptr);
+    ~COrvalisApp() override;
+
+    static COrvalisApp* Get();
+
+    // Reads the settings, creates the main window, parses the arguments
+    // (without the program name), shows the window and connects a driver
+    // named on the command line. False when the program must end.
+    bool InitInstance(const QStringList& arguments);
+    // Writes "Window", "LastUsedDriver", "LastTerminalDriver" and the recent files.
+    int ExitInstance(int exitCode);
+    // Started by another program (embedding or automation): nothing is shown.
+    bool RunsEmbedded() const { return m_bRunEmbedded; }
+
+    CMainFrame* MainFrame() const { return m_pMainFrame.get(); }
+    CProfile& Profile() { return m_profile; }
+    // See CProgramFolder; fixed for the run.
+    QString ProgramFolder() const { return m_strProgramFolder; }
+    const QList<CDocTemplate>& DocTemplates() const { return m_templates; }
+    QPrinter& Printer();
+
+    // Recent-file list of four entries, newest first ("Recent File List" in the profile).
+    QStringList RecentFiles() const { return m_recentFiles; }
+    void AddToRecentFileList(const QString& path);
+
+    CWindowRect m_rcWindow;            // normal rectangle of the main window
+    QString m_strLastUsedDriver;       // full path of the instrument driver used last
+    QString m_strLastTerminalDriver;   // full path of the terminal driver used last
+    CCommView* m_pCommView = nullptr;  // set and cleared by the instrument view only
+    QFile m_filePlayback;              // opened by the "^$E" macro, read by the instrument view
+    int m_bPlaybackOpen = 0;
+    int m_bConnectRequested = 0;       // set by Connect Instrument before it opens a window
+    quint32 m_dwPlatformId = 2;        // nonzero: the platform has threads (no idle polling)
+    int m_bDriverOnCommandLine = 0;
+    Qt::WindowStates m_nCmdShow = Qt::WindowNoState; // how the main window is shown
+
+    // Remembered start pages of the settings sheets, 0 at start, never
+    // persisted; each is overwritten only when its sheet ends with OK.
+    int m_nModifyInstrumentPage = 0;
+    int m_nModifyTerminalPage = 0;
+    int m_nInstrumentOptionsPage = 0;
+    int m_nTerminalOptionsPage = 0;
+
+private:
+    void ParseCommandLine(const QStringList& arguments);
+    void LoadRecentFileList();
+    void SaveRecentFileList();
+
+    CProfile m_profile;
+    QString m_strProgramFolder;
+    QList<CDocTemplate> m_templates;
+    QStringList m_recentFiles;
+    std::unique_ptr<CMainFrame> m_pMainFrame;
+    std::unique_ptr<QPrinter> m_pPrinter;
+    bool m_bRunEmbedded = false;
+};

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+
+class QDialog;
+class QWidget;
+struct CFileFilter;
+
+// The one place where the shell asks the user something modally: file
+// dialogs, property sheets and dialogs, messages. Tests install their own
+// answers with SetCurrent; the program uses the real dialogs.
+class CUserDialogs
+{
+public:
+    virtual ~CUserDialogs() = default;
+
+    // The chosen full path, or an empty string when cancelled.
+    virtual QString GetOpenFileName(QWidget* parent, const QString& folder, const CFileFilter& filter);
+    // No overwrite prompt: an existing driver is replaced as the user chose it.
+    virtual QString GetSaveFileName(QWidget* parent, const QString& folder, const CFileFilter& filter);
+    // Runs a modal dialog (a property sheet, the About box); its result code.
+    virtual int Exec(QDialog& dialog);
+    virtual void ShowMessage(QWidget* parent, const QString& text);
+
+    static CUserDialogs& Current();
+    // nullptr restores the real dialogs. The caller keeps ownership.
+    static void SetCurrent(CUserDialogs* dialogs);
+};

@@ -1,0 +1,412 @@
+#include "CReceivePipeline.h"
+
+#include "CByteScan.h"
+#include "CByteSource.h"
+#include "CCellSink.h"
+#include "CCommandSink.h"
+#include "CDriverParameter.h"
+#include "CPlaybackFile.h"
+#include "CScript.h"
+#include "CTerminalParameter.h"
+#include "CTextSink.h"
+
+#include <QLoggingCategory>
+#include <QThread>
+
+#include <cstring>
+#include <stdexcept>
+
+namespace {
+
+Q_LOGGING_CATEGORY(lcPipeline, "orvalis.instrument")
+
+constexpr int NUL = 0;
+constexpr int BS = 8;
+constexpr int TAB = 9;
+constexpr int LF = 10;
+constexpr int CR = 13;
+
+// The discard events wait this long for the rest of the garbage to arrive.
+constexpr quint32 DiscardWaitMs = 20;
+// A pass ends after this many blocks even when data keeps coming, so the
+// window stays responsive; the channel reports the rest at once.
+constexpr int MaxBlocksPerPass = 256;
+
+// QByteArray::append goes through the general insert path; the pipeline
+// appends a few bytes at a time to buffers that keep their capacity.
+void Append(QByteArray& buffer, const char* bytes, qsizetype n)
+{
+    const qsizetype size = buffer.size();
+    buffer.resize(size + n);
+    std::memcpy(buffer.data() + size, bytes, std::size_t(n));
+}
+
+void Append(QByteArray& buffer, char byte)
+{
+    const qsizetype size = buffer.size();
+    buffer.resize(size + 1);
+    buffer.data()[size] = byte;
+}
+
+int Signed(char byte)
+{
+    return int(static_cast<signed char>(byte));
+}
+
+bool NeedsEncoding(const QByteArray& text)
+{
+    return CByteScan::HasControlByte(text.constBegin(), text.constEnd());
+}
+
+// Decoding changes only a text with a name or a NUL byte in it.
+bool NeedsDecoding(const QByteArray& text)
+{
+    static const CByteScan nameOrNul = [] {
+        CByteScan scan;
+        scan.Add('<');
+        scan.Add(NUL);
+        return scan;
+    }();
+    return nameOrNul.Find(text.constBegin(), text.constEnd()) != text.constEnd();
+}
+
+} // namespace
+
+CReceivePipeline::CReceivePipeline(const CScript& script, const CTerminalParameter& display,
+                                   const CDriverParameter& driver)
+    : m_script(script)
+    , m_display(display)
+    , m_driver(driver)
+    , m_sleep([](quint32 ms) { QThread::msleep(ms); })
+{
+}
+
+void CReceivePipeline::OnCommEvent()
+{
+    if (!m_pSource)
+        return;
+    const quint16 event = m_pSource->GetCommEvent();
+    if (event == CByteSource::EventDiscard || event == CByteSource::EventDiscardOther) {
+        m_sleep(DiscardWaitMs);
+        m_pSource->GetInput();
+        return;
+    }
+    if (event != CByteSource::EventReceive || m_pSource->GetInBufferCount() == 0)
+        return;
+    for (int blocks = 0; blocks < MaxBlocksPerPass; ++blocks) {
+        const QByteArray block = m_pSource->GetInput();
+        ReceiveBlock(block);
+        if (!m_strLine.isEmpty()) {
+            FlushLine();
+            return;
+        }
+        if (block.isEmpty())
+            return;
+    }
+}
+
+bool CReceivePipeline::PollInput()
+{
+    if (!m_pSource || m_pSource->GetInBufferCount() == 0)
+        return true;
+    for (;;) {
+        if (m_pumpEvents)
+            m_pumpEvents();
+        // The whole block is processed and counted: bytes that arrived
+        // between the count and the read are not lost.
+        const QByteArray block = m_pSource->GetInput();
+        m_nTotalBytes += block.size();
+        if (m_reportProgress)
+            m_reportProgress(m_nTotalBytes);
+        for (const char byte : block)
+            ProcessByte(byte, Mode::Polling);
+        if (block.isEmpty())
+            return true;
+    }
+}
+
+void CReceivePipeline::ReceiveBlock(const QByteArray& block)
+{
+    m_nTotalBytes += block.size();
+    if (m_reportProgress)
+        m_reportProgress(m_nTotalBytes);
+    const char* p = block.constData();
+    const char* const end = p + block.size();
+    while (p < end) {
+        // Runs of bytes that only pass through are handled in one go; every
+        // byte that can change state takes the full pipeline.
+        if (!m_script.m_bRegistered) {
+            const char* run = StopScan(false).Find(p, end);
+            if (run != p) {
+                ProcessPlainRun(p, run);
+                p = run;
+                continue;
+            }
+        } else if (m_bInString) {
+            const char* run = StopScan(true).Find(p, end);
+            if (run != p) {
+                if (m_bDebugConnection)
+                    Append(m_ReceivedBytes, p, run - p);
+                if (m_bMatched)
+                    AppendReceived(p, run - p);
+                p = run;
+                continue;
+            }
+        }
+        ProcessByte(*p++, Mode::Notification);
+    }
+}
+
+const CByteScan& CReceivePipeline::StopScan(bool inString)
+{
+    if (m_nScanEndChar != m_nEndChar) {
+        m_plainStops = m_stringStops = CByteScan();
+        m_plainStops.Add(NUL);
+        m_plainStops.Add(CR);
+        m_plainStops.Add(LF);
+        m_stringStops.Add(NUL);
+        if (m_nEndChar != NoEndChar) {
+            m_plainStops.Add(static_cast<unsigned char>(m_nEndChar));
+            m_stringStops.Add(static_cast<unsigned char>(m_nEndChar));
+        }
+        m_nScanEndChar = m_nEndChar;
+    }
+    return inString ? m_stringStops : m_plainStops;
+}
+
+void CReceivePipeline::ProcessPlainRun(const char* begin, const char* end)
+{
+    const qsizetype n = end - begin;
+    if (m_bDebugConnection)
+        Append(m_ReceivedBytes, begin, n);
+    Append(m_strLine, begin, n);
+    if (ExcelOn())
+        Append(m_strExcel, begin, n);
+}
+
+void CReceivePipeline::ProcessByte(char byte, Mode mode)
+{
+    const int c = Signed(byte);
+    if (mode == Mode::Notification) {
+        if (c == NUL) {
+            --m_nTotalBytes;
+            return;
+        }
+        if (m_bDebugConnection)
+            Append(m_ReceivedBytes, byte);
+    }
+    if (m_script.m_bRegistered) {
+        CollectScriptByte(byte, c, mode);
+        return;
+    }
+    if (mode == Mode::Notification) {
+        Append(m_strLine, byte);
+        Deliver(c, m_strNoText, false, mode);
+        return;
+    }
+    QByteArray out(1, byte);
+    Deliver(c, out, false, mode);
+}
+
+void CReceivePipeline::CollectScriptByte(char byte, int c, Mode mode)
+{
+    if (!m_bInString) {
+        if (c == m_nEndChar)
+            return;
+        m_bInString = true;
+        m_strReceived.resize(0);
+        m_bReceivedTruncated = false;
+        m_strExcel.resize(0);
+        m_bMatched = MatchStart(c);
+        if (m_bMatched)
+            Append(m_strReceived, byte);
+        return;
+    }
+    if (m_bMatched)
+        AppendReceived(&byte, 1);
+    if (c == m_nEndChar)
+        CompleteString(c, mode);
+}
+
+void CReceivePipeline::AppendReceived(const char* bytes, qsizetype n)
+{
+    const qsizetype room = MaxStringLength - m_strReceived.size();
+    if (n > room && !m_bReceivedTruncated) {
+        m_bReceivedTruncated = true;
+        qCWarning(lcPipeline) << "received string longer than" << MaxStringLength
+                              << "bytes without its end character; the rest is not kept";
+    }
+    Append(m_strReceived, bytes, qMin(n, qMax<qsizetype>(room, 0)));
+}
+
+void CReceivePipeline::CompleteString(int c, Mode mode)
+{
+    m_bInString = false;
+    m_bMatched = false;
+    if (m_nInputIndex > -1 && m_script.GetSequenceCount() > 0) {
+        QByteArray out = RunSequence(m_nInputIndex, m_strReceived);
+        // An empty result has no last character to decide by: the string
+        // is dropped and leaves no trace.
+        if (out.isEmpty())
+            return;
+        if (mode == Mode::Notification)
+            m_strLine = out;
+        Deliver(Signed(out.back()), out, true, mode);
+        return;
+    }
+    // An unmatched string: its bytes are gone, its end still counts.
+    Deliver(c, m_strNoText, true, mode);
+}
+
+bool CReceivePipeline::MatchStart(int c)
+{
+    // The result depends only on the byte and the script's strings: it is
+    // asked once per byte value and kept until the strings change.
+    if (m_script.m_strEndOfString != m_matchedEndOfString || m_script.m_InputStrings != m_matchedInputs) {
+        m_matchedEndOfString = m_script.m_strEndOfString;
+        m_matchedInputs = m_script.m_InputStrings;
+        m_matches.fill(Match{});
+    }
+    Match& match = m_matches[std::size_t(c & 0xFF)];
+    if (!match.bKnown) {
+        match.nStartChar = Unchanged;
+        match.nEndChar = Unchanged;
+        match.bMatched = m_script.MatchStart(c, match.nStartChar, match.nEndChar, match.nIndex);
+        match.bKnown = true;
+    }
+    if (match.nStartChar != Unchanged)
+        m_nStartChar = match.nStartChar;
+    if (match.nEndChar != Unchanged)
+        m_nEndChar = match.nEndChar;
+    m_nInputIndex = match.nIndex;
+    return match.bMatched;
+}
+
+QByteArray CReceivePipeline::RunSequence(int index, QByteArray text) const
+{
+    try {
+        const int count = m_script.GetCommandCount(index);
+        for (int i = 0; i < count; ++i) {
+            const QByteArray input = text;
+            m_script.ExecuteCommand(m_script.GetCommand(index, i), input, text);
+        }
+    } catch (const std::invalid_argument& error) {
+        // The rest of the sequence is abandoned; the result so far is kept.
+        qCWarning(lcPipeline) << "script sequence" << index << "stopped:" << error.what();
+    }
+    return text;
+}
+
+void CReceivePipeline::Deliver(int c, const QByteArray& out, bool scriptResult, Mode mode)
+{
+    if (ExcelOn()) {
+        if (scriptResult) {
+            m_strExcel = out;
+            WriteExcelCells();
+        } else if (c == CR || c == m_nEndChar) {
+            Append(m_strExcel, char(c));
+            WriteExcelCells();
+        } else if (c != LF) {
+            Append(m_strExcel, char(c));
+        }
+    }
+    const bool crlf = m_display.m_bReceiveCRLF;
+    if (mode == Mode::Polling) {
+        QByteArray shown = out;
+        if (c == CR && crlf)
+            shown.append('\n');
+        if (c == BS && m_pText)
+            m_pText->DeleteLastCharacter();
+        else
+            Show(shown);
+    } else if (c == CR) {
+        if (crlf)
+            Append(m_strLine, '\n');
+        FlushLine();
+    } else if (c == m_nEndChar) {
+        FlushLine();
+    }
+    if (c == CR && crlf)
+        c = LF;
+    if (c == LF && m_pPlayback && m_pPlayback->IsOpen())
+        SendNextPlaybackLine();
+}
+
+bool CReceivePipeline::ExcelOn() const
+{
+    return m_pCells && m_driver.m_bExcel;
+}
+
+void CReceivePipeline::FlushLine()
+{
+    Show(m_strLine);
+    // Keeps the buffer for the next line unless the sink holds on to it.
+    if (m_strLine.isDetached())
+        m_strLine.resize(0);
+    else
+        m_strLine.clear();
+}
+
+void CReceivePipeline::Show(QByteArray& text)
+{
+    // The conversions are skipped where they would change nothing.
+    if (m_display.m_bShowControlChars) {
+        if (NeedsEncoding(text))
+            m_parse.EncodeControlCodes(text);
+    } else if (NeedsDecoding(text)) {
+        m_parse.DecodeControlCodes(text);
+    }
+    if (!text.isEmpty() && m_pText)
+        m_pText->AppendBytes(text);
+}
+
+void CReceivePipeline::WriteExcelCells()
+{
+    m_parse.DecodeControlCodes(m_strExcel);
+    QByteArray cell;
+    // A CR empties m_strExcel, which ends the walk; text after the last TAB
+    // stays for the next walk.
+    for (qsizetype i = 0; i < m_strExcel.size(); ++i) {
+        const char byte = m_strExcel.at(i);
+        if (byte == TAB) {
+            m_pCells->PutCell(m_nExcelRow, m_nExcelColumn, cell);
+            ++m_nExcelColumn;
+            cell.clear();
+        } else if (byte == CR) {
+            m_pCells->PutCell(m_nExcelRow, m_nExcelColumn, cell);
+            ++m_nExcelRow;
+            m_nExcelColumn = 1;
+            cell.clear();
+            m_strExcel.clear();
+        } else {
+            cell.append(byte);
+        }
+    }
+}
+
+void CReceivePipeline::SendNextPlaybackLine()
+{
+    QByteArray line = m_pPlayback->NextLine(m_sleep);
+    line.append('\r');
+    if (m_display.m_bSendCRLF)
+        line.append('\n');
+    if (m_pCommands)
+        m_pCommands->SendCommand(line);
+}
+
+void CReceivePipeline::DebugReplay()
+{
+    if (!m_pText)
+        return;
+    m_pText->AppendBytes(QByteArrayLiteral("\n\nDebug Output\n"));
+    qsizetype start = 0;
+    for (qsizetype i = 0; i < m_ReceivedBytes.size(); ++i) {
+        const int c = Signed(m_ReceivedBytes.at(i));
+        if (c == CR || c == m_nEndChar) {
+            m_pText->AppendBytes(m_ReceivedBytes.mid(start, i + 1 - start));
+            start = i + 1;
+        }
+    }
+    if (start < m_ReceivedBytes.size())
+        m_pText->AppendBytes(m_ReceivedBytes.mid(start));
+}

@@ -1,0 +1,178 @@
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+struct CliRun
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+CliRun RunCli(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral(ORVALIS_CLI), arguments);
+    CliRun run;
+    if (!process.waitForFinished(10000)) {
+        process.kill();
+        process.waitForFinished();
+        run.err = QStringLiteral("orvalis-cli did not finish");
+        return run;
+    }
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+
+QString Example(const QString& name)
+{
+    return QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/") + name;
+}
+
+QByteArray FileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class tst_cli : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void showPrintsEveryRecord_data();
+    void showPrintsEveryRecord();
+    void showRejectsATruncatedDriver();
+    void showReportsAnUnopenableFile();
+    void showRefusesOtherFiles();
+    void usageErrors_data();
+    void usageErrors();
+    void examplesAreWhatTheGeneratorWrites();
+};
+
+void tst_cli::showPrintsEveryRecord_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QStringList>("lines");
+    QTest::newRow("balance example")
+        << Example("Balance.tbb")
+        << QStringList{": instrument driver",
+                       "  Name:                 \"Balance\"",
+                       "  File name:            \"Balance.tbb\"",
+                       "  Connector:            \"COM1\"",
+                       "  Parity:               N",
+                       "  Flow control:         None",
+                       "  Emulation:            ANSI",
+                       "  F1:                   \"Print\" sends \"P<CR><LF>\"",
+                       "  F8:                   \"\" sends \"\"",
+                       "  End of string:        \"<LF>\"",
+                       "  Input string 2:       \"~\"\n    TrimLeft()\n    ChangeSpaces(<HT>)\n"};
+    QTest::newRow("meter example")
+        << Example("Meter.tbb")
+        << QStringList{"  Name:                 \"Meter\"",
+                       "  Excel:                on",
+                       "  Parity:               E",
+                       "  Flow control:         Rts/Cts",
+                       "  F1:                   \"Read\" sends \"<ENQ>\"",
+                       "  F2:                   \"Reset\" sends \"<ESC>R\"",
+                       "  Input string 1:       \"<STX>...<ETX>\"\n    SkipCharacters(1)\n"
+                       "    ChangeCharacters(<ETX>, <CR>)\n    TrimAll()\n"};
+    QTest::newRow("terminal driver")
+        << QStringLiteral(ORVALIS_SOURCE_DIR "/tests/data/VT100.drv")
+        << QStringList{": terminal driver", "  Connector:            \"COM3\"", "  Flow control:         Xon/Xoff",
+                       "  Emulation:            VT100", "  F8:                   \"Status\" sends \"STAT?<CR>\""};
+    QTest::newRow("printer settings")
+        << QStringLiteral(ORVALIS_SOURCE_DIR "/tests/data/v24print.drv")
+        << QStringList{": serial printer settings", "\nDriver\n", "\nCommunication\n", "\nTerminal\n", "\nScript\n"};
+}
+
+void tst_cli::showPrintsEveryRecord()
+{
+    QFETCH(QString, path);
+    QFETCH(QStringList, lines);
+    const CliRun run = RunCli({"show", path});
+    QCOMPARE(run.err, QString());
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY(run.out.startsWith(path + ": "));
+    for (const QString& line : lines)
+        QVERIFY2(run.out.contains(line), qPrintable(QStringLiteral("missing \"%1\" in:\n%2").arg(line, run.out)));
+    if (path.endsWith(".drv") && !path.endsWith("v24print.drv"))
+        QVERIFY(!run.out.contains("\nScript\n"));
+    if (path.endsWith("v24print.drv"))
+        QVERIFY(!run.out.contains("\nFunction keys\n"));
+}
+
+void tst_cli::showRejectsATruncatedDriver()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("lab.tbb");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    // The driver block (22 bytes) and half of the communication block.
+    file.write(FileBytes(Example("Balance.tbb")).left(22 + 6));
+    file.close();
+    const CliRun run = RunCli({"show", path});
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(run.out, QString());
+    QCOMPARE(run.err, path + ": damaged at byte 28 (end of the file in a 16-bit word)\n");
+}
+
+void tst_cli::showReportsAnUnopenableFile()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("missing.tbb");
+    const CliRun run = RunCli({"show", path});
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(run.err, "Cannot open " + path + ": No such file or directory\n");
+}
+
+void tst_cli::showRefusesOtherFiles()
+{
+    const CliRun run = RunCli({"show", "notes.txt"});
+    QCOMPARE(run.exitCode, 2);
+    QCOMPARE(run.err, QString("notes.txt: not a driver file (expected a .tbb, a .drv or v24print.drv)\n"));
+}
+
+void tst_cli::usageErrors_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("no command prints the usage") << QStringList{} << 2 << "usage: orvalis-cli COMMAND";
+    QTest::newRow("unknown command is named") << QStringList{"shwo"} << 2 << "unknown command \"shwo\"";
+    QTest::newRow("show without a file") << QStringList{"show"} << 2 << "usage: orvalis-cli show FILE";
+    QTest::newRow("help lists show") << QStringList{"help"} << 0 << "  show FILE";
+}
+
+void tst_cli::usageErrors()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, expected);
+    const CliRun run = RunCli(arguments);
+    QCOMPARE(run.exitCode, exitCode);
+    QVERIFY2((run.out + run.err).contains(expected), qPrintable(run.out + run.err));
+    QVERIFY(!(run.out + run.err).contains("write-examples"));
+}
+
+void tst_cli::examplesAreWhatTheGeneratorWrites()
+{
+    QTemporaryDir dir;
+    const CliRun run = RunCli({"write-examples", dir.path()});
+    QCOMPARE(run.exitCode, 0);
+    for (const QString name : {"Balance.tbb", "Meter.tbb"}) {
+        const QByteArray generated = FileBytes(dir.filePath(name));
+        QVERIFY(!generated.isEmpty());
+        QCOMPARE(FileBytes(Example(name)), generated);
+    }
+}
+
+QTEST_GUILESS_MAIN(tst_cli)
+#include "tst_cli.moc"

@@ -1,0 +1,74 @@
+// orvalis-cli COMMAND [ARGUMENTS]: the subcommands are listed in the table
+// below; adding one is a class derived from CCliCommand and one table line.
+
+#include "CCliCommand.h"
+#include "CExamplesCommand.h"
+#include "CShowCommand.h"
+
+#include <QCoreApplication>
+#include <QLoggingCategory>
+#include <QTextStream>
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+struct CCommandEntry
+{
+    const char* name;
+    const char* arguments;
+    const char* summary; // nullptr: not listed in the help
+    std::unique_ptr<CCliCommand> (*make)();
+};
+
+template <class T>
+std::unique_ptr<CCliCommand> Make()
+{
+    return std::make_unique<T>();
+}
+
+const CCommandEntry Commands[] = {
+    {"show", "FILE", "print every record of a .tbb, .drv or v24print.drv file", &Make<CShowCommand>},
+    {"write-examples", "FOLDER", nullptr, &Make<CExamplesCommand>},
+};
+
+void PrintUsage(QTextStream& stream)
+{
+    stream << "usage: orvalis-cli COMMAND [ARGUMENTS]\n\ncommands:\n";
+    for (const CCommandEntry& entry : Commands) {
+        if (!entry.summary)
+            continue;
+        const QString call = QStringLiteral("%1 %2").arg(QLatin1String(entry.name), QLatin1String(entry.arguments));
+        stream << "  " << qSetFieldWidth(22) << Qt::left << call << qSetFieldWidth(0) << entry.summary << "\n";
+    }
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    // The messages are the output; debug logging only when asked for
+    // through QT_LOGGING_RULES.
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    QStringList arguments = app.arguments().mid(1);
+    if (arguments.isEmpty()) {
+        PrintUsage(err);
+        return CCliCommand::ExitUsage;
+    }
+    const QString name = arguments.takeFirst();
+    if (name == "help" || name == "--help" || name == "-h") {
+        PrintUsage(out);
+        return CCliCommand::ExitOk;
+    }
+    for (const CCommandEntry& entry : Commands) {
+        if (name == QLatin1String(entry.name))
+            return entry.make()->Run(arguments, out, err);
+    }
+    err << "orvalis-cli: unknown command \"" << name << "\"\n\n";
+    PrintUsage(err);
+    return CCliCommand::ExitUsage;
+}
