@@ -518,23 +518,8 @@ void COrvalisView::ConvertShownText(bool bShowControlChars)
         }
         converted = CDisplayText().Convert(bytes);
     }
-    ReplaceText(converted);
-    m_appender.Reset();
+    m_appender.ReplaceAll(converted);
     m_appender.SetNameLineBreaks(bShowControlChars);
-}
-
-void COrvalisView::ReplaceText(const QString& text)
-{
-    // Not undoable, like received text.
-    QTextDocument* doc = document();
-    const bool undo = doc->isUndoRedoEnabled();
-    doc->setUndoRedoEnabled(false);
-    QTextCursor cursor(doc);
-    cursor.beginEditBlock();
-    cursor.select(QTextCursor::Document);
-    cursor.insertText(text);
-    cursor.endEditBlock();
-    doc->setUndoRedoEnabled(undo);
 }
 
 // ---------------------------------------------------------------------------

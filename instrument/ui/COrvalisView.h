@@ -84,7 +84,6 @@ private:
     void UpdateConnectMenuText();
     void ShowFunctionKeys();
     void ConvertShownText(bool bShowControlChars);
-    void ReplaceText(const QString& text);
     void ReportLineProblem(const QString& text);
     void LoadDocument(const QString& path);
     bool SaveModified();

@@ -6,6 +6,18 @@
 #include <QTextCursor>
 #include <QTextDocument>
 
+namespace {
+
+constexpr QChar LineSeparator(0x2028);
+
+// The lines a paragraph holds: its line separators and its own end.
+int LinesOf(const QTextBlock& block)
+{
+    return int(block.text().count(LineSeparator)) + 1;
+}
+
+} // namespace
+
 CTextAppender::CTextAppender(QPlainTextEdit* edit, QObject* parent)
     : QObject(parent)
     , m_pEdit(edit)
@@ -58,10 +70,19 @@ void CTextAppender::Flush()
         return;
     bool replacesAll = false;
     text = KeepTail(text, replacesAll);
-    const QTextBlock last = m_pEdit->document()->lastBlock();
-    text = BreakLongLines(text, replacesAll ? 0 : last.length() - 1);
-    Insert(text, replacesAll);
+    qsizetype lastLineLength = 0;
+    if (!replacesAll) {
+        const QString last = m_pEdit->document()->lastBlock().text();
+        lastLineLength = last.size() - (last.lastIndexOf(LineSeparator) + 1);
+    }
+    Insert(BreakLongLines(text, lastLineLength), replacesAll);
     Q_EMIT appended();
+}
+
+void CTextAppender::ReplaceAll(const QString& text)
+{
+    Reset();
+    Insert(text, true);
 }
 
 QString CTextAppender::KeepTail(const QString& text, bool& replacesAll) const
@@ -109,27 +130,63 @@ QString CTextAppender::BreakLongLines(const QString& text, qsizetype lastLineLen
     return result;
 }
 
+void CTextAppender::SyncLineCount()
+{
+    QTextDocument* document = m_pEdit->document();
+    if (document->revision() == m_nRevision)
+        return;
+    m_nLines = int(document->toPlainText().count(QLatin1Char('\n'))) + 1;
+    m_nRevision = document->revision();
+}
+
+int CTextAppender::LineCount()
+{
+    SyncLineCount();
+    return m_nLines;
+}
+
 void CTextAppender::Insert(const QString& text, bool replaceAll)
 {
     QTextDocument* document = m_pEdit->document();
+    SyncLineCount();
+    // Line breaks become line separators inside a paragraph, and every
+    // LinesPerBlock-th one ends the paragraph.
+    int inBlock = replaceAll ? 0 : LinesOf(document->lastBlock()) - 1;
+    QString grouped = text;
+    int newLines = 0;
+    for (QChar& c : grouped) {
+        if (c != QLatin1Char('\n'))
+            continue;
+        ++newLines;
+        if (++inBlock < LinesPerBlock)
+            c = LineSeparator;
+        else
+            inBlock = 0;
+    }
+
     QScrollBar* bar = m_pEdit->verticalScrollBar();
     const bool atEnd = bar->value() >= bar->maximum();
     const bool undo = document->isUndoRedoEnabled();
     if (undo)
         document->setUndoRedoEnabled(false);
+    // One edit block: the cursors' positions and the layout are worked out
+    // once, not for every paragraph passed.
     QTextCursor cursor(document);
     cursor.beginEditBlock();
     if (replaceAll) {
         cursor.select(QTextCursor::Document);
         cursor.removeSelectedText();
+        m_nLines = 1;
     } else {
         cursor.movePosition(QTextCursor::End);
     }
-    cursor.insertText(text);
-    cursor.endEditBlock();
+    cursor.insertText(grouped);
+    m_nLines += newLines;
     TrimFront();
+    cursor.endEditBlock();
     if (undo)
         document->setUndoRedoEnabled(true);
+    m_nRevision = document->revision();
     if (atEnd)
         bar->setValue(bar->maximum());
 }
@@ -137,17 +194,24 @@ void CTextAppender::Insert(const QString& text, bool replaceAll)
 void CTextAppender::TrimFront()
 {
     QTextDocument* document = m_pEdit->document();
-    int excessLines = m_nMaxLines > 0 ? document->blockCount() - m_nMaxLines : 0;
+    const int excessLines = m_nMaxLines > 0 ? m_nLines - m_nMaxLines : 0;
     const qsizetype excessCharacters = document->characterCount() - MaxCharacters;
-    if (excessCharacters > 0) {
-        // Whole lines go: up to the line that holds the last excess character.
-        const QTextBlock block = document->findBlock(int(excessCharacters));
-        excessLines = qMax(excessLines, block.blockNumber() + 1);
+    if (excessLines <= 0 && excessCharacters <= 0)
+        return;
+    // Whole paragraphs go from the start, enough for both limits; the last
+    // paragraph stays.
+    int removedLines = 0;
+    QTextBlock block = document->firstBlock();
+    while (block.isValid() && block != document->lastBlock()
+           && (removedLines < excessLines || block.position() < excessCharacters)) {
+        removedLines += LinesOf(block);
+        block = block.next();
     }
-    if (excessLines <= 0)
+    if (block.position() == 0)
         return;
     QTextCursor cursor(document);
-    cursor.movePosition(QTextCursor::Start);
-    cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor, excessLines);
+    cursor.setPosition(0);
+    cursor.setPosition(block.position(), QTextCursor::KeepAnchor);
     cursor.removeSelectedText();
+    m_nLines -= removedLines;
 }

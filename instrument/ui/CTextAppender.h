@@ -12,10 +12,14 @@ class QPlainTextEdit;
 // Appends received text to an instrument window without slowing it down: the
 // bytes are collected and written into the text in one go after a short
 // delay (or at once when much has gathered), and the text is kept bounded:
-// the oldest lines drop off beyond a number of lines and of characters, and
-// an endless line is broken every MaxLineLength characters. While the view
-// shows the end of the text it follows the new text; a user who scrolled up
-// to read keeps the place.
+// the oldest lines drop off beyond MaxLines lines or MaxCharacters
+// characters, and an endless line is broken every MaxLineLength characters.
+// While the view shows the end of the text it follows the new text; a user
+// who scrolled up to read keeps the place.
+//
+// The text document pays for every paragraph it holds, so received lines
+// are kept LinesPerBlock to a paragraph, separated by line separators
+// (U+2028); they show, copy and save as lines all the same.
 //
 // Appended text is not undoable (the undo history is dropped while text is
 // appended), so a long run cannot fill the undo stack.
@@ -29,6 +33,7 @@ public:
     static constexpr int DefaultMaxLines = 100000;
     static constexpr qsizetype MaxCharacters = 8 * 1024 * 1024;
     static constexpr int MaxLineLength = 4096;
+    static constexpr int LinesPerBlock = 64;
 
     explicit CTextAppender(QPlainTextEdit* edit, QObject* parent = nullptr);
 
@@ -38,13 +43,17 @@ public:
     void Flush();
     // Drops what waits and the state between pieces (the text was replaced).
     void Reset();
+    // Replaces the whole text (not undoable), as it would have been appended.
+    void ReplaceAll(const QString& text);
     // Line breaks after the names "<LF>" and a lone "<CR>" (control
     // characters shown).
     void SetNameLineBreaks(bool on);
-    // 0: no limit on lines.
+    // 0: no limit on lines (characters stay limited while a line is open).
     void SetMaxLines(int lines) { m_nMaxLines = lines; }
     int MaxLines() const { return m_nMaxLines; }
     qsizetype PendingBytes() const { return m_pending.size(); }
+    // Lines of the text (line breaks + 1).
+    int LineCount();
 
 Q_SIGNALS:
     // After new text went into the window.
@@ -56,6 +65,7 @@ private:
     QString KeepTail(const QString& text, bool& replacesAll) const;
     void Insert(const QString& text, bool replaceAll);
     void TrimFront();
+    void SyncLineCount();
 
     QPlainTextEdit* m_pEdit;
     QByteArray m_pending;
@@ -64,4 +74,8 @@ private:
     CNameLineBreaks m_nameBreaks;
     bool m_bNameBreaks = false;
     int m_nMaxLines = DefaultMaxLines;
+    // The line count, valid while the document is at m_nRevision (the user
+    // may edit a disconnected window's text).
+    int m_nLines = 1;
+    int m_nRevision = -1;
 };
