@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CCommandTarget.h"
+#include "CCommandSink.h"
 #include "CFileTransfer.h"
 #include "CTransferProgress.h"
 
@@ -28,7 +28,7 @@ class CSerialNumberPrompt;
 // and go out in their order when the end of the transmission is handled
 // (OnEndOfTransmission); queued command texts are expanded then. Text after
 // a file macro waits the same way. A second transfer is refused.
-class CCommandSender : public CCommandTarget
+class CCommandSender : public CCommandSink
 {
 public:
     using Clock = std::function<qint64()>; // seconds since 1970

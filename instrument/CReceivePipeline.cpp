@@ -3,7 +3,7 @@
 #include "CByteScan.h"
 #include "CByteSource.h"
 #include "CCellSink.h"
-#include "CCommandTarget.h"
+#include "CCommandSink.h"
 #include "CDriverParameter.h"
 #include "CPlaybackFile.h"
 #include "CScript.h"

@@ -13,7 +13,7 @@
 
 class CByteSource;
 class CCellSink;
-class CCommandTarget;
+class CCommandSink;
 class CDriverParameter;
 class CPlaybackFile;
 class CScript;
@@ -47,7 +47,7 @@ public:
     // Null: no spreadsheet link; the spreadsheet step is skipped.
     void SetCellSink(CCellSink* sink) { m_pCells = sink; }
     // Where the playback lines are sent (the channel's command sender).
-    void SetCommandTarget(CCommandTarget* target) { m_pCommands = target; }
+    void SetCommandTarget(CCommandSink* target) { m_pCommands = target; }
     void SetPlaybackFile(CPlaybackFile* file) { m_pPlayback = file; }
     // Waits of delay lines and of the discard events; sleeps for real
     // unless replaced.
@@ -108,7 +108,7 @@ private:
     CByteSource* m_pSource = nullptr;
     CTextSink* m_pText = nullptr;
     CCellSink* m_pCells = nullptr;
-    CCommandTarget* m_pCommands = nullptr;
+    CCommandSink* m_pCommands = nullptr;
     CPlaybackFile* m_pPlayback = nullptr;
     Sleeper m_sleep;
     ProgressReporter m_reportProgress;

@@ -6,7 +6,7 @@
 
 #include "CByteSource.h"
 #include "CCellSink.h"
-#include "CCommandTarget.h"
+#include "CCommandSink.h"
 #include "CScript.h"
 #include "CTextSink.h"
 
@@ -56,7 +56,7 @@ public:
     bool m_bRefuse = false;
 };
 
-class CCommandRecorder : public CCommandTarget
+class CCommandRecorder : public CCommandSink
 {
 public:
     int SendCommand(const QByteArray& text) override

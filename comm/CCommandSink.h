@@ -6,10 +6,10 @@
 // notation already decoded); expands the "^$F", "^$S" and "^$E" macros.
 // The channel's command sender; the received-data pipeline sends the
 // playback file's lines through it.
-class CCommandTarget
+class CCommandSink
 {
 public:
-    virtual ~CCommandTarget() = default;
+    virtual ~CCommandSink() = default;
 
     virtual int SendCommand(const QByteArray& text) = 0;
 };
