@@ -59,7 +59,8 @@ public:
     static constexpr quint16 EventDsr = 4;
     static constexpr quint16 EventLineError = 1005;
 
-    // At most this much is read by one GetInput(), the size of the input queue.
+    // At most this much is read by one GetInput(), the size of the input
+    // queue; the length of a block so always fits a signed 16-bit count.
     static constexpr int InputQueueSize = 31744;
     static constexpr int DefaultWriteTimeoutMs = 1000;
 
