@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CDocTemplate.h"
+#include "CPlaybackFile.h"
 #include "CProfile.h"
 #include "CWindowRect.h"
 
@@ -55,8 +56,7 @@ public:
     QString m_strLastUsedDriver;       // full path of the instrument driver used last
     QString m_strLastTerminalDriver;   // full path of the terminal driver used last
     CCommView* m_pCommView = nullptr;  // set and cleared by the instrument view only
-    QFile m_filePlayback;              // opened by the "^$E" macro, read by the instrument view
-    int m_bPlaybackOpen = 0;
+    CPlaybackFile m_filePlayback;      // opened by the "^$E" macro, read by the instrument view
     int m_bConnectRequested = 0;       // set by Connect Instrument before it opens a window
     quint32 m_dwPlatformId = 2;        // nonzero: the platform has threads (no idle polling)
     int m_bDriverOnCommandLine = 0;
