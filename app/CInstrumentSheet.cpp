@@ -4,6 +4,7 @@
 #include "CCommPage.h"
 #include "CDriverFile.h"
 #include "CFunctionKeysPage.h"
+#include "CScriptPage.h"
 #include "CSettingsPage.h"
 #include "CStringTable.h"
 #include "ResourceIds.h"
@@ -14,12 +15,13 @@ CInstrumentSheet::CInstrumentSheet(QWidget* parent, int startPage, bool bModifyM
     , m_pCommPage(new CCommPage)
     , m_pSettingsPage(new CSettingsPage)
     , m_pFunctionKeysPage(new CFunctionKeysPage)
+    , m_pScriptPage(new CScriptPage)
 {
     AddPage(m_pGeneralPage);
     AddPage(m_pCommPage);
     AddPage(m_pSettingsPage);
     AddPage(m_pFunctionKeysPage);
-    // Script Language page: AddPage(m_pScriptPage) here, as the fifth page.
+    AddPage(m_pScriptPage);
 }
 
 void CInstrumentSheet::LoadFrom(const CDriverFile& records)
@@ -28,7 +30,7 @@ void CInstrumentSheet::LoadFrom(const CDriverFile& records)
     m_pCommPage->SetParameters(records.m_Comm);
     m_pSettingsPage->LoadFrom(records.m_Terminal);
     m_pFunctionKeysPage->LoadFrom(records.m_FunctionKeys);
-    // Script Language page: m_pScriptPage->LoadFrom(records.m_Script) here.
+    m_pScriptPage->LoadFrom(records.m_Script);
 }
 
 void CInstrumentSheet::SaveTo(CDriverFile& records) const
@@ -37,5 +39,5 @@ void CInstrumentSheet::SaveTo(CDriverFile& records) const
     m_pCommPage->GetParameters(records.m_Comm);
     m_pSettingsPage->SaveTo(records.m_Terminal);
     m_pFunctionKeysPage->SaveTo(records.m_FunctionKeys);
-    // Script Language page: m_pScriptPage->SaveTo(records.m_Script) here.
+    m_pScriptPage->SaveTo(records.m_Script);
 }

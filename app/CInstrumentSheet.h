@@ -6,12 +6,13 @@ class CCommGeneralPage;
 class CCommPage;
 class CDriverFile;
 class CFunctionKeysPage;
+class CScriptPage;
 class CSettingsPage;
 
 // "Communication Setup" of an instrument driver: General, Communication
-// Parameter, Terminal Settings, Function Keys (and Script Language, which
-// is added in the marked places below). Used by Add and Modify Instrument
-// and by the instrument window's Options (which sets bModifyMode).
+// Parameter, Terminal Settings, Function Keys and Script Language. Used by
+// Add and Modify Instrument and by the instrument window's Options (which
+// sets bModifyMode).
 class CInstrumentSheet : public CPropSheet
 {
     Q_OBJECT
@@ -28,4 +29,5 @@ public:
     CCommPage* m_pCommPage;
     CSettingsPage* m_pSettingsPage;
     CFunctionKeysPage* m_pFunctionKeysPage;
+    CScriptPage* m_pScriptPage;
 };

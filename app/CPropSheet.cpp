@@ -21,6 +21,8 @@ CPropSheet::CPropSheet(const QString& caption, QWidget* parent, int startPage)
 {
     setWindowTitle(caption);
     setObjectName(QStringLiteral("CPropSheet"));
+    // Every page title stays visible: the sheet grows instead of scrolling its tabs.
+    m_pTabs->setUsesScrollButtons(false);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &CPropSheet::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &CPropSheet::reject);

@@ -11,6 +11,7 @@
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
 #include "CTerminalFile.h"
+#include "CSerialNumberDlg.h"
 #include "CTerminalSheet.h"
 #include "ResourceIds.h"
 
@@ -53,6 +54,11 @@ CDriverFile SampleInstrument()
         records.m_FunctionKeys.m_Commands[i] = commands[i];
     }
     records.m_FunctionKeys.m_bShowKeys = 1;
+    // "N     +12.345 g" readings: the weight without its label and blanks.
+    records.m_Script.m_bRegistered = 1;
+    records.m_Script.m_strEndOfString = "<LF>";
+    records.m_Script.m_InputStrings = {"N     +12.345 g<CR><LF>"};
+    records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"SkipCharacters(1)", "TrimLeft()"})};
     return records;
 }
 
@@ -100,7 +106,8 @@ int main(int argc, char* argv[])
     instrument.LoadFrom(sample);
     bOk = SaveSheet(instrument, folder,
                     {QStringLiteral("page-general"), QStringLiteral("page-communication"),
-                     QStringLiteral("page-instrument-settings"), QStringLiteral("page-function-keys")}) && bOk;
+                     QStringLiteral("page-instrument-settings"), QStringLiteral("page-function-keys"),
+                     QStringLiteral("page-script")}) && bOk;
 
     CTerminalFile terminalRecords;
     terminalRecords.m_FunctionKeys.AppendEmptyKeys();
@@ -110,6 +117,11 @@ int main(int argc, char* argv[])
     terminal.SetActivePage(1);
     bOk = Save(&terminal, folder, QStringLiteral("page-terminal-settings")) && bOk;
     terminal.hide();
+
+    CSerialNumberDlg serialNumber(frame);
+    serialNumber.show();
+    bOk = Save(&serialNumber, folder, QStringLiteral("serial-number")) && bOk;
+    serialNumber.hide();
 
     CAboutDlg about(frame);
     about.show();

@@ -6,6 +6,7 @@
 #include "CDriverFile.h"
 #include "CFunctionKeysPage.h"
 #include "CInstrumentSheet.h"
+#include "CScriptPage.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
 #include "CTerminalFile.h"
@@ -17,6 +18,7 @@
 #include <QComboBox>
 #include <QDir>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QRadioButton>
 #include <QTemporaryDir>
 #include <QTest>
@@ -38,6 +40,7 @@ private Q_SLOTS:
     void modifyInstrumentFromAnotherFolder();
     void modifyInstrumentCancelled();
     void modifyInstrumentRemembersStartPage();
+    void modifyInstrumentStoresPendingScriptCommand();
     void writingOverLongerFileKeepsTail();
     void addTerminalWritesChosenFile();
     void addTerminalSaveCancelled();
@@ -125,7 +128,7 @@ void tst_DriverCommands::addInstrumentWritesProgramFolder()
 {
     m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
         QCOMPARE(sheet.GetActiveIndex(), 0);
-        QCOMPARE(sheet.GetPageCount(), 4);
+        QCOMPARE(sheet.GetPageCount(), 5);
         QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("Balance"));
         sheet.m_pFunctionKeysPage->m_names.at(0)->setText(QStringLiteral("Print"));
         sheet.m_pFunctionKeysPage->m_commands.at(0)->setText(QStringLiteral("P<CR><LF>"));
@@ -263,6 +266,37 @@ void tst_DriverCommands::modifyInstrumentRemembersStartPage()
     m_app->MainFrame()->OnAddInstrument();
     QCOMPARE(startPage, 0);
     QCOMPARE(m_app->m_nModifyInstrumentPage, 3);
+}
+
+void tst_DriverCommands::modifyInstrumentStoresPendingScriptCommand()
+{
+    const QString lab = InFolder(QStringLiteral("lab.tbb"));
+    CDriverFile records;
+    records.m_Driver.m_strFileName = "lab.tbb";
+    records.m_Script.m_bRegistered = 1;
+    records.m_Script.m_strEndOfString = "<CR><LF>";
+    records.m_Script.m_InputStrings = {"N"};
+    records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"SkipCharacters(1)"})};
+    QVERIFY(records.Store(lab).IsOk());
+    m_dialogs->m_openAnswers = {lab};
+    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+        CScriptPage* page = sheet.m_pScriptPage;
+        QCOMPARE(sheet.GetPage(4), page);
+        QCOMPARE(page->Caption(), QStringLiteral("Script Language"));
+        // Double click on TrimLeft: the example waits in the command field.
+        auto* commands = page->findChild<QListWidget*>(QStringLiteral("commands"));
+        commands->setCurrentRow(7);
+        Q_EMIT commands->itemDoubleClicked(commands->item(7));
+        QVERIFY(page->IsPending());
+    });
+    m_app->MainFrame()->OnModifyInstrument();
+    CDriverFile written;
+    QVERIFY(written.Load(lab).IsOk());
+    QCOMPARE(written.m_Script.m_bRegistered, 1);
+    QCOMPARE(written.m_Script.m_strEndOfString, QByteArray("<CR><LF>"));
+    QCOMPARE(written.m_Script.m_InputStrings, QByteArrayList{"N"});
+    QCOMPARE(written.m_Script.GetCommandCount(0), 2);
+    QCOMPARE(written.m_Script.GetCommand(0, 1), QByteArray("TrimLeft()"));
 }
 
 void tst_DriverCommands::writingOverLongerFileKeepsTail()

@@ -1,0 +1,370 @@
+#include "CComm.h"
+
+#include "CCommEvent.h"
+#include "CCommParameter.h"
+#include "CConnectorList.h"
+#include "CConnectorName.h"
+#include "CSerialPort.h"
+#include "CTerminalDisplay.h"
+#include "CUsbPort.h"
+
+#include <QCoreApplication>
+#include <QObject>
+
+#include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <system_error>
+
+Q_LOGGING_CATEGORY(lcComm, "orvalis.comm")
+
+namespace {
+
+// Handles of open lines: never reused, so a late notification of a closed
+// line can never be taken for one of a line opened since.
+std::atomic<qint64> g_nNextPortHandle = 1;
+
+// How often a close repeats its wake-up while the reader has not ended.
+constexpr auto RewakeInterval = std::chrono::milliseconds(20);
+constexpr auto SlowReaderWarning = std::chrono::seconds(2);
+
+// The reader should not fall behind the line on a busy machine; raising the
+// priority needs a privilege, and without it the reader runs as it is.
+void RaiseReaderPriority()
+{
+    pthread_setname_np(pthread_self(), "orvalis-comm");
+    if (setpriority(PRIO_PROCESS, id_t(gettid()), -10) != 0)
+        qCDebug(lcComm) << "reader keeps its normal priority:" << strerror(errno);
+}
+
+struct LineEventEntry
+{
+    std::uint32_t portEvent;
+    quint16 commEvent;
+    qint64 lParam;
+};
+
+// The order in which events seen together are reported.
+constexpr LineEventEntry LineEvents[] = {
+    {CCommPort::EventData, CComm::EventData, CCommEvent::DataReceived},
+    {CCommPort::EventCts, CComm::EventCts, CCommEvent::CtsChanged},
+    {CCommPort::EventDsr, CComm::EventDsr, CCommEvent::DsrChanged},
+    {CCommPort::EventError, CComm::EventLineError, CCommEvent::LineError},
+};
+
+} // namespace
+
+CComm::CComm() = default;
+
+CComm::~CComm()
+{
+    ClosePort();
+}
+
+int CComm::Create(QObject* owner)
+{
+    CCommEvent::RegisterTypes();
+    m_pOwner = owner;
+    return 1;
+}
+
+QString CComm::GetLastError() const
+{
+    std::lock_guard lock(m_stateMutex);
+    return m_strLastError;
+}
+
+void CComm::SetLastError(const QString& text)
+{
+    std::lock_guard lock(m_stateMutex);
+    m_strLastError = text;
+}
+
+bool CComm::IsFrom(const CCommEvent& event) const
+{
+    return event.Channel() == this && m_nPortHandle != -1 && event.wParam() == m_nPortHandle;
+}
+
+int CComm::OpenPort(const CCommParameter& parameters, bool /*unused*/)
+{
+    // Closed first: the reader of the line open now still reads the name.
+    ClosePort();
+    m_strConnector = parameters.GetConnector();
+    m_nConnector = parameters.m_nConnector;
+    if (!OpenHandle())
+        return 0;
+
+    CDeviceControlBlock dcb;
+    if (!m_pPort->GetState(dcb)) {
+        SetLastError(QStringLiteral("Cannot read the line settings of %1").arg(QString::fromLocal8Bit(m_strConnector)));
+        return 0;
+    }
+    dcb.ApplyLineSettings(parameters);
+    QString error;
+    if (!m_pPort->SetState(dcb, &error)) {
+        qCWarning(lcComm) << error;
+        SetLastError(error);
+        return 0;
+    }
+    if (!StartReader()) {
+        ClosePort();
+        return 0;
+    }
+    m_pPort->SetDtr(true);
+    return 1;
+}
+
+int CComm::OpenTerminal(const CCommParameter& parameters, const CTerminalParameter& terminal)
+{
+    OpenPort(parameters);
+    m_terminal = terminal;
+    m_displaySettings = CTerminalDisplaySettings::FromTerminalParameter(terminal);
+    if (m_pDisplay != nullptr)
+        m_pDisplay->ApplySettings(m_displaySettings);
+    return 1;
+}
+
+void CComm::SetPortOpen(bool open)
+{
+    if (!open) {
+        ClosePort();
+        return;
+    }
+    if (!IsPortOpen())
+        OpenHandle();
+}
+
+bool CComm::OpenHandle()
+{
+    const CConnectorName name = CConnectorName::Parse(m_strConnector);
+    const QString text = QString::fromLocal8Bit(m_strConnector);
+    QString error;
+    std::unique_ptr<CCommPort> port;
+    Backend backend = SerialPortBackend;
+    if (name.GetKind() == CConnectorName::None) {
+        error = QStringLiteral("No connector chosen");
+    } else if (!name.CanOpen()) {
+        error = QStringLiteral("Unknown connector \"%1\"").arg(text);
+    } else if (name.IsUsb()) {
+        port = OpenUsbConverter(name.GetSerialNumber(), &backend, &error);
+    } else {
+        port = std::make_unique<CSerialPort>(name.GetDevicePath());
+        if (!port->Open(&error))
+            port.reset();
+    }
+    if (port == nullptr) {
+        qCInfo(lcComm) << error;
+        SetLastError(error);
+        return false;
+    }
+    std::lock_guard lock(m_writeMutex);
+    m_pPort = std::move(port);
+    m_backend = backend;
+    m_nPortHandle = g_nNextPortHandle.fetch_add(1);
+    m_bStopping = false;
+    m_bLineLost = false;
+    {
+        std::lock_guard state(m_stateMutex);
+        m_bAcknowledged = true;
+        m_bLossPosted = false;
+        m_strLastError.clear();
+    }
+    qCDebug(lcComm) << "opened" << text << "as line" << m_nPortHandle;
+    return true;
+}
+
+// The library when it is installed; otherwise the kernel's own driver of the
+// converter, found by its serial number.
+std::unique_ptr<CCommPort> CComm::OpenUsbConverter(const QByteArray& serialNumber, Backend* backend, QString* error)
+{
+    auto usb = std::make_unique<CUsbPort>(serialNumber);
+    *backend = D2xxBackend;
+    if (usb->Open(error))
+        return usb;
+    *backend = SerialPortBackend;
+    if (!usb->LibraryUnavailable())
+        return nullptr;
+    const QByteArray device = CConnectorList::FindKernelDevice(serialNumber);
+    if (device.isEmpty()) {
+        *error = QStringLiteral("Cannot open USB converter %1: not plugged in (no D2XX library, and no USB serial "
+                                "device with that serial number)")
+                     .arg(QString::fromLocal8Bit(serialNumber));
+        return nullptr;
+    }
+    auto serial = std::make_unique<CSerialPort>(device);
+    if (!serial->Open(error))
+        return nullptr;
+    return serial;
+}
+
+void CComm::ClosePort()
+{
+    if (m_pPort == nullptr)
+        return;
+    StopReader();
+    std::lock_guard lock(m_writeMutex);
+    m_pPort->Close();
+    m_pPort.reset();
+    qCDebug(lcComm) << "closed line" << m_nPortHandle;
+    m_nPortHandle = -1;
+}
+
+bool CComm::StartReader()
+{
+    if (!m_pPort->StartEvents()) {
+        SetLastError(QStringLiteral("Cannot watch %1 for events").arg(QString::fromLocal8Bit(m_strConnector)));
+        return false;
+    }
+    m_nLastEvent = EventNone;
+    {
+        std::lock_guard lock(m_stateMutex);
+        m_bReaderDone = false;
+    }
+    try {
+        m_reader = std::thread(&CComm::ReaderMain, this, m_nPortHandle);
+    } catch (const std::system_error& failure) {
+        std::lock_guard lock(m_stateMutex);
+        m_bReaderDone = true;
+        m_strLastError = QStringLiteral("Cannot start the reader of %1: %2")
+                             .arg(QString::fromLocal8Bit(m_strConnector), QString::fromLocal8Bit(failure.what()));
+        return false;
+    }
+    return true;
+}
+
+// Releases a reader that waits for an acknowledgement, wakes one that waits
+// for the line, and waits until it has ended, waking it again meanwhile in
+// case the wake-up came before it started to wait.
+void CComm::StopReader()
+{
+    {
+        // Under the lock, so a reader about to wait for the owner sees it.
+        std::lock_guard lock(m_stateMutex);
+        m_bStopping = true;
+    }
+    m_stateChanged.notify_all();
+    m_pPort->Wake();
+    if (!m_reader.joinable())
+        return;
+    const auto start = std::chrono::steady_clock::now();
+    bool warned = false;
+    std::unique_lock lock(m_stateMutex);
+    while (!m_stateChanged.wait_for(lock, RewakeInterval, [this] { return m_bReaderDone; })) {
+        lock.unlock();
+        m_pPort->Wake();
+        if (!warned && std::chrono::steady_clock::now() - start > SlowReaderWarning) {
+            qCWarning(lcComm) << "the reader of" << m_strConnector << "does not end";
+            warned = true;
+        }
+        lock.lock();
+    }
+    lock.unlock();
+    m_reader.join();
+}
+
+void CComm::ReaderMain(qint64 portHandle)
+{
+    RaiseReaderPriority();
+    while (!m_bStopping) {
+        const CCommPort::WaitResult result = m_pPort->WaitEvents();
+        if (m_bStopping)
+            break;
+        if (result.lineLost) {
+            m_bLineLost = true;
+            qCWarning(lcComm) << "line" << m_strConnector << "lost:" << result.reason;
+            SetLastError(QStringLiteral("Connection to %1 lost: %2").arg(QString::fromLocal8Bit(m_strConnector), result.reason));
+        }
+        bool goOn = true;
+        for (const LineEventEntry& entry : LineEvents) {
+            if ((result.events & entry.portEvent) == 0)
+                continue;
+            const bool loss = result.lineLost && entry.portEvent == CCommPort::EventError;
+            if (!Notify(entry.commEvent, entry.lParam, portHandle, loss)) {
+                goOn = false;
+                break;
+            }
+        }
+        if (!goOn || result.lineLost)
+            break;
+    }
+    std::lock_guard lock(m_stateMutex);
+    m_bReaderDone = true;
+    m_stateChanged.notify_all();
+}
+
+// Posts one notification and waits until the owner acknowledges it or the
+// channel closes; false when closing.
+bool CComm::Notify(quint16 event, qint64 lParam, qint64 portHandle, bool lineLost)
+{
+    if (m_pOwner == nullptr)
+        return !m_bStopping;
+    {
+        std::lock_guard lock(m_stateMutex);
+        m_bAcknowledged = false;
+        m_bLossPosted = lineLost;
+    }
+    m_nLastEvent = event;
+    QCoreApplication::postEvent(m_pOwner, new CCommEvent(CCommEvent::ComMessage(), portHandle, lParam, this));
+    std::unique_lock lock(m_stateMutex);
+    m_stateChanged.wait(lock, [this] { return m_bAcknowledged || m_bStopping; });
+    return !m_bStopping;
+}
+
+void CComm::Acknowledge()
+{
+    bool closeNow = false;
+    {
+        std::lock_guard lock(m_stateMutex);
+        m_bAcknowledged = true;
+        closeNow = m_bLossPosted;
+        m_bLossPosted = false;
+    }
+    m_stateChanged.notify_all();
+    // The owner has seen the loss: the line is closed from here on.
+    if (closeNow)
+        ClosePort();
+}
+
+quint16 CComm::GetInBufferCount()
+{
+    if (m_pPort == nullptr)
+        return 0;
+    return quint16(qMin(m_pPort->InputCount(), 0xFFFF));
+}
+
+QByteArray CComm::GetInput()
+{
+    if (m_pPort == nullptr)
+        return QByteArray();
+    m_strInput = m_pPort->Read(InputQueueSize);
+    return m_strInput;
+}
+
+void CComm::SetOutput(const QByteArray& text)
+{
+    std::lock_guard lock(m_writeMutex);
+    for (const char byte : text) {
+        if (m_pPort == nullptr || m_bStopping)
+            return;
+        const CCommPort::WriteResult result = m_pPort->WriteByte(byte, m_nWriteTimeoutMs);
+        if (result == CCommPort::Failed || result == CCommPort::Cancelled)
+            return;
+        if (result == CCommPort::TimedOut)
+            qCDebug(lcComm) << "byte dropped on" << m_strConnector << ": no room within" << m_nWriteTimeoutMs << "ms";
+    }
+}
+
+void CComm::OnChar(char character)
+{
+    if (m_pPort == nullptr)
+        return;
+    QByteArray text(1, character);
+    if (character == '\r' && m_terminal.m_bSendCRLF)
+        text += '\n';
+    SetOutput(text);
+    if (m_terminal.m_bLocalEcho && m_pDisplay != nullptr)
+        m_pDisplay->DisplayInput(text);
+}

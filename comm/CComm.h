@@ -1,0 +1,173 @@
+#pragma once
+
+#include "CTerminalDisplaySettings.h"
+#include "CTerminalParameter.h"
+
+#include <QByteArray>
+#include <QLoggingCategory>
+#include <QString>
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+class CCommEvent;
+class CCommParameter;
+class CCommPort;
+class CTerminalDisplay;
+class QObject;
+
+Q_DECLARE_LOGGING_CATEGORY(lcComm)
+
+// One serial line: opens a connector by name (see CConnectorName) over the
+// serial-port back-end (termios) or the USB converter back-end (D2XX, or the
+// kernel's tty of the converter when the library is not installed), puts the
+// line settings in force, and runs a reader thread that tells the owner about
+// every line event with a posted CCommEvent::ComMessage.
+//
+// The owner's side, on the owner's thread, for every ComMessage:
+//   if (!channel.IsFrom(event)) -> not this channel's (another channel, or a
+//                                  late one of a line closed since): ignore
+//   if (event.lParam() & 4)     -> GetCommEvent() is 2: read with GetInput()
+//   channel.Acknowledge()       -> always, also when nothing was read
+// The reader posts nothing more until then: notifications never overtake
+// each other. Each event reports one of data (lParam 4, last event 2), CTS
+// (1, 3), DSR (2, 4) and line error (3, 1005), in that order for events seen
+// together.
+//
+// A vanished device (a converter pulled out, the other end of a
+// pseudo-terminal closed) is reported once as a line error; IsLineLost() is
+// true from then on until the next open, and when the owner acknowledges
+// that notification the channel closes itself (IsPortOpen() false, the
+// reason in GetLastError()).
+//
+// Threads: everything runs on the owner's thread except SetOutput(), which
+// another thread (a file transfer) may call at the same time. Closing never
+// waits for the owner: it releases a reader waiting for an acknowledgement.
+// The owner must outlive the open line (a channel that is a member of its
+// owner closes in its destructor, before the owner is gone).
+class CComm
+{
+public:
+    // GetCommEvent() codes.
+    static constexpr quint16 EventNone = 0;
+    static constexpr quint16 EventData = 2;
+    static constexpr quint16 EventCts = 3;
+    static constexpr quint16 EventDsr = 4;
+    static constexpr quint16 EventLineError = 1005;
+
+    // At most this much is read by one GetInput(), the size of the input queue.
+    static constexpr int InputQueueSize = 31744;
+    static constexpr int DefaultWriteTimeoutMs = 1000;
+
+    enum Backend { SerialPortBackend, D2xxBackend };
+
+    CComm();
+    ~CComm();
+    CComm(const CComm&) = delete;
+    CComm& operator=(const CComm&) = delete;
+
+    // Makes owner the receiver of this channel's notifications. Nonzero.
+    int Create(QObject* owner);
+    QObject* GetOwner() const { return m_pOwner; }
+
+    // Closes the line if open, opens the connector of the record, puts its
+    // line settings in force, starts the reader and raises DTR. Nonzero on
+    // success. 0 with the channel closed when the connector cannot be opened;
+    // 0 with the port open and no reader when the device refuses the
+    // settings. GetLastError() tells why.
+    int OpenPort(const CCommParameter& parameters, bool unused = false);
+    // OpenPort, then sets the display (when one is attached) to the
+    // terminal record's settings and keeps the record for OnChar(). 1.
+    int OpenTerminal(const CCommParameter& parameters, const CTerminalParameter& terminal);
+    // TRUE opens the port of the connector last given to OpenPort, without
+    // settings or reader; FALSE closes the channel.
+    void SetPortOpen(bool open);
+    bool IsPortOpen() const { return m_pPort != nullptr; }
+    bool IsReaderRunning() const { return m_reader.joinable(); }
+    bool IsLineLost() const { return m_bLineLost; }
+    Backend GetBackend() const { return m_backend; }
+    // Why the last open failed or the line was lost, for the owner to show:
+    // "Cannot open /dev/ttyUSB0: Permission denied (is the user in the
+    // dialout group?)". Empty after a successful open.
+    QString GetLastError() const;
+
+    // wParam of this channel's notifications while the line is open; a
+    // number never used by another line of this process, -1 when closed.
+    qint64 GetPortHandle() const { return m_nPortHandle; }
+    // The notification belongs to this channel and to the line open now.
+    bool IsFrom(const CCommEvent& event) const;
+    // Lets the reader go on after a notification; on the owner's thread.
+    void Acknowledge();
+    void SetAcknowledge() { Acknowledge(); }
+
+    // The last line event: 0 at reader start, then 2, 3, 4 or 1005.
+    quint16 GetCommEvent() const { return m_nLastEvent; }
+    // Bytes waiting in the input queue (at most 65535); 0 when closed.
+    quint16 GetInBufferCount();
+    // Every byte waiting (at most InputQueueSize), NUL bytes included; ""
+    // when closed.
+    QByteArray GetInput();
+    // Writes the bytes in order, one write per byte, each given at most
+    // GetWriteTimeout() ms to find room on the line; a byte that does not is
+    // dropped. Nothing when closed. Safe to call from a second thread.
+    void SetOutput(const QByteArray& text);
+    // A typed character: carriage return gains a line feed when the terminal
+    // record says so; shown on the display too with local echo.
+    void OnChar(char character);
+
+    // The owner's terminal record (transmit CR -> CR/LF, local echo).
+    void SetTerminalParameter(const CTerminalParameter& terminal) { m_terminal = terminal; }
+    const CTerminalParameter& GetTerminalParameter() const { return m_terminal; }
+    // The terminal screen, or nullptr; not owned.
+    void SetDisplay(CTerminalDisplay* display) { m_pDisplay = display; }
+    CTerminalDisplay* GetDisplay() const { return m_pDisplay; }
+    // What OpenTerminal gave the display last (for a display attached later).
+    const CTerminalDisplaySettings& GetDisplaySettings() const { return m_displaySettings; }
+
+    QByteArray GetConnectorName() const { return m_strConnector; }
+    int GetConnectorNumber() const { return m_nConnector; }
+
+    void SetWriteTimeout(int milliseconds) { m_nWriteTimeoutMs = milliseconds; }
+    int GetWriteTimeout() const { return m_nWriteTimeoutMs; }
+
+private:
+    bool OpenHandle();
+    std::unique_ptr<CCommPort> OpenUsbConverter(const QByteArray& serialNumber, Backend* backend, QString* error);
+    void ClosePort();
+    bool StartReader();
+    void StopReader();
+    void ReaderMain(qint64 portHandle);
+    bool Notify(quint16 event, qint64 lParam, qint64 portHandle, bool lineLost);
+    void SetLastError(const QString& text);
+
+    QObject* m_pOwner = nullptr;
+    QByteArray m_strConnector;
+    int m_nConnector = 1;
+    QByteArray m_strInput;
+    CTerminalParameter m_terminal;
+    CTerminalDisplay* m_pDisplay = nullptr;
+    CTerminalDisplaySettings m_displaySettings;
+    int m_nWriteTimeoutMs = DefaultWriteTimeoutMs;
+
+    // Replaced only on the owner's thread, under m_writeMutex, so the write
+    // path of another thread never sees it half gone.
+    std::unique_ptr<CCommPort> m_pPort;
+    Backend m_backend = SerialPortBackend;
+    qint64 m_nPortHandle = -1;
+    std::mutex m_writeMutex;
+
+    // Reader: stop flag, the acknowledge handshake and the end of the thread.
+    std::thread m_reader;
+    std::atomic<bool> m_bStopping = false;
+    std::atomic<bool> m_bLineLost = false;
+    std::atomic<quint16> m_nLastEvent = EventNone;
+    mutable std::mutex m_stateMutex;
+    std::condition_variable m_stateChanged;
+    bool m_bAcknowledged = true;
+    bool m_bLossPosted = false;     // the notification waiting is the loss
+    bool m_bReaderDone = true;
+    QString m_strLastError;
+};

@@ -1,0 +1,246 @@
+#include <QDeadlineTimer>
+#include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+const QRegularExpression ReadingLine(QStringLiteral("^N +[+-]\\d+\\.\\d{3} g\\r\\n$"));
+
+// The instrument end of the line, opened like a driver opens a port.
+class Line
+{
+public:
+    explicit Line(const QString& path)
+    {
+        m_fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+        if (m_fd >= 0) {
+            termios raw {};
+            ::tcgetattr(m_fd, &raw);
+            ::cfmakeraw(&raw);
+            ::tcsetattr(m_fd, TCSANOW, &raw);
+        }
+    }
+    ~Line()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+    }
+    bool IsOpen() const { return m_fd >= 0; }
+
+    void Send(const QByteArray& bytes) { QCOMPARE(::write(m_fd, bytes.constData(), size_t(bytes.size())), bytes.size()); }
+
+    // The next CR LF line, or "" when none arrives within timeoutMs.
+    QByteArray ReadLine(int timeoutMs = 3000)
+    {
+        QDeadlineTimer deadline(timeoutMs);
+        while (true) {
+            const qsizetype end = m_pending.indexOf("\r\n");
+            if (end >= 0) {
+                const QByteArray line = m_pending.left(end + 2);
+                m_pending.remove(0, end + 2);
+                return line;
+            }
+            pollfd wait { m_fd, POLLIN, 0 };
+            if (deadline.hasExpired() || ::poll(&wait, 1, int(deadline.remainingTime())) <= 0)
+                return {};
+            char buffer[256];
+            const ssize_t n = ::read(m_fd, buffer, sizeof buffer);
+            if (n <= 0)
+                return {}; // the simulator has gone
+            m_pending.append(buffer, int(n));
+        }
+    }
+
+private:
+    int m_fd = -1;
+    QByteArray m_pending;
+};
+
+double WeightOf(const QByteArray& line)
+{
+    return line.mid(1, line.indexOf('g') - 1).trimmed().toDouble();
+}
+
+} // namespace
+
+class tst_balance_sim : public QObject
+{
+    Q_OBJECT
+
+private:
+    // Starts the simulator and returns the slave path it prints first.
+    QString Start(QProcess& sim, const QStringList& arguments)
+    {
+        sim.setProgram(QStringLiteral(ORVALIS_BALANCE_SIM));
+        sim.setArguments(arguments);
+        sim.start();
+        if (!sim.waitForStarted(5000) || !sim.waitForReadyRead(5000))
+            return {};
+        return QString::fromLocal8Bit(sim.readLine().trimmed());
+    }
+
+    void Stop(QProcess& sim)
+    {
+        if (sim.state() == QProcess::NotRunning)
+            return;
+        sim.terminate();
+        QVERIFY(sim.waitForFinished(5000));
+    }
+
+private Q_SLOTS:
+    void answersCommands_data()
+    {
+        QTest::addColumn<QByteArray>("command");
+        QTest::addColumn<QString>("answer");
+        QTest::newRow("SI with CR gives one reading") << QByteArray("SI\r") << ReadingLine.pattern();
+        QTest::newRow("SI with CR LF gives one reading") << QByteArray("SI\r\n") << ReadingLine.pattern();
+        QTest::newRow("lower-case si is understood") << QByteArray("si\r") << ReadingLine.pattern();
+        QTest::newRow("print key P gives one reading") << QByteArray("P\r\n") << ReadingLine.pattern();
+        QTest::newRow("tare is acknowledged") << QByteArray("T\r") << QStringLiteral("^T A\\r\\n$");
+        QTest::newRow("zero is acknowledged") << QByteArray("Z\r") << QStringLiteral("^Z A\\r\\n$");
+        QTest::newRow("unknown command is an error") << QByteArray("XYZ\r") << QStringLiteral("^ES\\r\\n$");
+        QTest::newRow("overlong command is one error") << QByteArray(200, 'S') + "\r"
+                                                       << QStringLiteral("^ES\\r\\n$");
+    }
+    void answersCommands()
+    {
+        QFETCH(QByteArray, command);
+        QFETCH(QString, answer);
+        QProcess sim;
+        const QString path = Start(sim, { QStringLiteral("--interval"), QStringLiteral("0") });
+        QVERIFY2(!path.isEmpty(), qPrintable(sim.readAllStandardError()));
+        {
+            Line line(path);
+            QVERIFY(line.IsOpen());
+            line.Send(command);
+            const QByteArray reply = line.ReadLine();
+            QVERIFY2(QRegularExpression(answer).match(QString::fromLatin1(reply)).hasMatch(), reply.constData());
+            // Nothing else follows: no unsolicited readings at interval 0.
+            QCOMPARE(line.ReadLine(150), QByteArray());
+        }
+        Stop(sim);
+    }
+
+    void tareAndZeroBringReadingsNearZero_data()
+    {
+        QTest::addColumn<QByteArray>("command");
+        QTest::newRow("tare") << QByteArray("T\r");
+        QTest::newRow("zero") << QByteArray("Z\r\n");
+    }
+    void tareAndZeroBringReadingsNearZero()
+    {
+        QFETCH(QByteArray, command);
+        QProcess sim;
+        const QString path = Start(sim, { QStringLiteral("--interval"), QStringLiteral("0"), QStringLiteral("--weight"),
+                                          QStringLiteral("250.5"), QStringLiteral("--seed"), QStringLiteral("7") });
+        QVERIFY(!path.isEmpty());
+        {
+            Line line(path);
+            line.Send("SI\r");
+            QVERIFY(qAbs(WeightOf(line.ReadLine()) - 250.5) < 0.1);
+            line.Send(command + "SI\r");
+            QVERIFY(!line.ReadLine().isEmpty()); // the acknowledgement
+            const QByteArray reading = line.ReadLine();
+            QVERIFY2(ReadingLine.match(QString::fromLatin1(reading)).hasMatch(), reading.constData());
+            QVERIFY2(qAbs(WeightOf(reading)) < 0.1, reading.constData());
+        }
+        Stop(sim);
+    }
+
+    void sendsReadingsUnasked()
+    {
+        QProcess sim;
+        const QString path = Start(sim, { QStringLiteral("--interval"), QStringLiteral("20") });
+        QVERIFY(!path.isEmpty());
+        {
+            Line line(path);
+            for (int i = 0; i < 5; ++i) {
+                const QByteArray reading = line.ReadLine();
+                QVERIFY2(ReadingLine.match(QString::fromLatin1(reading)).hasMatch(), reading.constData());
+                QVERIFY(qAbs(WeightOf(reading) - 12.345) < 0.1);
+            }
+        }
+        Stop(sim);
+    }
+
+    void stopsAfterCount()
+    {
+        QProcess sim;
+        const QString path = Start(sim, { QStringLiteral("--interval"), QStringLiteral("10"), QStringLiteral("--count"),
+                                          QStringLiteral("3") });
+        QVERIFY(!path.isEmpty());
+        Line line(path);
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(!line.ReadLine().isEmpty());
+        QVERIFY(sim.waitForFinished(5000));
+        QCOMPARE(sim.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(sim.exitCode(), 0);
+    }
+
+    void linkLeadsToTheLineAndGoesAtExit_data()
+    {
+        QTest::addColumn<bool>("interrupt");
+        QTest::newRow("terminated") << false;
+        QTest::newRow("interrupted") << true;
+    }
+    void linkLeadsToTheLineAndGoesAtExit()
+    {
+        QFETCH(bool, interrupt);
+        QTemporaryDir dir;
+        const QString link = dir.filePath(QStringLiteral("balance"));
+        // A stale link of a killed simulator is replaced.
+        QVERIFY(QFile::link(QStringLiteral("/nonexistent"), link));
+        QProcess sim;
+        const QString path = Start(sim, { QStringLiteral("--interval"), QStringLiteral("0"), QStringLiteral("--link"), link });
+        QVERIFY(!path.isEmpty());
+        QCOMPARE(QFileInfo(link).symLinkTarget(), path);
+        {
+            Line line(link);
+            line.Send("SI\r");
+            QVERIFY(ReadingLine.match(QString::fromLatin1(line.ReadLine())).hasMatch());
+        }
+        if (interrupt)
+            ::kill(pid_t(sim.processId()), SIGINT);
+        else
+            sim.terminate();
+        QVERIFY(sim.waitForFinished(5000));
+        QCOMPARE(sim.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(sim.exitCode(), 0);
+        QVERIFY(!QFileInfo::exists(link) && !QFileInfo(link).isSymLink());
+    }
+
+    void refusesBadOptions_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("negative interval") << QStringList { "--interval", "-5" } << "Bad --interval \"-5\"";
+        QTest::newRow("count of zero") << QStringList { "--count", "0" } << "Bad --count \"0\"";
+        QTest::newRow("weight that is not a number") << QStringList { "--weight", "heavy" } << "Bad --weight \"heavy\"";
+        QTest::newRow("link over a regular file") << QStringList { "--link", ORVALIS_SOURCE_DIR "/CMakeLists.txt" }
+                                                  << "is not a symbolic link";
+    }
+    void refusesBadOptions()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, message);
+        QProcess sim;
+        sim.start(QStringLiteral(ORVALIS_BALANCE_SIM), arguments);
+        QVERIFY(sim.waitForFinished(5000));
+        QVERIFY(sim.exitCode() != 0);
+        QVERIFY(sim.readAllStandardOutput().isEmpty());
+        const QString error = QString::fromLocal8Bit(sim.readAllStandardError());
+        QVERIFY2(error.contains(message), qPrintable(error));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_balance_sim)
+#include "tst_balance_sim.moc"

@@ -1,0 +1,707 @@
+// The channel on real pseudo-terminal pairs: the test plays the instrument
+// on the master side.
+#include "CommTestSupport.h"
+
+#include "CCommParameter.h"
+#include "CDeviceControlBlock.h"
+#include "CSerialPort.h"
+
+#include <QRegularExpression>
+#include <QTemporaryFile>
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <ctime>
+#include <thread>
+
+namespace {
+
+CCommParameter Line(const QByteArray& connector, int baud = 9600, int dataBits = 8, int parity = 'N',
+                    int stopBits = 1, int flow = 0)
+{
+    CCommParameter parameters;
+    parameters.m_strConnector = connector;
+    parameters.m_nConnector = -1;
+    parameters.m_nBaudRate = baud;
+    parameters.m_nDataBits = dataBits;
+    parameters.m_cParity = parity;
+    parameters.m_nStopBits = stopBits;
+    parameters.m_nFlowControl = flow;
+    return parameters;
+}
+
+qint64 TimeToClose(CComm& channel)
+{
+    QElapsedTimer timer;
+    timer.start();
+    channel.SetPortOpen(false);
+    return timer.elapsed();
+}
+
+} // namespace
+
+class tst_CommChannel : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void putsLineSettingsInForce_data();
+    void putsLineSettingsInForce();
+    void keepsParityAndStopBitsOutsideTheTable();
+    void refusedSettingsLeaveThePortOpenWithoutReader_data();
+    void refusedSettingsLeaveThePortOpenWithoutReader();
+    void connectorsThatDoNotOpen_data();
+    void connectorsThatDoNotOpen();
+    void openErrorTexts_data();
+    void openErrorTexts();
+    void secondOpenerIsRefusedAsBusy();
+    void deviceWithoutPermissionNamesTheDialoutGroup();
+    void carriesEveryByteBothWays_data();
+    void carriesEveryByteBothWays();
+    void notificationWaitsForTheAcknowledge();
+    void ownerThatLeavesBytesUnreadIsNotFlooded();
+    void closeReleasesAReaderWaitingForTheOwner();
+    void lateNotificationOfAClosedLineIsNotTheNewLines();
+    void closingOneChannelLeavesTheOtherRunning();
+    void reopeningClosesFirst();
+    void peerHangingUpIsReportedOnceThenClosed();
+    void hangUpWaitsForThePendingAcknowledge();
+    void waitingReaderUsesNoProcessor_data();
+    void waitingReaderUsesNoProcessor();
+    void writingToAPeerThatNeverReadsIsBounded();
+    void writesFromTwoThreadsStayWhole();
+    void typedCharacters_data();
+    void typedCharacters();
+    void openTerminalSetsTheDisplay();
+
+private:
+    // Recent kernels give every pseudo-terminal 8 data bits without parity,
+    // whatever is set; the character format is then checked on the termios
+    // bits the channel asks for, not on what the pseudo-terminal keeps.
+    bool m_bPtyKeepsFormat = true;
+};
+
+void tst_CommChannel::initTestCase()
+{
+    PtyPair pty;
+    termios tio = pty.SlaveSettings();
+    tio.c_cflag = (tio.c_cflag & ~tcflag_t(CSIZE)) | CS7 | PARENB;
+    tcsetattr(pty.Slave(), TCSANOW, &tio);
+    const termios kept = pty.SlaveSettings();
+    m_bPtyKeepsFormat = (kept.c_cflag & (CSIZE | PARENB)) == (CS7 | PARENB);
+    if (!m_bPtyKeepsFormat)
+        qInfo("this kernel's pseudo-terminals keep 8 data bits without parity");
+}
+
+void tst_CommChannel::putsLineSettingsInForce_data()
+{
+    QTest::addColumn<int>("baud");
+    QTest::addColumn<int>("dataBits");
+    QTest::addColumn<int>("parity");
+    QTest::addColumn<int>("stopBits");
+    QTest::addColumn<int>("flow");
+    QTest::addColumn<int>("speedCode");     // 0: no standard code
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("parityFlags");
+    QTest::addColumn<bool>("twoStopBits");
+    QTest::addColumn<bool>("rtsCts");
+    QTest::addColumn<bool>("xonXoff");
+
+    QTest::newRow("9600 8N1 without flow control")
+        << 9600 << 8 << int('N') << 1 << 0 << int(B9600) << int(CS8) << 0 << false << false << false;
+    QTest::newRow("odd parity, 7 data bits, Xon/Xoff")
+        << 19200 << 7 << int('O') << 1 << 1 << int(B19200) << int(CS7) << int(PARENB | PARODD) << false << false << true;
+    QTest::newRow("even parity, two stop bits, Rts/Cts")
+        << 115200 << 8 << int('E') << 2 << 2 << int(B115200) << int(CS8) << int(PARENB) << true << true << false;
+    QTest::newRow("mark parity; Dtr/Dsr gives RTS/CTS together with XON/XOFF")
+        << 4800 << 8 << int('M') << 1 << 3 << int(B4800) << int(CS8) << int(PARENB | PARODD | CMSPAR) << false << true << true;
+    QTest::newRow("space parity, 5 data bits")
+        << 110 << 5 << int('S') << 2 << 0 << int(B110) << int(CS5) << int(PARENB | CMSPAR) << true << false << false;
+    QTest::newRow("6 data bits at 57600")
+        << 57600 << 6 << int('N') << 1 << 2 << int(B57600) << int(CS6) << 0 << false << true << false;
+    QTest::newRow("a flow control code outside 0..3 is none")
+        << 2400 << 8 << int('N') << 1 << 7 << int(B2400) << int(CS8) << 0 << false << false << false;
+    QTest::newRow("14400 baud, a rate without a standard code")
+        << 14400 << 8 << int('N') << 1 << 0 << 0 << int(CS8) << 0 << false << false << false;
+}
+
+void tst_CommChannel::putsLineSettingsInForce()
+{
+    QFETCH(int, baud);
+    QFETCH(int, dataBits);
+    QFETCH(int, parity);
+    QFETCH(int, stopBits);
+    QFETCH(int, flow);
+    QFETCH(int, speedCode);
+    QFETCH(int, size);
+    QFETCH(int, parityFlags);
+    QFETCH(bool, twoStopBits);
+    QFETCH(bool, rtsCts);
+    QFETCH(bool, xonXoff);
+
+    PtyPair pty;
+    CComm channel;
+    QVERIFY(channel.OpenPort(Line(pty.Path(), baud, dataBits, parity, stopBits, flow)));
+    QVERIFY(channel.IsReaderRunning());
+
+    // What the channel asks of the driver.
+    CDeviceControlBlock block;
+    block.ApplyLineSettings(Line(pty.Path(), baud, dataBits, parity, stopBits, flow));
+    const CSerialPort::LineFlags asked = CSerialPort::TermiosFlags(block);
+    QCOMPARE(int(asked.cflag & CSIZE), size);
+    QCOMPARE(int(asked.cflag & (PARENB | PARODD | CMSPAR)), parityFlags);
+    QCOMPARE(bool(asked.cflag & CSTOPB), twoStopBits);
+    QCOMPARE(bool(asked.cflag & CRTSCTS), rtsCts);
+    QCOMPARE(bool(asked.iflag & IXON), xonXoff);
+    QCOMPARE(bool(asked.iflag & IXOFF), xonXoff);
+
+    // What the line has.
+    const termios tio = pty.SlaveSettings();
+    QCOMPARE(LineBaudRate(pty.Slave()), unsigned(baud));
+    if (speedCode != 0)
+        QCOMPARE(int(cfgetospeed(&tio)), speedCode);
+    const tcflag_t format = m_bPtyKeepsFormat ? CSIZE | PARENB | PARODD | CMSPAR : PARODD | CMSPAR;
+    QCOMPARE(int(tio.c_cflag & format), int(asked.cflag & format));
+    QCOMPARE(bool(tio.c_cflag & CSTOPB), twoStopBits);
+    QCOMPARE(bool(tio.c_cflag & CRTSCTS), rtsCts);
+    QCOMPARE(bool(tio.c_iflag & IXON), xonXoff);
+    QCOMPARE(bool(tio.c_iflag & IXOFF), xonXoff);
+    QCOMPARE(bool(tio.c_iflag & INPCK), parityFlags != 0);
+    QCOMPARE(int(tio.c_cc[VSTART]), 0x11);
+    QCOMPARE(int(tio.c_cc[VSTOP]), 0x13);
+    // Raw: no line editing, echo, signals or output processing.
+    QCOMPARE(int(tio.c_lflag & (ICANON | ECHO | ISIG | IEXTEN)), 0);
+    QCOMPARE(int(tio.c_oflag & OPOST), 0);
+    QCOMPARE(int(tio.c_iflag & (ICRNL | INLCR | IGNCR | ISTRIP)), 0);
+}
+
+void tst_CommChannel::keepsParityAndStopBitsOutsideTheTable()
+{
+    PtyPair pty;
+    CComm channel;
+    QVERIFY(channel.OpenPort(Line(pty.Path(), 9600, 8, 'M', 2)));
+    QVERIFY(channel.OpenPort(Line(pty.Path(), 9600, 8, 'X', 3)));
+    const termios tio = pty.SlaveSettings();
+    QVERIFY(tio.c_cflag & CSTOPB);
+    if (m_bPtyKeepsFormat)
+        QCOMPARE(int(tio.c_cflag & (PARENB | PARODD | CMSPAR)), int(PARENB | PARODD | CMSPAR));
+}
+
+void tst_CommChannel::refusedSettingsLeaveThePortOpenWithoutReader_data()
+{
+    QTest::addColumn<int>("baud");
+    QTest::addColumn<int>("dataBits");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("nine data bits") << 9600 << 9 << "9 data bits are not possible";
+    QTest::newRow("0 baud would hang the line up") << 0 << 8 << "0 baud is not a rate";
+}
+
+void tst_CommChannel::refusedSettingsLeaveThePortOpenWithoutReader()
+{
+    QFETCH(int, baud);
+    QFETCH(int, dataBits);
+    QFETCH(QString, reason);
+
+    PtyPair pty;
+    RecordingOwner owner;
+    CComm channel;
+    owner.Add(channel);
+    // The raw mode of this open stays in force for the refused one.
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+    QCOMPARE(channel.OpenPort(Line(pty.Path(), baud, dataBits)), 0);
+    QVERIFY(channel.IsPortOpen());
+    QVERIFY(!channel.IsReaderRunning());
+    QVERIFY2(channel.GetLastError().contains(reason), qPrintable(channel.GetLastError()));
+
+    // Without a reader nothing is reported, but the line still works.
+    pty.Send("in");
+    QTest::qWait(100);
+    QVERIFY(owner.notifications.isEmpty());
+    QCOMPARE(channel.GetInput(), QByteArray("in"));
+    channel.SetOutput("out");
+    QCOMPARE(pty.Receive(3), QByteArray("out"));
+    QVERIFY(TimeToClose(channel) < 500);
+    QVERIFY(!channel.IsPortOpen());
+}
+
+void tst_CommChannel::connectorsThatDoNotOpen_data()
+{
+    QTest::addColumn<QByteArray>("connector");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("None") << QByteArray("None") << "No connector chosen";
+    QTest::newRow("empty name") << QByteArray() << "No connector chosen";
+    QTest::newRow("COM0 is no port") << QByteArray("COM0") << "Unknown connector \"COM0\"";
+    QTest::newRow("a path that does not exist")
+        << QByteArray("/dev/orvalis-no-such-device")
+        << "Cannot open /dev/orvalis-no-such-device: No such file or directory";
+    QTest::newRow("a bare name that does not exist")
+        << QByteArray("orvalis-no-such-tty") << "Cannot open /dev/orvalis-no-such-tty: No such file or directory";
+    QTest::newRow("a file that is no serial device") << QByteArray("<file>") << "not a serial device";
+}
+
+void tst_CommChannel::connectorsThatDoNotOpen()
+{
+    QFETCH(QByteArray, connector);
+    QFETCH(QString, error);
+
+    QTemporaryFile plainFile;
+    QVERIFY(plainFile.open());
+    if (connector == "<file>")
+        connector = plainFile.fileName().toLocal8Bit();
+
+    CComm channel;
+    QCOMPARE(channel.OpenPort(Line(connector)), 0);
+    QVERIFY(!channel.IsPortOpen());
+    QVERIFY2(channel.GetLastError().contains(error), qPrintable(channel.GetLastError()));
+    QCOMPARE(channel.GetPortHandle(), -1);
+    QCOMPARE(channel.GetInBufferCount(), quint16(0));
+    QCOMPARE(channel.GetInput(), QByteArray());
+    channel.SetOutput("ignored");
+    channel.OnChar('x');
+}
+
+void tst_CommChannel::openErrorTexts_data()
+{
+    QTest::addColumn<int>("error");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("permission denied names the dialout group")
+        << EACCES << "Cannot open /dev/ttyUSB0: Permission denied (is the user in the dialout group?)";
+    QTest::newRow("busy") << EBUSY << "Cannot open /dev/ttyUSB0: Device or resource busy";
+    QTest::newRow("missing") << ENOENT << "Cannot open /dev/ttyUSB0: No such file or directory";
+}
+
+void tst_CommChannel::openErrorTexts()
+{
+    QFETCH(int, error);
+    QFETCH(QString, text);
+    QCOMPARE(CSerialPort::OpenErrorText("/dev/ttyUSB0", error), text);
+}
+
+void tst_CommChannel::secondOpenerIsRefusedAsBusy()
+{
+    PtyPair pty;
+    CComm first;
+    CComm second;
+    QVERIFY(first.OpenPort(Line(pty.Path())));
+    QCOMPARE(second.OpenPort(Line(pty.Path())), 0);
+    QVERIFY(!second.IsPortOpen());
+    QCOMPARE(second.GetLastError(), QStringLiteral("Cannot open %1: Device or resource busy").arg(QString::fromLocal8Bit(pty.Path())));
+    first.SetPortOpen(false);
+    QVERIFY(second.OpenPort(Line(pty.Path())));
+}
+
+void tst_CommChannel::deviceWithoutPermissionNamesTheDialoutGroup()
+{
+    if (geteuid() == 0)
+        QSKIP("root opens every device; the text itself is checked in openErrorTexts");
+    PtyPair pty;
+    QVERIFY(fchmod(pty.Slave(), 0) == 0);
+    CComm channel;
+    QCOMPARE(channel.OpenPort(Line(pty.Path())), 0);
+    QCOMPARE(channel.GetLastError(), QStringLiteral("Cannot open %1: Permission denied (is the user in the dialout group?)")
+                                         .arg(QString::fromLocal8Bit(pty.Path())));
+}
+
+void tst_CommChannel::carriesEveryByteBothWays_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("NUL bytes and bytes above 0x7F")
+        << QByteArray("A\0B\xff\x80\r\n\0", 8);
+    QByteArray large;
+    for (int i = 0; i < 100000; ++i)
+        large.append(char(i * 7 + i / 256));
+    QTest::newRow("100000 bytes, many notifications") << large;
+}
+
+void tst_CommChannel::carriesEveryByteBothWays()
+{
+    QFETCH(QByteArray, bytes);
+
+    PtyPair pty;
+    RecordingOwner owner;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+
+    std::thread instrument([&] {
+        for (qsizetype at = 0; at < bytes.size();) {
+            const ssize_t sent = ::write(pty.Master(), bytes.constData() + at, size_t(bytes.size() - at));
+            if (sent > 0)
+                at += sent;
+            else
+                QThread::msleep(1);
+        }
+    });
+    const bool arrived = owner.WaitForData(channel, int(bytes.size()), 10000);
+    instrument.join();
+    QVERIFY(arrived);
+    QCOMPARE(owner.received.value(&channel), bytes);
+    for (const Notification& notification : owner.notifications) {
+        QCOMPARE(notification.lParam, qint64(CCommEvent::DataReceived));
+        QCOMPARE(notification.commEvent, CComm::EventData);
+        QCOMPARE(notification.wParam, channel.GetPortHandle());
+    }
+
+    const QByteArray sent = bytes.left(4096);
+    channel.SetOutput(sent);
+    QCOMPARE(pty.Receive(int(sent.size())), sent);
+}
+
+void tst_CommChannel::notificationWaitsForTheAcknowledge()
+{
+    PtyPair pty;
+    RecordingOwner owner;
+    owner.autoAcknowledge = false;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+    QCOMPARE(channel.GetCommEvent(), CComm::EventNone);
+
+    pty.Send("1");
+    QVERIFY(owner.WaitForCount(1));
+    const Notification first = owner.notifications.first();
+    QCOMPARE(first.wParam, channel.GetPortHandle());
+    QCOMPARE(first.lParam, qint64(CCommEvent::DataReceived));
+    QCOMPARE(first.commEvent, CComm::EventData);
+    QVERIFY(first.fromOpenLine);
+
+    // More data before the acknowledge: no second notification.
+    pty.Send("2");
+    QTest::qWait(150);
+    QCOMPARE(owner.notifications.size(), 1);
+    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == 2; }));
+    QCOMPARE(channel.GetInput(), QByteArray("12"));
+    channel.Acknowledge();
+
+    // Everything was read: nothing new to report until the next byte.
+    QTest::qWait(150);
+    QCOMPARE(owner.notifications.size(), 1);
+    pty.Send("3");
+    QVERIFY(owner.WaitForCount(2));
+    QCOMPARE(channel.GetInput(), QByteArray("3"));
+    channel.Acknowledge();
+}
+
+void tst_CommChannel::ownerThatLeavesBytesUnreadIsNotFlooded()
+{
+    PtyPair pty;
+    RecordingOwner owner;
+    owner.readData = false;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+
+    pty.Send("a");
+    QVERIFY(owner.WaitForCount(1));
+    QTest::qWait(200);
+    QCOMPARE(owner.notifications.size(), 1);
+    // New bytes on top of the unread ones are reported.
+    pty.Send("b");
+    QVERIFY(owner.WaitForCount(2));
+    QTest::qWait(100);
+    QCOMPARE(owner.notifications.size(), 2);
+    QCOMPARE(channel.GetInput(), QByteArray("ab"));
+}
+
+void tst_CommChannel::closeReleasesAReaderWaitingForTheOwner()
+{
+    PtyPair pty;
+    RecordingOwner owner;
+    owner.autoAcknowledge = false;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+    pty.Send("x");
+    QVERIFY(owner.WaitForCount(1));
+
+    QVERIFY(TimeToClose(channel) < 500);
+    QVERIFY(!channel.IsPortOpen());
+    QVERIFY(!channel.IsReaderRunning());
+    QCOMPARE(channel.GetPortHandle(), -1);
+}
+
+void tst_CommChannel::lateNotificationOfAClosedLineIsNotTheNewLines()
+{
+    PtyPair pty;
+    RecordingOwner owner;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+    const qint64 oldHandle = channel.GetPortHandle();
+
+    // The notification is posted but not delivered before the line closes.
+    pty.Send("x");
+    QElapsedTimer timer;
+    timer.start();
+    while (channel.GetCommEvent() != CComm::EventData && timer.elapsed() < 3000)
+        QThread::msleep(5);
+    QCOMPARE(channel.GetCommEvent(), CComm::EventData);
+    channel.SetPortOpen(false);
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+    QVERIFY(channel.GetPortHandle() != oldHandle);
+
+    QVERIFY(owner.WaitForCount(1));
+    QCOMPARE(owner.notifications.first().wParam, oldHandle);
+    QVERIFY(!owner.notifications.first().fromOpenLine);
+}
+
+void tst_CommChannel::closingOneChannelLeavesTheOtherRunning()
+{
+    PtyPair instrumentLine;
+    PtyPair printerLine;
+    RecordingOwner owner;
+    CComm instrument;
+    CComm printer;
+    owner.Add(instrument);
+    owner.Add(printer);
+    QVERIFY(instrument.OpenPort(Line(instrumentLine.Path())));
+    QVERIFY(printer.OpenPort(Line(printerLine.Path())));
+    QVERIFY(instrument.GetPortHandle() != printer.GetPortHandle());
+
+    instrumentLine.Send("i1");
+    printerLine.Send("p1");
+    QVERIFY(owner.WaitForData(instrument, 2));
+    QVERIFY(owner.WaitForData(printer, 2));
+
+    printer.SetPortOpen(false);
+    instrumentLine.Send("i2");
+    QVERIFY(owner.WaitForData(instrument, 4));
+    QCOMPARE(owner.received.value(&instrument), QByteArray("i1i2"));
+    QCOMPARE(owner.received.value(&printer), QByteArray("p1"));
+    QVERIFY(instrument.IsReaderRunning());
+}
+
+void tst_CommChannel::reopeningClosesFirst()
+{
+    PtyPair pty;
+    RecordingOwner owner;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(pty.Path(), 9600)));
+    const qint64 first = channel.GetPortHandle();
+    QVERIFY(channel.OpenPort(Line(pty.Path(), 38400)));
+    QVERIFY(channel.GetPortHandle() != first);
+    QCOMPARE(LineBaudRate(pty.Slave()), 38400u);
+    pty.Send("after");
+    QVERIFY(owner.WaitForData(channel, 5));
+
+    // Opening the handle alone: the same connector, no reader.
+    channel.SetPortOpen(false);
+    channel.SetPortOpen(true);
+    QVERIFY(channel.IsPortOpen());
+    QVERIFY(!channel.IsReaderRunning());
+    pty.Send("quiet");
+    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == 5; }));
+    QCOMPARE(channel.GetInput(), QByteArray("quiet"));
+    QCOMPARE(owner.notifications.size(), 1);
+}
+
+void tst_CommChannel::peerHangingUpIsReportedOnceThenClosed()
+{
+    PtyPair pty;
+    RecordingOwner owner;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+    const qint64 handle = channel.GetPortHandle();
+
+    pty.CloseMaster();
+    QVERIFY(owner.WaitForCount(1));
+    const Notification loss = owner.notifications.first();
+    QCOMPARE(loss.lParam, qint64(CCommEvent::LineError));
+    QCOMPARE(loss.commEvent, CComm::EventLineError);
+    QCOMPARE(loss.wParam, handle);
+    QVERIFY(loss.fromOpenLine);
+
+    QVERIFY(!channel.IsPortOpen());
+    QVERIFY(channel.IsLineLost());
+    QVERIFY(!channel.IsReaderRunning());
+    QVERIFY2(channel.GetLastError().startsWith(QStringLiteral("Connection to %1 lost").arg(QString::fromLocal8Bit(pty.Path()))),
+             qPrintable(channel.GetLastError()));
+    QTest::qWait(200);
+    QCOMPARE(owner.notifications.size(), 1);
+    channel.SetOutput("nowhere");
+    QCOMPARE(channel.GetInput(), QByteArray());
+}
+
+void tst_CommChannel::hangUpWaitsForThePendingAcknowledge()
+{
+    PtyPair pty;
+    RecordingOwner owner;
+    owner.autoAcknowledge = false;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+
+    pty.Send("a");
+    QVERIFY(owner.WaitForCount(1));
+    pty.CloseMaster();
+    QTest::qWait(150);
+    QCOMPARE(owner.notifications.size(), 1);
+    QVERIFY(channel.IsPortOpen());
+
+    channel.GetInput();
+    channel.Acknowledge();
+    QVERIFY(owner.WaitForCount(2));
+    QCOMPARE(owner.notifications.at(1).lParam, qint64(CCommEvent::LineError));
+    QCOMPARE(owner.notifications.at(1).commEvent, CComm::EventLineError);
+    QVERIFY(channel.IsLineLost());
+    QVERIFY(channel.IsPortOpen());
+    channel.Acknowledge();
+    QVERIFY(!channel.IsPortOpen());
+}
+
+void tst_CommChannel::waitingReaderUsesNoProcessor_data()
+{
+    QTest::addColumn<QByteArray>("situation");
+    QTest::newRow("idle line") << QByteArray("idle");
+    QTest::newRow("bytes left unread by the owner") << QByteArray("unread");
+    QTest::newRow("hang-up not acknowledged yet") << QByteArray("hang-up");
+}
+
+void tst_CommChannel::waitingReaderUsesNoProcessor()
+{
+    QFETCH(QByteArray, situation);
+
+    PtyPair pty;
+    RecordingOwner owner;
+    owner.readData = false;
+    owner.autoAcknowledge = situation != "hang-up";
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+    if (situation == "unread") {
+        pty.Send("left");
+        QVERIFY(owner.WaitForCount(1));
+    } else if (situation == "hang-up") {
+        pty.CloseMaster();
+        QVERIFY(owner.WaitForCount(1));
+    }
+
+    auto cpuSeconds = [] {
+        timespec now{};
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+        return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
+    };
+    const double before = cpuSeconds();
+    QThread::msleep(400);
+    const double used = cpuSeconds() - before;
+    QVERIFY2(used < 0.05, qPrintable(QStringLiteral("%1 s of processor in 0.4 s").arg(used)));
+    QCOMPARE(owner.notifications.size(), situation == "idle" ? 0 : 1);
+}
+
+void tst_CommChannel::writingToAPeerThatNeverReadsIsBounded()
+{
+    PtyPair pty;
+    CComm channel;
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+    pty.FillTowardsMaster();
+
+    QElapsedTimer timer;
+    channel.SetWriteTimeout(50);
+    timer.start();
+    channel.SetOutput("abc");
+    const qint64 threeBytes = timer.elapsed();
+    QVERIFY2(threeBytes >= 140 && threeBytes < 1000, qPrintable(QString::number(threeBytes)));
+
+    channel.SetWriteTimeout(CComm::DefaultWriteTimeoutMs);
+    timer.restart();
+    channel.SetOutput("d");
+    const qint64 oneByte = timer.elapsed();
+    QVERIFY2(oneByte >= 990 && oneByte < 2500, qPrintable(QString::number(oneByte)));
+
+    // Once the peer reads again, writing goes on.
+    QByteArray drained;
+    while (true) {
+        const QByteArray chunk = pty.Receive(1, 50);
+        if (chunk.isEmpty())
+            break;
+        drained += chunk;
+    }
+    QVERIFY(!drained.contains('a'));
+    channel.SetOutput("ok");
+    QCOMPARE(pty.Receive(2), QByteArray("ok"));
+}
+
+void tst_CommChannel::writesFromTwoThreadsStayWhole()
+{
+    PtyPair pty;
+    CComm channel;
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+    QByteArray received;
+    std::thread reader([&] { received = pty.Receive(2000, 5000); });
+    std::thread sender([&] { channel.SetOutput(QByteArray(1000, 'a')); });
+    channel.SetOutput(QByteArray(1000, 'b'));
+    sender.join();
+    reader.join();
+    QCOMPARE(received.size(), 2000);
+    QVERIFY(QRegularExpression(QStringLiteral("^(a{1000}b{1000}|b{1000}a{1000})$")).match(QString::fromLatin1(received)).hasMatch());
+}
+
+void tst_CommChannel::typedCharacters_data()
+{
+    QTest::addColumn<char>("character");
+    QTest::addColumn<bool>("sendCrLf");
+    QTest::addColumn<bool>("localEcho");
+    QTest::addColumn<QByteArray>("sent");
+    QTest::addColumn<QByteArray>("shown");
+    QTest::newRow("carriage return gains a line feed") << '\r' << true << false << QByteArray("\r\n") << QByteArray();
+    QTest::newRow("carriage return alone without the option") << '\r' << false << false << QByteArray("\r") << QByteArray();
+    QTest::newRow("local echo shows what was sent") << '\r' << true << true << QByteArray("\r\n") << QByteArray("\r\n");
+    QTest::newRow("a letter is sent as it is") << 'A' << true << true << QByteArray("A") << QByteArray("A");
+}
+
+void tst_CommChannel::typedCharacters()
+{
+    QFETCH(char, character);
+    QFETCH(bool, sendCrLf);
+    QFETCH(bool, localEcho);
+    QFETCH(QByteArray, sent);
+    QFETCH(QByteArray, shown);
+
+    PtyPair pty;
+    RecordingDisplay display;
+    CComm channel;
+    CTerminalParameter terminal;
+    terminal.m_bSendCRLF = sendCrLf;
+    terminal.m_bLocalEcho = localEcho;
+    channel.SetTerminalParameter(terminal);
+    channel.SetDisplay(&display);
+
+    channel.OnChar(character);
+    QCOMPARE(display.shown, QByteArray());
+    QVERIFY(channel.OpenPort(Line(pty.Path())));
+    channel.OnChar(character);
+    QCOMPARE(pty.Receive(int(sent.size()) + 1, 300), sent);
+    QCOMPARE(display.shown, shown);
+}
+
+void tst_CommChannel::openTerminalSetsTheDisplay()
+{
+    PtyPair pty;
+    RecordingDisplay display;
+    CComm channel;
+    channel.SetDisplay(&display);
+    CTerminalParameter terminal;
+    terminal.m_nEmulation = 4;
+    terminal.m_nRows = 25;
+    terminal.m_bLocalEcho = 1;
+
+    QCOMPARE(channel.OpenTerminal(Line("None"), terminal), 1);
+    QVERIFY(!channel.IsPortOpen());
+    QCOMPARE(channel.OpenTerminal(Line(pty.Path()), terminal), 1);
+    QVERIFY(channel.IsReaderRunning());
+    const QList<CTerminalDisplaySettings::Property> expected =
+        CTerminalDisplaySettings::FromTerminalParameter(terminal).Properties();
+    QCOMPARE(display.applied, expected + expected);
+    QCOMPARE(channel.GetDisplaySettings().m_nEmulation, 4);
+
+    // The record is kept for typed characters.
+    channel.OnChar('q');
+    QCOMPARE(display.shown, QByteArray("q"));
+}
+
+QTEST_GUILESS_MAIN(tst_CommChannel)
+#include "tst_CommChannel.moc"

@@ -1,0 +1,492 @@
+// The USB converter back-end over a fake D2XX library, the kernel fallback
+// and the converter listings over a fake sysfs tree.
+#include "CommTestSupport.h"
+
+#include "CCommParameter.h"
+#include "CConnectorList.h"
+#include "CD2xx.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <dlfcn.h>
+
+#include <cstring>
+
+namespace {
+
+CCommParameter Usb(const QByteArray& serialNumber, int baud = 9600, int dataBits = 8, int parity = 'N',
+                   int stopBits = 1, int flow = 2)
+{
+    CCommParameter parameters;
+    parameters.m_strConnector = serialNumber;
+    parameters.m_nConnector = -1;
+    parameters.m_nBaudRate = baud;
+    parameters.m_nDataBits = dataBits;
+    parameters.m_cParity = parity;
+    parameters.m_nStopBits = stopBits;
+    parameters.m_nFlowControl = flow;
+    return parameters;
+}
+
+// The fake library's own controls.
+struct FakeLibrary
+{
+    int (*peerFd)(const char*) = nullptr;
+    void (*raiseEvents)(const char*, std::uint32_t) = nullptr;
+    void (*unplug)(const char*) = nullptr;
+    void (*failCount)(int) = nullptr;
+    void (*refuseBaud)(std::uint32_t) = nullptr;
+    void (*dcb)(const char*, unsigned char*) = nullptr;
+    long (*value)(const char*, const char*) = nullptr;
+    void (*reset)() = nullptr;
+
+    bool Load()
+    {
+        void* library = dlopen(FAKE_D2XX_LIBRARY, RTLD_NOW);
+        if (library == nullptr)
+            return false;
+        auto bind = [&](auto& slot, const char* name) {
+            slot = reinterpret_cast<std::remove_reference_t<decltype(slot)>>(dlsym(library, name));
+            return slot != nullptr;
+        };
+        return bind(peerFd, "FakeD2xx_PeerFd") && bind(raiseEvents, "FakeD2xx_RaiseEvents") &&
+               bind(unplug, "FakeD2xx_Unplug") && bind(failCount, "FakeD2xx_FailCount") &&
+               bind(refuseBaud, "FakeD2xx_RefuseBaud") && bind(dcb, "FakeD2xx_Dcb") &&
+               bind(value, "FakeD2xx_Value") && bind(reset, "FakeD2xx_Reset");
+    }
+};
+
+bool SendTo(int fd, const QByteArray& bytes)
+{
+    return ::write(fd, bytes.constData(), size_t(bytes.size())) == bytes.size();
+}
+
+QByteArray ReceiveFrom(int fd, int count)
+{
+    QByteArray data;
+    QElapsedTimer timer;
+    timer.start();
+    while (data.size() < count && timer.elapsed() < 2000) {
+        pollfd p = {fd, POLLIN, 0};
+        poll(&p, 1, 20);
+        char buffer[256];
+        const ssize_t got = ::read(fd, buffer, sizeof buffer);
+        if (got > 0)
+            data.append(buffer, got);
+    }
+    return data;
+}
+
+// A sysfs tree as the kernel lays it out: /class/tty/<name> links to the tty's
+// directory below /devices, whose "device" link leads to the port, below the
+// USB interface, below the USB device with its idVendor and serial.
+class FakeSysfs
+{
+public:
+    QString Root() const { return m_dir.path(); }
+
+    void AddUsbTty(const QString& name, const QByteArray& serialNumber, int usbDevice)
+    {
+        const QString usb = QStringLiteral("devices/usb%1/%1-1").arg(usbDevice);
+        Write(usb + QStringLiteral("/idVendor"), "0403");
+        Write(usb + QStringLiteral("/serial"), serialNumber + '\n');
+        AddTty(name, usb + QStringLiteral("/%1-1:1.0/port").arg(usbDevice), QByteArray());
+    }
+    // A tty of a device without a serial number, e.g. an on-board UART.
+    void AddPlainTty(const QString& name, const QByteArray& portType)
+    {
+        AddTty(name, QStringLiteral("devices/platform/serial8250/%1").arg(name), portType);
+    }
+    // A tty the kernel has no device for (a virtual console).
+    void AddVirtualTty(const QString& name) { QDir(Root()).mkpath(QStringLiteral("class/tty/") + name); }
+
+private:
+    void AddTty(const QString& name, const QString& deviceDir, const QByteArray& portType)
+    {
+        const QString ttyDir = deviceDir + QStringLiteral("/tty/") + name;
+        QDir root(Root());
+        root.mkpath(ttyDir);
+        root.mkpath(QStringLiteral("class/tty"));
+        QFile::link(QStringLiteral("../../.."), root.filePath(ttyDir + QStringLiteral("/device")));
+        QFile::link(QStringLiteral("../../") + ttyDir, root.filePath(QStringLiteral("class/tty/") + name));
+        if (!portType.isEmpty())
+            Write(ttyDir + QStringLiteral("/type"), portType + '\n');
+    }
+    void Write(const QString& relative, const QByteArray& content)
+    {
+        const QString path = QDir(Root()).filePath(relative);
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        if (file.open(QIODevice::WriteOnly))
+            file.write(content);
+    }
+
+    QTemporaryDir m_dir;
+};
+
+// The block as the library sees it, by the Win32 offsets and bit positions.
+struct BlockSeen
+{
+    explicit BlockSeen(const unsigned char* bytes)
+    {
+        std::memcpy(&length, bytes, 4);
+        std::memcpy(&baud, bytes + 4, 4);
+        std::memcpy(&flags, bytes + 8, 4);
+        std::memcpy(&xonLimit, bytes + 14, 2);
+        std::memcpy(&xoffLimit, bytes + 16, 2);
+        byteSize = bytes[18];
+        parity = bytes[19];
+        stopBits = bytes[20];
+        xonChar = bytes[21];
+        xoffChar = bytes[22];
+    }
+    unsigned Bits(int first, int count) const { return (flags >> first) & ((1u << count) - 1); }
+
+    std::uint32_t length, baud, flags;
+    std::uint16_t xonLimit, xoffLimit;
+    int byteSize, parity, stopBits, xonChar, xoffChar;
+};
+
+} // namespace
+
+class tst_UsbConverter : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void bindsTheLibrary_data();
+    void bindsTheLibrary();
+    void listsConvertersFromTheLibrary();
+    void countErrorListsNothing();
+    void opensAConverterBySerialNumber();
+    void keepsParityAndStopBitsOutsideTheTable();
+    void reportsLineEventsInFixedOrder();
+    void pulledOutConverterIsReportedOnceThenClosed();
+    void closeCompletesTheLibrarysWait();
+    void refusedSettingsLeaveTheConverterOpenWithoutReader();
+    void converterNotPluggedInLeavesTheLineClosed();
+    void twoConvertersHaveTheirOwnBinding();
+    void withoutTheLibraryTheKernelTtyIsUsed();
+    void kernelListsConvertersInDeviceOrder();
+    void listsRealSerialDevices();
+
+private:
+    FakeLibrary m_fake;
+};
+
+void tst_UsbConverter::initTestCase()
+{
+    QVERIFY(m_fake.Load());
+}
+
+void tst_UsbConverter::init()
+{
+    qputenv("ORVALIS_D2XX_LIBRARY", FAKE_D2XX_LIBRARY);
+    qunsetenv("ORVALIS_SYSFS_ROOT");
+}
+
+void tst_UsbConverter::cleanup()
+{
+    m_fake.reset();
+    qunsetenv("ORVALIS_D2XX_LIBRARY");
+    qunsetenv("ORVALIS_SYSFS_ROOT");
+}
+
+void tst_UsbConverter::bindsTheLibrary_data()
+{
+    QTest::addColumn<QByteArray>("library");
+    QTest::addColumn<bool>("bound");
+    QTest::addColumn<int>("boundCount");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("all 31 names") << QByteArray(FAKE_D2XX_LIBRARY) << true << 31 << QString();
+    QTest::newRow("a library without FT_EraseEE keeps the 22 names before it")
+        << QByteArray(FAKE_D2XX_INCOMPLETE_LIBRARY) << false << 22 << "no function FT_EraseEE";
+    QTest::newRow("no library") << QByteArray("/nonexistent/libftd2xx.so") << false << 0 << "cannot open";
+}
+
+void tst_UsbConverter::bindsTheLibrary()
+{
+    QFETCH(QByteArray, library);
+    QFETCH(bool, bound);
+    QFETCH(int, boundCount);
+    QFETCH(QString, error);
+
+    qputenv("ORVALIS_D2XX_LIBRARY", library);
+    CD2xx d2xx;
+    QCOMPARE(d2xx.LoadD2xx(), bound);
+    QCOMPARE(d2xx.BoundCount(), boundCount);
+    QCOMPARE(d2xx.IsLoaded(), boundCount > 0);
+    QVERIFY2(d2xx.GetLastError().contains(error), qPrintable(d2xx.GetLastError()));
+    QVERIFY(d2xx.FreeD2xx());
+    QCOMPARE(d2xx.BoundCount(), 0);
+    QVERIFY(!d2xx.IsLoaded());
+    QVERIFY(d2xx.FT_W32_CreateFile == nullptr);
+}
+
+void tst_UsbConverter::listsConvertersFromTheLibrary()
+{
+    QCOMPARE(CD2xx::ListSerialNumbers(), std::optional(QByteArrayList{"FT1A2B3C", "VD000017", "XVD99"}));
+    QCOMPARE(CConnectorList::UsbConverters(), (QByteArrayList{"VD000017", "XVD99"}));
+}
+
+void tst_UsbConverter::countErrorListsNothing()
+{
+    // The library is there, so the kernel is not asked either.
+    FakeSysfs sysfs;
+    sysfs.AddUsbTty(QStringLiteral("ttyUSB0"), "VD000123", 1);
+    qputenv("ORVALIS_SYSFS_ROOT", sysfs.Root().toLocal8Bit());
+    m_fake.failCount(1);
+    QCOMPARE(CD2xx::ListSerialNumbers(), std::optional(QByteArrayList()));
+    QCOMPARE(CConnectorList::UsbConverters(), QByteArrayList());
+}
+
+void tst_UsbConverter::opensAConverterBySerialNumber()
+{
+    RecordingOwner owner;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Usb("VD000017", 19200, 7, 'M', 2, 3)));
+    QCOMPARE(channel.GetBackend(), CComm::D2xxBackend);
+    QVERIFY(channel.IsReaderRunning());
+
+    const char* serial = "VD000017";
+    QCOMPARE(m_fake.value(serial, "flags"), 0x81L);   // normal attributes, by serial number
+    QCOMPARE(m_fake.value(serial, "access"), 0xC0000000L);
+    QCOMPARE(m_fake.value(serial, "inQueue"), 31744L);
+    QCOMPARE(m_fake.value(serial, "outQueue"), 16384L);
+    QCOMPARE(m_fake.value(serial, "readInterval"), 0xFFFFFFFFL);
+    QCOMPARE(m_fake.value(serial, "writeConstant"), 100L);
+    QCOMPARE(m_fake.value(serial, "dtr"), 1L);
+
+    unsigned char bytes[28];
+    m_fake.dcb(serial, bytes);
+    const BlockSeen block(bytes);
+    QCOMPARE(block.length, 28u);
+    QCOMPARE(block.baud, 19200u);
+    QCOMPARE(block.byteSize, 7);
+    QCOMPARE(block.parity, 3);          // mark
+    QCOMPARE(block.stopBits, 2);
+    QCOMPARE(block.Bits(0, 1), 1u);     // binary
+    QCOMPARE(block.Bits(1, 1), 1u);     // parity checking
+    QCOMPARE(block.Bits(2, 1), 1u);     // CTS output flow
+    QCOMPARE(block.Bits(3, 1), 0u);     // no DSR output flow
+    QCOMPARE(block.Bits(4, 2), 1u);     // DTR enabled
+    QCOMPARE(block.Bits(8, 1), 1u);     // XON/XOFF out
+    QCOMPARE(block.Bits(9, 1), 1u);     // XON/XOFF in
+    QCOMPARE(block.Bits(12, 2), 2u);    // RTS handshake
+    QCOMPARE(block.xonLimit, 6348);
+    QCOMPARE(block.xoffLimit, 25395);
+    QCOMPARE(block.xonChar, 0x11);
+    QCOMPARE(block.xoffChar, 0x13);
+
+    const int peer = m_fake.peerFd(serial);
+    QVERIFY(peer >= 0);
+    QVERIFY(SendTo(peer, QByteArray("in\0put", 6)));
+    QVERIFY(owner.WaitForData(channel, 6));
+    QCOMPARE(owner.received.value(&channel), QByteArray("in\0put", 6));
+    channel.SetOutput(QByteArray("out\0", 4));
+    QCOMPARE(ReceiveFrom(peer, 4), QByteArray("out\0", 4));
+
+    channel.SetPortOpen(false);
+    QCOMPARE(m_fake.value(serial, "dtr"), 0L);
+    QCOMPARE(m_fake.value(serial, "purge"), 0x0FL);
+    QCOMPARE(m_fake.value(serial, "open"), 0L);
+    QCOMPARE(m_fake.value(serial, "closes"), 1L);
+}
+
+void tst_UsbConverter::keepsParityAndStopBitsOutsideTheTable()
+{
+    const char* serial = "VD000017";
+    CComm channel;
+    QVERIFY(channel.OpenPort(Usb(serial, 9600, 8, 'S', 2)));
+    QVERIFY(channel.OpenPort(Usb(serial, 1200, 8, 'X', 3)));
+    unsigned char bytes[28];
+    m_fake.dcb(serial, bytes);
+    const BlockSeen block(bytes);
+    QCOMPARE(block.baud, 1200u);
+    QCOMPARE(block.parity, 4);      // space, as before
+    QCOMPARE(block.stopBits, 2);
+    channel.SetPortOpen(false);
+}
+
+void tst_UsbConverter::reportsLineEventsInFixedOrder()
+{
+    const char* serial = "FT1A2B3C";
+    RecordingOwner owner;
+    owner.autoAcknowledge = false;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Usb(serial)));
+
+    m_fake.raiseEvents(serial, 0x10);
+    QVERIFY(owner.WaitForCount(1));
+    QCOMPARE(owner.notifications.at(0).lParam, qint64(CCommEvent::DsrChanged));
+    QCOMPARE(owner.notifications.at(0).commEvent, CComm::EventDsr);
+
+    // Everything at once while the owner has not acknowledged yet.
+    QVERIFY(SendTo(m_fake.peerFd(serial), "d"));
+    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == 1; }));
+    m_fake.raiseEvents(serial, 0x80 | 0x10 | 0x08);
+    const QList<qint64> lParams = {CCommEvent::DataReceived, CCommEvent::CtsChanged, CCommEvent::DsrChanged,
+                                   CCommEvent::LineError};
+    const QList<quint16> events = {CComm::EventData, CComm::EventCts, CComm::EventDsr, CComm::EventLineError};
+    for (int i = 0; i < lParams.size(); ++i) {
+        QTest::qWait(50);
+        QCOMPARE(owner.notifications.size(), i + 1);
+        channel.Acknowledge();
+        QVERIFY(owner.WaitForCount(i + 2));
+        QCOMPARE(owner.notifications.at(i + 1).lParam, lParams.at(i));
+        QCOMPARE(owner.notifications.at(i + 1).commEvent, events.at(i));
+        QVERIFY(owner.notifications.at(i + 1).fromOpenLine);
+    }
+    QCOMPARE(channel.GetInput(), QByteArray("d"));
+    channel.Acknowledge();
+    QTest::qWait(50);
+    QCOMPARE(owner.notifications.size(), 5);
+    QVERIFY(channel.IsPortOpen());
+}
+
+void tst_UsbConverter::pulledOutConverterIsReportedOnceThenClosed()
+{
+    const char* serial = "VD000017";
+    RecordingOwner owner;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Usb(serial)));
+
+    m_fake.unplug(serial);
+    QVERIFY(owner.WaitForCount(1));
+    QCOMPARE(owner.notifications.first().lParam, qint64(CCommEvent::LineError));
+    QCOMPARE(owner.notifications.first().commEvent, CComm::EventLineError);
+    QVERIFY(!channel.IsPortOpen());
+    QVERIFY(channel.IsLineLost());
+    QVERIFY2(channel.GetLastError().contains(QStringLiteral("Connection to VD000017 lost")), qPrintable(channel.GetLastError()));
+    QCOMPARE(m_fake.value(serial, "closes"), 1L);
+    QTest::qWait(150);
+    QCOMPARE(owner.notifications.size(), 1);
+}
+
+void tst_UsbConverter::closeCompletesTheLibrarysWait()
+{
+    const char* serial = "XVD99";
+    CComm channel;
+    QVERIFY(channel.OpenPort(Usb(serial)));
+    QVERIFY(QTest::qWaitFor([&] { return m_fake.value(serial, "waiting") == 1; }));
+    QElapsedTimer timer;
+    timer.start();
+    channel.SetPortOpen(false);
+    QVERIFY(timer.elapsed() < 500);
+    QCOMPARE(m_fake.value(serial, "waiting"), 0L);
+}
+
+void tst_UsbConverter::refusedSettingsLeaveTheConverterOpenWithoutReader()
+{
+    m_fake.refuseBaud(14400);
+    CComm channel;
+    QCOMPARE(channel.OpenPort(Usb("VD000017", 14400)), 0);
+    QVERIFY(channel.IsPortOpen());
+    QVERIFY(!channel.IsReaderRunning());
+    QCOMPARE(channel.GetLastError(), QStringLiteral("USB converter VD000017 refused the line settings (14400 baud)"));
+    channel.SetPortOpen(false);
+    QCOMPARE(m_fake.value("VD000017", "closes"), 1L);
+}
+
+void tst_UsbConverter::converterNotPluggedInLeavesTheLineClosed()
+{
+    CComm channel;
+    QCOMPARE(channel.OpenPort(Usb("FTNOPE")), 0);
+    QVERIFY(!channel.IsPortOpen());
+    QCOMPARE(channel.GetLastError(), QStringLiteral("Cannot open USB converter FTNOPE: not plugged in"));
+}
+
+void tst_UsbConverter::twoConvertersHaveTheirOwnBinding()
+{
+    RecordingOwner owner;
+    CComm first;
+    CComm second;
+    owner.Add(first);
+    owner.Add(second);
+    QVERIFY(first.OpenPort(Usb("FT1A2B3C")));
+    QVERIFY(second.OpenPort(Usb("VD000017")));
+    first.SetPortOpen(false);
+    QVERIFY(SendTo(m_fake.peerFd("VD000017"), "still"));
+    QVERIFY(owner.WaitForData(second, 5));
+    QCOMPARE(owner.received.value(&second), QByteArray("still"));
+}
+
+void tst_UsbConverter::withoutTheLibraryTheKernelTtyIsUsed()
+{
+    PtyPair pty;
+    // /dev/pts/N appears in sysfs as "pts!N".
+    QString ttyName = QString::fromLocal8Bit(pty.Path().mid(5));
+    ttyName.replace(QLatin1Char('/'), QLatin1Char('!'));
+    FakeSysfs sysfs;
+    sysfs.AddUsbTty(ttyName, "VD000017", 1);
+    qputenv("ORVALIS_SYSFS_ROOT", sysfs.Root().toLocal8Bit());
+    qputenv("ORVALIS_D2XX_LIBRARY", "/nonexistent/libftd2xx.so");
+
+    QCOMPARE(CConnectorList::FindKernelDevice("VD000017"), pty.Path());
+    RecordingOwner owner;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Usb("VD000017", 4800, 8, 'E')));
+    QCOMPARE(channel.GetBackend(), CComm::SerialPortBackend);
+    QCOMPARE(LineBaudRate(pty.Slave()), 4800u);
+    pty.Send("kernel");
+    QVERIFY(owner.WaitForData(channel, 6));
+
+    CComm absent;
+    QCOMPARE(absent.OpenPort(Usb("VD999")), 0);
+    QVERIFY(!absent.IsPortOpen());
+    QVERIFY2(absent.GetLastError().contains(QStringLiteral("VD999: not plugged in (no D2XX library")),
+             qPrintable(absent.GetLastError()));
+}
+
+void tst_UsbConverter::kernelListsConvertersInDeviceOrder()
+{
+    FakeSysfs sysfs;
+    sysfs.AddUsbTty(QStringLiteral("ttyUSB10"), "VD000099", 4);
+    sysfs.AddUsbTty(QStringLiteral("ttyUSB2"), "XVD99", 3);
+    sysfs.AddUsbTty(QStringLiteral("ttyUSB0"), "FT1A2B3C", 1);
+    sysfs.AddUsbTty(QStringLiteral("ttyUSB1"), "VD000017", 2);
+    sysfs.AddPlainTty(QStringLiteral("ttyS0"), "4");
+    qputenv("ORVALIS_SYSFS_ROOT", sysfs.Root().toLocal8Bit());
+    qputenv("ORVALIS_D2XX_LIBRARY", "/nonexistent/libftd2xx.so");
+
+    QCOMPARE(CConnectorList::UsbConverters(), (QByteArrayList{"VD000017", "XVD99", "VD000099"}));
+    const QList<CConnectorList::UsbTty> ttys = CConnectorList::KernelUsbTtys(sysfs.Root());
+    QCOMPARE(ttys.size(), 4);
+    QCOMPARE(ttys.first().devicePath, QByteArray("/dev/ttyUSB0"));
+    QCOMPARE(ttys.first().serialNumber, QByteArray("FT1A2B3C"));
+    QCOMPARE(CConnectorList::FindKernelDevice("VD000099"), QByteArray("/dev/ttyUSB10"));
+    QCOMPARE(CConnectorList::FindKernelDevice("VD"), QByteArray());
+}
+
+void tst_UsbConverter::listsRealSerialDevices()
+{
+    FakeSysfs sysfs;
+    sysfs.AddPlainTty(QStringLiteral("ttyS0"), "4");
+    sysfs.AddPlainTty(QStringLiteral("ttyS1"), "0");        // no UART behind it
+    sysfs.AddVirtualTty(QStringLiteral("ttyS2"));
+    sysfs.AddVirtualTty(QStringLiteral("tty1"));
+    sysfs.AddUsbTty(QStringLiteral("ttyUSB0"), "FT1A2B3C", 1);
+    sysfs.AddUsbTty(QStringLiteral("ttyUSB10"), "VD000099", 2);
+    sysfs.AddUsbTty(QStringLiteral("ttyUSB2"), "XVD99", 3);  // no device node
+    sysfs.AddUsbTty(QStringLiteral("ttyACM0"), "ACM1", 4);
+    QTemporaryDir dev;
+    for (const char* node : {"ttyS0", "ttyS1", "ttyS2", "tty1", "ttyUSB0", "ttyUSB10", "ttyACM0"}) {
+        QFile file(dev.filePath(QLatin1String(node)));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    const QByteArray d = dev.path().toLocal8Bit() + '/';
+    QCOMPARE(CConnectorList::SerialDevices(sysfs.Root(), dev.path()),
+             (QByteArrayList{d + "ttyACM0", d + "ttyS0", d + "ttyUSB0", d + "ttyUSB10"}));
+}
+
+QTEST_GUILESS_MAIN(tst_UsbConverter)
+#include "tst_UsbConverter.moc"
