@@ -153,7 +153,7 @@ private:
     CTerminalParameter m_terminal;
     CTerminalDisplay* m_pDisplay = nullptr;
     CTerminalDisplaySettings m_displaySettings;
-    int m_nWriteTimeoutMs = DefaultWriteTimeoutMs;
+    std::atomic<int> m_nWriteTimeoutMs = DefaultWriteTimeoutMs;
 
     // Replaced only on the owner's thread, under m_writeMutex, so the write
     // path of another thread never sees it half gone.
