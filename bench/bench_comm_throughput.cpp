@@ -24,7 +24,7 @@
 namespace {
 
 constexpr qint64 BytesPerRun = 64ll * 1024 * 1024;
-constexpr int Rounds = 3;
+constexpr int Rounds = 5;
 constexpr double GoalRatio = 0.80;
 
 struct Figures

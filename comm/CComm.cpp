@@ -364,7 +364,13 @@ void CComm::OnChar(char character)
     QByteArray text(1, character);
     if (character == '\r' && m_terminal.m_bSendCRLF)
         text += '\n';
-    SetOutput(text);
+    SendTyped(text);
     if (m_terminal.m_bLocalEcho && m_pDisplay != nullptr)
         m_pDisplay->DisplayInput(text);
+}
+
+// The one place typed text goes out; a file transfer holds it back here.
+void CComm::SendTyped(const QByteArray& text)
+{
+    SetOutput(text);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CByteOutput.h"
 #include "CTerminalDisplaySettings.h"
 #include "CTerminalParameter.h"
 
@@ -48,7 +49,7 @@ Q_DECLARE_LOGGING_CATEGORY(lcComm)
 // waits for the owner: it releases a reader waiting for an acknowledgement.
 // The owner must outlive the open line (a channel that is a member of its
 // owner closes in its destructor, before the owner is gone).
-class CComm
+class CComm : public CByteOutput
 {
 public:
     // GetCommEvent() codes.
@@ -58,14 +59,15 @@ public:
     static constexpr quint16 EventDsr = 4;
     static constexpr quint16 EventLineError = 1005;
 
-    // At most this much is read by one GetInput(), the size of the input queue.
+    // At most this much is read by one GetInput(), the size of the input
+    // queue; the length of a block so always fits a signed 16-bit count.
     static constexpr int InputQueueSize = 31744;
     static constexpr int DefaultWriteTimeoutMs = 1000;
 
     enum Backend { SerialPortBackend, D2xxBackend };
 
     CComm();
-    ~CComm();
+    ~CComm() override;
     CComm(const CComm&) = delete;
     CComm& operator=(const CComm&) = delete;
 
@@ -113,7 +115,7 @@ public:
     // Writes the bytes in order, one write per byte, each given at most
     // GetWriteTimeout() ms to find room on the line; a byte that does not is
     // dropped. Nothing when closed. Safe to call from a second thread.
-    void SetOutput(const QByteArray& text);
+    void SetOutput(const QByteArray& text) override;
     // A typed character: carriage return gains a line feed when the terminal
     // record says so; shown on the display too with local echo.
     void OnChar(char character);
@@ -142,6 +144,7 @@ private:
     void ReaderMain(qint64 portHandle);
     bool Notify(quint16 event, qint64 lParam, qint64 portHandle, bool lineLost);
     void SetLastError(const QString& text);
+    void SendTyped(const QByteArray& text);
 
     QObject* m_pOwner = nullptr;
     QByteArray m_strConnector;
@@ -150,7 +153,7 @@ private:
     CTerminalParameter m_terminal;
     CTerminalDisplay* m_pDisplay = nullptr;
     CTerminalDisplaySettings m_displaySettings;
-    int m_nWriteTimeoutMs = DefaultWriteTimeoutMs;
+    std::atomic<int> m_nWriteTimeoutMs = DefaultWriteTimeoutMs;
 
     // Replaced only on the owner's thread, under m_writeMutex, so the write
     // path of another thread never sees it half gone.

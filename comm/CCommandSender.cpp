@@ -2,13 +2,14 @@
 
 #include "CByteOutput.h"
 #include "CCodePage.h"
-#include "COrvalisPaths.h"
 #include "CParseCommand.h"
 #include "CPlaybackFile.h"
+#include "CProgramFolder.h"
 #include "CSerialNumberPrompt.h"
 #include "CSerialNumberRecord.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QLoggingCategory>
 
 namespace {
@@ -31,6 +32,13 @@ QByteArray NextMacro(const QByteArray& text)
     if (serial < 0 || (file >= 0 && file < serial))
         return FileMacro;
     return SerialMacro;
+}
+
+// Playback files and relative file names of the macros live in the program
+// folder; an absolute path stays as it is.
+QString InProgramFolder(const QString& name)
+{
+    return QDir(CProgramFolder::Path()).filePath(name);
 }
 
 } // namespace
@@ -112,7 +120,7 @@ void CCommandSender::OpenPlayback(const QByteArray& name)
         qCWarning(lcSender) << "no playback file for" << name;
         return;
     }
-    m_pPlayback->Open(COrvalisPaths::InProgramFolder(CCodePage::ToUnicode(name)));
+    m_pPlayback->Open(InProgramFolder(CCodePage::ToUnicode(name)));
 }
 
 int CCommandSender::SendFile(const QString& path)
@@ -123,7 +131,7 @@ int CCommandSender::SendFile(const QString& path)
         qCWarning(lcSender) << "a file is being sent already; refused" << path;
         return 0;
     }
-    const QString fullPath = COrvalisPaths::InProgramFolder(path);
+    const QString fullPath = InProgramFolder(path);
     if (!m_transfer.Start(fullPath))
         return 0;
     m_progress.Start(fullPath, m_clock());

@@ -284,11 +284,14 @@ bool CReceivePipeline::MatchStart(int c)
 
 QByteArray CReceivePipeline::RunSequence(int index, QByteArray text) const
 {
+    // A sequence missing from the file (or absent) changes nothing.
+    const auto& sequences = m_script.m_Sequences;
+    if (index >= sequences.size() || !sequences.at(index))
+        return text;
     try {
-        const int count = m_script.GetCommandCount(index);
-        for (int i = 0; i < count; ++i) {
+        for (const QByteArray& command : *sequences.at(index)) {
             const QByteArray input = text;
-            m_script.ExecuteCommand(m_script.GetCommand(index, i), input, text);
+            m_script.ExecuteCommand(command, input, text);
         }
     } catch (const std::invalid_argument& error) {
         // The rest of the sequence is abandoned; the result so far is kept.

@@ -27,6 +27,9 @@ public:
         cfmakeraw(&settings);
         tcsetattr(m_nSlave, TCSANOW, &settings);
         fcntl(m_nMaster, F_SETFL, fcntl(m_nMaster, F_GETFL) | O_NONBLOCK);
+        // A program started by the test must not keep the instrument's end open.
+        fcntl(m_nMaster, F_SETFD, FD_CLOEXEC);
+        fcntl(m_nSlave, F_SETFD, FD_CLOEXEC);
     }
     ~CPtyPair()
     {

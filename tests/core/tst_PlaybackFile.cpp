@@ -1,4 +1,3 @@
-#include "COrvalisPaths.h"
 #include "CPlaybackFile.h"
 
 #include <QTemporaryDir>
@@ -14,7 +13,6 @@ private Q_SLOTS:
     void consumesExactlyTheLinesItUsed();
     void closedFileGivesEmptyLines();
     void failedOpenSaysWhy();
-    void programFolderFollowsOrvalisHome();
 };
 
 void tst_PlaybackFile::delay_data()
@@ -76,17 +74,6 @@ void tst_PlaybackFile::failedOpenSaysWhy()
     QVERIFY(!playback.IsOpen());
     QCOMPARE(playback.ErrorString(),
              QStringLiteral("Cannot open playback file /nonexistent/cmd.txt: No such file or directory"));
-}
-
-void tst_PlaybackFile::programFolderFollowsOrvalisHome()
-{
-    QTemporaryDir dir;
-    qputenv("ORVALIS_HOME", dir.path().toLocal8Bit());
-    QCOMPARE(COrvalisPaths::ProgramFolder(), dir.path());
-    QCOMPARE(COrvalisPaths::InProgramFolder(QStringLiteral("cmd.txt")), dir.filePath(QStringLiteral("cmd.txt")));
-    QCOMPARE(COrvalisPaths::InProgramFolder(QStringLiteral("/abs/x.txt")), QStringLiteral("/abs/x.txt"));
-    qunsetenv("ORVALIS_HOME");
-    QCOMPARE(COrvalisPaths::ProgramFolder(), QCoreApplication::applicationDirPath());
 }
 
 QTEST_GUILESS_MAIN(tst_PlaybackFile)

@@ -138,6 +138,9 @@ void tst_ReceivePipeline::display_data()
         << true << QByteArray("<CR>") << QByteArrayList{"X"}
         << QList<QByteArrayList>{{"InsertCharacter(0, #)", "ChangeCharacter(99, a, b)", "TrimAll()"}}
         << false << false << QByteArrayList{"X 1\r"} << QByteArrayList{"#X 1\r"} << qint64(4);
+    QTest::newRow("input string without its sequence shows the string unchanged")
+        << true << QByteArray(";") << QByteArrayList{"X", "Y"} << QList<QByteArrayList>{{"TrimAll()"}}
+        << false << false << QByteArrayList{"X 1;Y 2;"} << QByteArrayList{"X1;", "Y 2;"} << qint64(8);
     QTest::newRow("script result shown with control character names")
         << true << QByteArray("<CR>") << QByteArrayList{"X"} << QList<QByteArrayList>{{}}
         << false << true << QByteArrayList{"X1\r"} << QByteArrayList{"X1<CR>"} << qint64(3);

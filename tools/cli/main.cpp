@@ -3,6 +3,7 @@
 
 #include "CCliCommand.h"
 #include "CExamplesCommand.h"
+#include "CReplayCommand.h"
 #include "CShowCommand.h"
 
 #include <QCoreApplication>
@@ -30,6 +31,7 @@ std::unique_ptr<CCliCommand> Make()
 
 const CCommandEntry Commands[] = {
     {"show", "FILE", "print every record of a .tbb, .drv or v24print.drv file", &Make<CShowCommand>},
+    {"replay", "DRIVER FILE [--cells FILE.csv]", "run recorded bytes through the driver's pipeline offline", &Make<CReplayCommand>},
     {"write-examples", "FOLDER", nullptr, &Make<CExamplesCommand>},
 };
 

@@ -1,0 +1,37 @@
+#include "CInstrumentSession.h"
+
+CInstrumentSession::CInstrumentSession(QTextStream& out)
+    : m_text(out)
+    , m_pipeline(m_driver.m_Script, m_driver.m_Terminal, m_driver.m_Driver)
+{
+    m_pipeline.SetTextSink(&m_text);
+}
+
+bool CInstrumentSession::LoadDriver(const QString& path, QString& error)
+{
+    const CFileResult result = m_driver.Load(path);
+    if (result.IsOk())
+        return true;
+    error = result.Message();
+    return false;
+}
+
+bool CInstrumentSession::OpenCells(const QString& path, QString& error)
+{
+    if (!m_cells.Open(path)) {
+        error = m_cells.ErrorString();
+        return false;
+    }
+    m_bCells = true;
+    m_driver.m_Driver.m_bExcel = 1;
+    m_pipeline.SetCellSink(&m_cells);
+    return true;
+}
+
+bool CInstrumentSession::Finish(QString& error)
+{
+    if (!m_bCells || m_cells.Finish())
+        return true;
+    error = m_cells.ErrorString();
+    return false;
+}
