@@ -4,7 +4,8 @@
 // bytes per second that reach the window's text, the longest time the event
 // loop did not run (a 5 ms timer measuring its own lateness), the memory
 // (VmHWM, and VmRSS half-way and at the end), against a plain read() loop
-// on the same pseudo-terminal in the same run.
+// on the same pseudo-terminal in the same run. The machine is shared: both
+// run Rounds times, alternating, and the best of each counts.
 //
 // build/bench/bench_instrument_window [MEGABYTES] [plain|script]
 
@@ -37,6 +38,7 @@ namespace {
 constexpr double GoalRatio = 0.25;
 constexpr qint64 GoalStallMs = 50;
 constexpr int TimerIntervalMs = 5;
+constexpr int Rounds = 3;
 
 // A balance sending weights, 12 bytes a line.
 QByteArray Lines(qsizetype size)
@@ -208,8 +210,23 @@ int main(int argc, char* argv[])
     const QByteArray slave(name);
     const QByteArray stream = Lines(megabytes * 1024 * 1024);
 
-    const double plain = PlainReadLoop(slave, master, stream);
-    const WindowFigures window = WindowRun(home.path(), slave, master, stream, script);
+    double plain = 0;
+    WindowFigures window;
+    for (int round = 0; round < Rounds; ++round) {
+        plain = qMax(plain, PlainReadLoop(slave, master, stream));
+        const WindowFigures figures = WindowRun(home.path(), slave, master, stream, script);
+        // The fastest round counts; stalls and memory count at their worst.
+        const WindowFigures best = figures.mbPerSecond > window.mbPerSecond ? figures : window;
+        const qint64 stall = qMax(window.longestStallMs, figures.longestStallMs);
+        const bool complete = (round == 0 || window.complete) && figures.complete;
+        const qint64 rssHalf = qMax(window.rssHalfKb, figures.rssHalfKb);
+        const qint64 rssEnd = qMax(window.rssEndKb, figures.rssEndKb);
+        window = best;
+        window.longestStallMs = stall;
+        window.complete = complete;
+        window.rssHalfKb = rssHalf;
+        window.rssEndKb = rssEnd;
+    }
     const qint64 hwm = StatusKilobytes("VmHWM:");
     ::close(master);
 
@@ -217,12 +234,13 @@ int main(int argc, char* argv[])
     const bool bounded = window.lines <= CTextAppender::DefaultMaxLines + 1
         && window.characters <= CTextAppender::MaxCharacters + CTextAppender::MaxLineLength
         && window.rssEndKb <= window.rssHalfKb * 11 / 10 + 8 * 1024;
-    std::printf("flood: %lld MB of 12-byte lines, %s mode, offscreen window %s\n", qint64(stream.size() / 1000000),
-                script ? "script" : "plain", window.complete ? "" : "(INCOMPLETE: timed out)");
+    std::printf("flood: %lld MB of 12-byte lines, %s mode, offscreen window, best of %d rounds %s\n",
+                qint64(stream.size() / 1000000), script ? "script" : "plain", Rounds,
+                window.complete ? "" : "(INCOMPLETE: timed out)");
     std::printf("plain read() loop on the pty     %8.1f MB/s\n", plain);
     std::printf("instrument window                %8.1f MB/s   ratio %.2f  goal >= %.2f  %s\n", window.mbPerSecond,
                 ratio, GoalRatio, ratio >= GoalRatio ? "met" : "NOT MET");
-    std::printf("longest event-loop stall         %8lld ms     goal <= %lld ms      %s\n", window.longestStallMs,
+    std::printf("longest event-loop stall (worst)  %8lld ms     goal <= %lld ms      %s\n", window.longestStallMs,
                 GoalStallMs, window.longestStallMs <= GoalStallMs ? "met" : "NOT MET");
     std::printf("text kept: %d lines, %lld characters (caps %d lines, %lld characters)\n", window.lines,
                 window.characters, CTextAppender::DefaultMaxLines, qint64(CTextAppender::MaxCharacters));

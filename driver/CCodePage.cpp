@@ -57,10 +57,11 @@ bool CCodePage::IsMappable(char32_t codePoint)
 
 QString CCodePage::ToUnicode(const QByteArray& bytes)
 {
-    QString text;
-    text.reserve(bytes.size());
+    // Written in place: received text passes here byte by byte.
+    QString text(bytes.size(), Qt::Uninitialized);
+    char16_t* out = reinterpret_cast<char16_t*>(text.data());
     for (char byte : bytes)
-        text.append(QChar(char16_t(CharToUnicode(byte))));
+        *out++ = char16_t(CharToUnicode(byte));
     return text;
 }
 

@@ -3,19 +3,36 @@
 #include "CByteSource.h"
 #include "CComm.h"
 
-// The received-data pipeline reading from an instrument's channel.
+// The received-data pipeline reading from an instrument's channel. One
+// processing pass reads at most PassBudget bytes: under a flood a pass
+// would otherwise go on reading for as long as data keeps coming, and the
+// window would not get to paint. What is left is not lost: the channel
+// reports it again at once, since the window has read meanwhile.
 class CCommByteSource : public CByteSource
 {
 public:
+    static constexpr qsizetype PassBudget = 64 * 1024;
+
     explicit CCommByteSource(CComm& comm)
         : m_comm(comm)
     {
     }
 
+    // Before each processing pass.
+    void StartPass() { m_nLeft = PassBudget; }
+
     quint16 GetCommEvent() override { return m_comm.GetCommEvent(); }
     quint16 GetInBufferCount() override { return m_comm.GetInBufferCount(); }
-    QByteArray GetInput() override { return m_comm.GetInput(); }
+    QByteArray GetInput() override
+    {
+        if (m_nLeft <= 0)
+            return QByteArray();
+        const QByteArray block = m_comm.GetInput();
+        m_nLeft -= block.size();
+        return block;
+    }
 
 private:
     CComm& m_comm;
+    qsizetype m_nLeft = PassBudget;
 };

@@ -4,14 +4,15 @@
 
 QString CDisplayText::Convert(const QByteArray& bytes)
 {
-    QByteArray lines;
-    lines.reserve(bytes.size());
+    QByteArray lines(bytes.size(), Qt::Uninitialized);
+    char* out = lines.data();
     for (const char byte : bytes) {
         const bool afterCR = m_bAfterCR;
         m_bAfterCR = byte == '\r';
         if (byte == '\n' && afterCR)
             continue;
-        lines.append(byte == '\r' ? '\n' : byte);
+        *out++ = byte == '\r' ? '\n' : byte;
     }
+    lines.truncate(out - lines.data());
     return CCodePage::ToUnicode(lines);
 }

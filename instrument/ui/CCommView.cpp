@@ -20,8 +20,7 @@
 
 CCommView::CCommView(QWidget* parent)
     : QPlainTextEdit(parent)
-    , m_output(m_comm)
-    , m_sender(m_output)
+    , m_sender(m_comm)
 {
     // Lines wrap at the window's width; no horizontal scrolling.
     setLineWrapMode(QPlainTextEdit::WidgetWidth);

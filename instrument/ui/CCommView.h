@@ -1,7 +1,6 @@
 #pragma once
 
 #include "CComm.h"
-#include "CCommByteOutput.h"
 #include "CCommParameter.h"
 #include "CCommandSender.h"
 #include "CCommandTarget.h"
@@ -88,7 +87,6 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    CCommByteOutput m_output;
     CCommandSender m_sender;
     bool m_bWindowEnabled = true;
     int m_nBeeps = 0;

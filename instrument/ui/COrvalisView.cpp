@@ -318,6 +318,7 @@ void COrvalisView::OnComMessage(const CCommEvent& event)
 void COrvalisView::OnCommEvent()
 {
     ++m_nPassDepth;
+    m_source.StartPass();
     m_pipeline.OnCommEvent();
     --m_nPassDepth;
     NoteTransferStart();
@@ -537,8 +538,14 @@ void COrvalisView::OnSendFile()
         frame->SetPaneText(CMainFrame::PaneMessage, QStringLiteral("Sending file %1").arg(path));
         frame->PaneWidget(CMainFrame::PaneMessage)->repaint();
     }
-    if (SendFile(path))
-        NoteTransferStart();
+    if (!SendFile(path)) {
+        // One file at a time: the one going out is not disturbed.
+        if (frame)
+            frame->SetPaneText(CMainFrame::PaneMessage,
+                               QStringLiteral("Cannot send %1: a file is being sent already").arg(path));
+        return;
+    }
+    NoteTransferStart();
     if (frame)
         frame->SetPaneText(CMainFrame::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
 }

@@ -29,7 +29,7 @@ class CTextAppender : public QObject
 
 public:
     static constexpr int FlushDelayMs = 40;
-    static constexpr qsizetype MaxPendingBytes = 512 * 1024;
+    static constexpr qsizetype MaxPendingBytes = 256 * 1024;
     static constexpr int DefaultMaxLines = 100000;
     static constexpr qsizetype MaxCharacters = 8 * 1024 * 1024;
     static constexpr int MaxLineLength = 4096;

@@ -55,6 +55,9 @@ private Q_SLOTS:
     void usageErrors_data();
     void usageErrors();
     void examplesAreWhatTheGeneratorWrites();
+    void setConnectorChangesOnlyTheConnector();
+    void setConnectorErrors_data();
+    void setConnectorErrors();
 };
 
 void tst_cli::showPrintsEveryRecord_data()
@@ -149,6 +152,7 @@ void tst_cli::usageErrors_data()
     QTest::newRow("unknown command is named") << QStringList{"shwo"} << 2 << "unknown command \"shwo\"";
     QTest::newRow("show without a file") << QStringList{"show"} << 2 << "usage: orvalis-cli show FILE";
     QTest::newRow("help lists show") << QStringList{"help"} << 0 << "  show FILE";
+    QTest::newRow("help lists set-connector") << QStringList{"help"} << 0 << "  set-connector DRIVER CONNECTOR";
 }
 
 void tst_cli::usageErrors()
@@ -172,6 +176,59 @@ void tst_cli::examplesAreWhatTheGeneratorWrites()
         QVERIFY(!generated.isEmpty());
         QCOMPARE(FileBytes(Example(name)), generated);
     }
+}
+
+void tst_cli::setConnectorChangesOnlyTheConnector()
+{
+    QTemporaryDir dir;
+    const QString driver = dir.filePath(QStringLiteral("Balance.tbb"));
+    QVERIFY(QFile::copy(Example(QStringLiteral("Balance.tbb")), driver));
+    const QString link = dir.filePath(QStringLiteral("balance-sim-tty"));
+    const CliRun run = RunCli({"set-connector", driver, link});
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY2(run.out.contains(link), qPrintable(run.out));
+    // Without the first line, which names the file shown.
+    const QStringList before =
+        RunCli({"show", Example(QStringLiteral("Balance.tbb"))}).out.split(QLatin1Char('\n')).mid(1);
+    const QStringList after = RunCli({"show", driver}).out.split(QLatin1Char('\n')).mid(1);
+    QCOMPARE(after.size(), before.size());
+    int changed = 0;
+    for (int i = 0; i < before.size(); ++i) {
+        if (before.at(i) == after.at(i))
+            continue;
+        ++changed;
+        QCOMPARE(after.at(i), QStringLiteral("  Connector:            \"%1\"").arg(link));
+    }
+    QCOMPARE(changed, 1);
+}
+
+void tst_cli::setConnectorErrors_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("a connector that is no name is quoted")
+        << QStringList{"set-connector", "DRIVER", "COM0"} << 2 << "Bad connector \"COM0\"";
+    QTest::newRow("a missing driver is named") << QStringList{"set-connector", "MISSING", "COM1"} << 1 << "Cannot open";
+    QTest::newRow("without a connector")
+        << QStringList{"set-connector", "DRIVER"} << 2 << "usage: orvalis-cli set-connector DRIVER CONNECTOR";
+}
+
+void tst_cli::setConnectorErrors()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, expected);
+    QTemporaryDir dir;
+    const QString driver = dir.filePath(QStringLiteral("Balance.tbb"));
+    QVERIFY(QFile::copy(Example(QStringLiteral("Balance.tbb")), driver));
+    arguments.replaceInStrings(QStringLiteral("DRIVER"), driver);
+    arguments.replaceInStrings(QStringLiteral("MISSING"), dir.filePath(QStringLiteral("missing.tbb")));
+    const CliRun run = RunCli(arguments);
+    QCOMPARE(run.exitCode, exitCode);
+    QVERIFY2(run.err.contains(expected), qPrintable(run.err));
+    // A refused change leaves the driver as it was.
+    QCOMPARE(FileBytes(driver), FileBytes(Example(QStringLiteral("Balance.tbb"))));
 }
 
 QTEST_GUILESS_MAIN(tst_cli)

@@ -386,6 +386,10 @@ void tst_InstrumentWindow::stopTransmissionEndsAfterCurrentBlock()
     QTRY_VERIFY(Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>()->value() > 0);
     QVERIFY(StatusText().startsWith(QStringLiteral("Sending file ")));
     QVERIFY(StatusText().endsWith(QStringLiteral("data.bin")));
+    // One file at a time.
+    m_dialogs->m_openAnswers = {file.fileName()};
+    QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
+    QVERIFY2(StatusText().endsWith(QStringLiteral("a file is being sent already")), qPrintable(StatusText()));
     QVERIFY(Frame()->RouteCommand(ID_STOP_TRANSMISSION));
     QTRY_COMPARE(view->m_bSending, 0);
     QTRY_VERIFY(reader.Bytes().endsWith("P\r\n"));

@@ -2,6 +2,7 @@
 // below; adding one is a class derived from CCliCommand and one table line.
 
 #include "CCliCommand.h"
+#include "CConnectorCommand.h"
 #include "CExamplesCommand.h"
 #include "CReplayCommand.h"
 #include "CShowCommand.h"
@@ -32,6 +33,7 @@ std::unique_ptr<CCliCommand> Make()
 const CCommandEntry Commands[] = {
     {"show", "FILE", "print every record of a .tbb, .drv or v24print.drv file", &Make<CShowCommand>},
     {"replay", "DRIVER FILE [--cells FILE.csv]", "run recorded bytes through the driver's pipeline offline", &Make<CReplayCommand>},
+    {"set-connector", "DRIVER CONNECTOR", "point an instrument driver at another line", &Make<CConnectorCommand>},
     {"write-examples", "FOLDER", nullptr, &Make<CExamplesCommand>},
 };
 

@@ -1,0 +1,43 @@
+#include "CConnectorCommand.h"
+
+#include "CConnectorName.h"
+#include "CDriverFile.h"
+
+#include <QSaveFile>
+
+int CConnectorCommand::Run(const QStringList& arguments, QTextStream& out, QTextStream& err)
+{
+    if (arguments.size() != 2) {
+        err << "usage: orvalis-cli set-connector DRIVER CONNECTOR\n";
+        return ExitUsage;
+    }
+    const QString& path = arguments.at(0);
+    const CConnectorName connector = CConnectorName::Parse(arguments.at(1).toLocal8Bit());
+    if (connector.GetKind() == CConnectorName::Invalid) {
+        err << "Bad connector \"" << arguments.at(1)
+            << "\": expected COMn, a device path, a device name, a converter's serial number or None\n";
+        return ExitUsage;
+    }
+    CDriverFile driver;
+    const CFileResult loaded = driver.Load(path);
+    if (!loaded.IsOk()) {
+        err << loaded.Message() << "\n";
+        return ExitFailed;
+    }
+    // -1: the name is the connector.
+    driver.m_Comm.m_nConnector = -1;
+    driver.m_Comm.m_strConnector = connector.ToString();
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        err << "Cannot write " << path << ": " << file.errorString() << "\n";
+        return ExitFailed;
+    }
+    const CFileResult stored = driver.Store(file, path);
+    if (!stored.IsOk() || !file.commit()) {
+        err << (stored.IsOk() ? QStringLiteral("Cannot write %1: %2").arg(path, file.errorString()) : stored.Message())
+            << "\n";
+        return ExitFailed;
+    }
+    out << path << ": connector " << QString::fromLocal8Bit(driver.m_Comm.m_strConnector) << "\n";
+    return ExitOk;
+}
