@@ -198,7 +198,39 @@ int main(int argc, char* argv[])
     frame->setGeometry(40, 40, 900, 620);
     bool bOk = Save(frame, folder, QStringLiteral("main-window"));
 
-    // An instrument window connected to a balance, receiving readings.
+    CInstrumentSheet instrument(frame, 0, false);
+    instrument.LoadFrom(SampleInstrument());
+    bOk = SaveSheet(instrument, folder,
+                    {QStringLiteral("page-general"), QStringLiteral("page-communication"),
+                     QStringLiteral("page-instrument-settings"), QStringLiteral("page-function-keys"),
+                     QStringLiteral("page-script")}) && bOk;
+
+    CTerminalFile terminalRecords;
+    terminalRecords.m_FunctionKeys.AppendEmptyKeys();
+    CTerminalSheet terminal(frame, 0);
+    terminal.LoadFrom(terminalRecords);
+    terminal.show();
+    terminal.SetActivePage(1);
+    bOk = Save(&terminal, folder, QStringLiteral("page-terminal-settings")) && bOk;
+    terminal.hide();
+
+    CSerialNumberDlg serialNumber(frame);
+    serialNumber.show();
+    bOk = Save(&serialNumber, folder, QStringLiteral("serial-number")) && bOk;
+    serialNumber.hide();
+
+    CAboutDlg about(frame);
+    about.show();
+    bOk = Save(&about, folder, QStringLiteral("about-box")) && bOk;
+    about.hide();
+
+    CHelpWindow* help = CHelpWindow::ShowManual(frame);
+    help->resize(760, 600);
+    bOk = Save(help, folder, QStringLiteral("help-window")) && bOk;
+    help->close();
+
+    // An instrument window connected to a balance, receiving readings (last:
+    // the pseudo-terminal would appear in the communication page's list).
     CInstrumentEnd balance;
     CDriverFile sample = SampleInstrument();
     sample.m_Comm.m_strConnector = balance.Slave();
@@ -243,37 +275,6 @@ int main(int argc, char* argv[])
     bOk = Save(frame, folder, QStringLiteral("instrument-window-no-line")) && bOk;
     frame->MdiArea()->currentSubWindow()->close();
     frame->MdiArea()->setActiveSubWindow(frame->MdiArea()->subWindowList().value(0));
-
-    CInstrumentSheet instrument(frame, 0, false);
-    instrument.LoadFrom(sample);
-    bOk = SaveSheet(instrument, folder,
-                    {QStringLiteral("page-general"), QStringLiteral("page-communication"),
-                     QStringLiteral("page-instrument-settings"), QStringLiteral("page-function-keys"),
-                     QStringLiteral("page-script")}) && bOk;
-
-    CTerminalFile terminalRecords;
-    terminalRecords.m_FunctionKeys.AppendEmptyKeys();
-    CTerminalSheet terminal(frame, 0);
-    terminal.LoadFrom(terminalRecords);
-    terminal.show();
-    terminal.SetActivePage(1);
-    bOk = Save(&terminal, folder, QStringLiteral("page-terminal-settings")) && bOk;
-    terminal.hide();
-
-    CSerialNumberDlg serialNumber(frame);
-    serialNumber.show();
-    bOk = Save(&serialNumber, folder, QStringLiteral("serial-number")) && bOk;
-    serialNumber.hide();
-
-    CAboutDlg about(frame);
-    about.show();
-    bOk = Save(&about, folder, QStringLiteral("about-box")) && bOk;
-    about.hide();
-
-    CHelpWindow* help = CHelpWindow::ShowManual(frame);
-    help->resize(760, 600);
-    bOk = Save(help, folder, QStringLiteral("help-window")) && bOk;
-    help->close();
 
     // Nothing to keep: the windows close without asking.
     if (view)

@@ -245,6 +245,7 @@ void COrvalisView::OpenPort()
 {
     if (m_comm.OpenPort(m_commParam) && m_comm.IsPortOpen()) {
         m_strLineProblem.clear();
+        setPlaceholderText(QString());
     } else {
         QString reason = m_comm.GetLastError();
         if (reason.isEmpty())
@@ -267,6 +268,8 @@ void COrvalisView::ReportLineProblem(const QString& text)
 {
     m_strLineProblem = text;
     qCWarning(lcView).noquote() << text;
+    // An empty window says it too, in grey.
+    setPlaceholderText(QStringLiteral("Not connected.\n%1").arg(text));
     if (CMainFrame* frame = Frame())
         frame->SetPaneText(CMainFrame::PaneMessage, text);
 }

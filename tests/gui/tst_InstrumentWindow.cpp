@@ -600,6 +600,7 @@ void tst_InstrumentWindow::lineCannotBeOpened()
     QVERIFY2(StatusText().contains(connector), qPrintable(StatusText()));
     QVERIFY2(StatusText().contains(reason, Qt::CaseInsensitive), qPrintable(StatusText()));
     QCOMPARE(view->LineProblem(), StatusText());
+    QVERIFY(view->placeholderText().contains(connector));
     QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
     QVERIFY(view->IsWindowEnabled());
     QVERIFY(Frame()->QueryCommand(ID_OPTIONS).bEnabled);
