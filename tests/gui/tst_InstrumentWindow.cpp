@@ -113,6 +113,7 @@ private Q_SLOTS:
     void optionsOkWritesPagesBackAndReopens();
     void showControlCharactersConvertsText();
     void driverWrittenBackOnClose();
+    void functionKeyBarFollowsActiveWindow();
     void totalBytesMessage_data();
     void totalBytesMessage();
     void debugReplayOnDisconnect();
@@ -529,6 +530,27 @@ void tst_InstrumentWindow::driverWrittenBackOnClose()
     QCOMPARE(untouched.m_FunctionKeys.m_Names.size(), 8);
     // The window that closed was the polled one; none is polled now.
     QVERIFY(!m_app->m_pCommView);
+}
+
+void tst_InstrumentWindow::functionKeyBarFollowsActiveWindow()
+{
+    QVERIFY(Start(Driver(m_pty->SlaveName())));
+    CDriverFile other = Driver(QStringLiteral("None"));
+    other.m_FunctionKeys.m_Names[0] = "Other";
+    other.m_FunctionKeys.m_bShowKeys = 0;
+    QVERIFY(other.Store(Home(QStringLiteral("other.tbb"))).IsOk());
+    m_app->m_strLastUsedDriver = Home(QStringLiteral("other.tbb"));
+    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+    QPushButton* f1 = Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1);
+    QCOMPARE(f1->text(), QStringLiteral("Other"));
+    QVERIFY(!Frame()->IsFunctionKeyBarVisible());
+    QMdiArea* area = Frame()->MdiArea();
+    area->setActiveSubWindow(area->subWindowList().first());
+    QCOMPARE(f1->text(), QStringLiteral("Print"));
+    QVERIFY(Frame()->IsFunctionKeyBarVisible());
+    // F1 sends the active window's command.
+    QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1));
+    QCOMPARE(m_pty->ReadMaster(3), QByteArray("P\r\n"));
 }
 
 void tst_InstrumentWindow::totalBytesMessage_data()
