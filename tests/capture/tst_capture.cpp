@@ -133,6 +133,8 @@ private Q_SLOTS:
     void captureAnswersFromThePlaybackFile();
     void captureEndsWhenTheLineGoesAway();
     void captureReportsALineThatCannotOpen();
+    void captureRefusesBadOptions_data();
+    void captureRefusesBadOptions();
     void sendText_data();
     void sendText();
     void sendFileShowsProgress();
@@ -338,6 +340,39 @@ void tst_capture::captureReportsALineThatCannotOpen()
     QCOMPARE(run.exitCode, 1);
     QVERIFY2(run.err.contains(QStringLiteral("Cannot open /dev/nonexistent-line: No such file or directory")),
              qPrintable(run.err));
+}
+
+void tst_capture::captureRefusesBadOptions_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("no driver") << QStringList{} << 2 << QStringLiteral("usage: orvalis-cli capture DRIVER");
+    QTest::newRow("function key 0") << QStringList{QStringLiteral("x.tbb"), QStringLiteral("--key"), QStringLiteral("0")}
+                                    << 2 << QStringLiteral("--key \"0\": a function key is 1 to 8");
+    QTest::newRow("serial number that is no number")
+        << QStringList{QStringLiteral("x.tbb"), QStringLiteral("--serial"), QStringLiteral("abc")} << 2
+        << QStringLiteral("--serial \"abc\": Please enter an integer.");
+    QTest::newRow("missing driver") << QStringList{QStringLiteral("/nonexistent/x.tbb")} << 1
+                                    << QStringLiteral("Cannot open /nonexistent/x.tbb: No such file or directory");
+    QTest::newRow("missing playback file")
+        << QStringList{QStringLiteral("@driver"), QStringLiteral("--port"), QStringLiteral("@pty"),
+                       QStringLiteral("--playback"), QStringLiteral("missing.txt")}
+        << 1 << QStringLiteral("Cannot open playback file ");
+}
+
+void tst_capture::captureRefusesBadOptions()
+{
+    QFETCH(QStringList, arguments);
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    arguments.replaceInStrings(QStringLiteral("@driver"), Driver(QStringLiteral("bad.tbb"), false, false));
+    arguments.replaceInStrings(QStringLiteral("@pty"), pty.SlaveName());
+    const CliRun run = RunCli(QStringList{QStringLiteral("capture")} + arguments);
+    QTEST(run.exitCode, "exitCode");
+    QFETCH(QString, message);
+    QVERIFY2(run.err.contains(message), qPrintable(run.err));
 }
 
 QByteArray tst_capture::Sent(CCliProcess& cli, CPtyPair& pty, int& exitCode)

@@ -87,12 +87,16 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
 
     QTextStream in(stdin);
     CConsoleSerialPrompt prompt(in, err);
-    CInstrumentSession session(out);
     QString error;
-    if (!line.Check(prompt, error) || !session.LoadDriver(parser.positionalArguments().front(), error)
+    if (!line.Check(prompt, error)) {
+        err << "orvalis-cli capture: " << error << "\n" << Usage;
+        return ExitUsage;
+    }
+    CInstrumentSession session(out);
+    if (!session.LoadDriver(parser.positionalArguments().front(), error)
         || (parser.isSet(cells) && !session.OpenCells(parser.value(cells), error))) {
         err << error << "\n";
-        return error.startsWith(QLatin1String("--")) ? ExitUsage : ExitFailed;
+        return ExitFailed;
     }
     CCaptureWriter writer;
     if (parser.isSet(record) && !writer.Open(parser.value(record))) {
