@@ -1,6 +1,6 @@
 #include "CChildFrame.h"
 
-#include "CPlaceholderView.h"
+#include "COrvalisView.h"
 
 CChildFrame::CChildFrame(QWidget* parent)
     : QMdiSubWindow(parent)
@@ -12,7 +12,7 @@ CChildFrame::CChildFrame(QWidget* parent)
 
 QWidget* CChildFrame::CreateView(CChildFrame* frame)
 {
-    return new CPlaceholderView(CPlaceholderView::Instrument, frame);
+    return new COrvalisView(frame);
 }
 
 void CChildFrame::SetDocumentPath(const QString& path)

@@ -730,6 +730,8 @@ void CMainFrame::OnFileNew()
     dialog.setOption(QInputDialog::UseListViewForComboBoxItems);
     if (CUserDialogs::Current().Exec(dialog) != QDialog::Accepted)
         return;
+    // A new instrument window is an empty text, not a connection.
+    app->m_bConnectRequested = 0;
     OpenNewDocument(dialog.textValue());
 }
 
@@ -742,6 +744,7 @@ void CMainFrame::OnFileOpen()
         return;
     app->AddToRecentFileList(path);
     // A saved text opens in an instrument window that is not connected.
+    app->m_bConnectRequested = 0;
     if (auto* window = qobject_cast<CChildFrame*>(OpenNewDocument(CDocTemplate(IDR_ORVALITYPE).NewFileName())))
         window->SetDocumentPath(path);
 }
@@ -753,6 +756,7 @@ void CMainFrame::OnOpenRecentFile(int nIndex)
     if (path.isEmpty())
         return;
     app->AddToRecentFileList(path);
+    app->m_bConnectRequested = 0;
     if (auto* window = qobject_cast<CChildFrame*>(OpenNewDocument(CDocTemplate(IDR_ORVALITYPE).NewFileName())))
         window->SetDocumentPath(path);
 }

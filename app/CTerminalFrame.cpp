@@ -12,5 +12,5 @@ CTerminalFrame::CTerminalFrame(QWidget* parent)
 
 QWidget* CTerminalFrame::CreateView(CTerminalFrame* frame)
 {
-    return new CPlaceholderView(CPlaceholderView::Terminal, frame);
+    return new CPlaceholderView(frame);
 }

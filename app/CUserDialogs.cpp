@@ -47,6 +47,17 @@ void CUserDialogs::ShowMessage(QWidget* parent, const QString& text)
     QMessageBox::warning(parent, QApplication::applicationDisplayName(), text);
 }
 
+CUserDialogs::SaveAnswer CUserDialogs::AskSaveChanges(QWidget* parent, const QString& documentName)
+{
+    const QMessageBox::StandardButton answer =
+        QMessageBox::question(parent, QApplication::applicationDisplayName(),
+                              QStringLiteral("Save changes to %1?").arg(documentName),
+                              QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save);
+    if (answer == QMessageBox::Save)
+        return SaveChanges;
+    return answer == QMessageBox::Discard ? DiscardChanges : CancelClose;
+}
+
 CUserDialogs& CUserDialogs::Current()
 {
     static CUserDialogs real;

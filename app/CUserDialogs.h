@@ -12,6 +12,8 @@ struct CFileFilter;
 class CUserDialogs
 {
 public:
+    enum SaveAnswer { SaveChanges, DiscardChanges, CancelClose };
+
     virtual ~CUserDialogs() = default;
 
     // The chosen full path, or an empty string when cancelled.
@@ -21,6 +23,8 @@ public:
     // Runs a modal dialog (a property sheet, the About box); its result code.
     virtual int Exec(QDialog& dialog);
     virtual void ShowMessage(QWidget* parent, const QString& text);
+    // "Save changes to %1?" before a changed text is closed.
+    virtual SaveAnswer AskSaveChanges(QWidget* parent, const QString& documentName);
 
     static CUserDialogs& Current();
     // nullptr restores the real dialogs. The caller keeps ownership.

@@ -3,7 +3,7 @@
 #include "CByteSource.h"
 #include "CComm.h"
 
-// The instrument's channel as the byte source of the received-data pipeline.
+// The received-data pipeline reading from an instrument's channel.
 class CCommByteSource : public CByteSource
 {
 public:

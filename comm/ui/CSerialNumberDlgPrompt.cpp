@@ -1,6 +1,7 @@
 #include "CSerialNumberDlgPrompt.h"
 
 #include "CSerialNumberDlg.h"
+#include "CUserDialogs.h"
 
 CSerialNumberDlgPrompt::CSerialNumberDlgPrompt(QWidget* parent)
     : m_pParent(parent)
@@ -10,7 +11,8 @@ CSerialNumberDlgPrompt::CSerialNumberDlgPrompt(QWidget* parent)
 std::optional<int> CSerialNumberDlgPrompt::AskSerialNumber()
 {
     CSerialNumberDlg dialog(m_pParent);
-    if (dialog.exec() != QDialog::Accepted)
+    // Through the program's dialog runner, which the tests answer.
+    if (CUserDialogs::Current().Exec(dialog) != QDialog::Accepted)
         return std::nullopt;
     return dialog.GetSerialNumber();
 }

@@ -10,7 +10,8 @@
 
 // Answers the shell's modal questions in tests: file dialogs from queued
 // paths (an empty or missing answer is Cancel), dialogs through a callback
-// (default: Cancel), messages collected. Installed for its lifetime.
+// (default: Cancel), messages collected, changed texts discarded
+// unless a save answer is queued. Installed for its lifetime.
 class CScriptedDialogs : public CUserDialogs
 {
 public:
@@ -39,11 +40,19 @@ public:
         return m_onExec(dialog);
     }
     void ShowMessage(QWidget*, const QString& text) override { m_messages.append(text); }
+    // Queued answers; without one a changed text is discarded.
+    SaveAnswer AskSaveChanges(QWidget*, const QString& documentName) override
+    {
+        m_saveQuestions.append(documentName);
+        return m_saveChangesAnswers.isEmpty() ? DiscardChanges : m_saveChangesAnswers.takeFirst();
+    }
 
     QStringList m_openAnswers;
     QStringList m_saveAnswers;
     std::function<int(QDialog&)> m_onExec;
     QStringList m_messages;
+    QList<SaveAnswer> m_saveChangesAnswers;
+    QStringList m_saveQuestions;
     QString m_strLastFolder;
     CFileFilter m_lastFilter;
     int m_nOpenCalls = 0;

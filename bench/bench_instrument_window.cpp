@@ -1,0 +1,232 @@
+// An instrument window under a flood: the desktop program (offscreen) is
+// started on a driver whose connector is the slave end of a pseudo-terminal,
+// and the master end is written as fast as the line takes it. Measured: the
+// bytes per second that reach the window's text, the longest time the event
+// loop did not run (a 5 ms timer measuring its own lateness), the memory
+// (VmHWM, and VmRSS half-way and at the end), against a plain read() loop
+// on the same pseudo-terminal in the same run.
+//
+// build/bench/bench_instrument_window [MEGABYTES] [plain|script]
+
+#include "CDriverFile.h"
+#include "CMainFrame.h"
+#include "COrvalisApp.h"
+#include "COrvalisView.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLoggingCategory>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <fcntl.h>
+#include <pty.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <thread>
+
+namespace {
+
+constexpr double GoalRatio = 0.25;
+constexpr qint64 GoalStallMs = 50;
+constexpr int TimerIntervalMs = 5;
+
+// A balance sending weights, 12 bytes a line.
+QByteArray Lines(qsizetype size)
+{
+    QByteArray stream;
+    stream.reserve(size);
+    for (int i = 0; stream.size() + 12 <= size; ++i)
+        stream += "W+" + QByteArray::number(1000 + i % 9000).rightJustified(4, '0') + "."
+            + QByteArray::number(i % 1000).rightJustified(3, '0') + "\r\n";
+    return stream;
+}
+
+std::thread Flood(int master, const QByteArray& stream)
+{
+    return std::thread([master, &stream] {
+        for (qsizetype sent = 0; sent < stream.size();) {
+            const ssize_t n = ::write(master, stream.constData() + sent, size_t(qMin<qsizetype>(4096, stream.size() - sent)));
+            if (n > 0)
+                sent += n;
+        }
+    });
+}
+
+qint64 StatusKilobytes(const char* key)
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith(key))
+            return line.mid(qstrlen(key)).trimmed().split(' ').value(0).toLongLong();
+    }
+    return -1;
+}
+
+double PlainReadLoop(const QByteArray& slave, int master, const QByteArray& stream)
+{
+    const int fd = ::open(slave.constData(), O_RDWR | O_NOCTTY);
+    termios raw{};
+    tcgetattr(fd, &raw);
+    cfmakeraw(&raw);
+    tcsetattr(fd, TCSANOW, &raw);
+    QElapsedTimer timer;
+    timer.start();
+    std::thread writer = Flood(master, stream);
+    char buffer[32768];
+    qsizetype received = 0;
+    while (received < stream.size()) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n > 0)
+            received += n;
+    }
+    const double seconds = timer.nsecsElapsed() / 1e9;
+    writer.join();
+    ::close(fd);
+    return stream.size() / 1e6 / seconds;
+}
+
+struct WindowFigures
+{
+    double mbPerSecond = 0;
+    qint64 longestStallMs = 0;
+    qint64 rssHalfKb = 0;
+    qint64 rssEndKb = 0;
+    int lines = 0;
+    qint64 characters = 0;
+    bool complete = false;
+};
+
+CDriverFile Driver(const QByteArray& slave, bool script)
+{
+    CDriverFile records;
+    records.m_Driver.m_strName = "Flood";
+    records.m_Driver.m_strFileName = "flood.tbb";
+    records.m_Comm.m_nConnector = -1;
+    records.m_Comm.m_strConnector = slave;
+    records.m_Comm.m_nFlowControl = 0;
+    records.m_Terminal.m_bReceiveCRLF = 0;
+    if (script) {
+        records.m_Script.m_bRegistered = 1;
+        records.m_Script.m_strEndOfString = "<LF>";
+        records.m_Script.m_InputStrings = {"W"};
+        records.m_Script.m_Sequences = {std::make_shared<CStringArray>(
+            CStringArray{"SkipCharacters(1)", "TrimLeft()", "ChangeCharacters(., ,)"})};
+    }
+    return records;
+}
+
+WindowFigures WindowRun(const QString& home, const QByteArray& slave, int master, const QByteArray& stream, bool script)
+{
+    WindowFigures figures;
+    CDriverFile records = Driver(slave, script);
+    if (!records.Store(QDir(home).filePath(QStringLiteral("flood.tbb"))).IsOk())
+        return figures;
+    COrvalisApp app(QDir(home).filePath(QStringLiteral("Orvalis.ini")));
+    app.InitInstance({QStringLiteral("/Dflood.tbb")});
+    app.MainFrame()->resize(900, 650);
+    auto* view = qobject_cast<COrvalisView*>(app.MainFrame()->ActiveView());
+    if (!view || !view->m_comm.IsPortOpen()) {
+        std::fprintf(stderr, "the window did not open %s\n", slave.constData());
+        return figures;
+    }
+    app.MainFrame()->MdiArea()->currentSubWindow()->showMaximized();
+    QApplication::processEvents();
+
+    // Script mode shows fewer bytes than arrive; the count is what the line delivered.
+    const qint64 expected = stream.size();
+    QElapsedTimer clock;
+    QElapsedTimer sinceTick;
+    QEventLoop loop;
+    qint64 lastSecond = -1;
+    QTimer ticker;
+    ticker.setTimerType(Qt::PreciseTimer);
+    ticker.setInterval(TimerIntervalMs);
+    QObject::connect(&ticker, &QTimer::timeout, &loop, [&] {
+        figures.longestStallMs = qMax(figures.longestStallMs, sinceTick.elapsed() - TimerIntervalMs);
+        sinceTick.restart();
+        const qint64 total = view->Pipeline().TotalBytes();
+        if (!figures.rssHalfKb && total >= expected / 2)
+            figures.rssHalfKb = StatusKilobytes("VmRSS:");
+        if (total >= expected)
+            loop.quit();
+        if (qEnvironmentVariableIsSet("BENCH_TRACE") && clock.elapsed() / 1000 != lastSecond) {
+            lastSecond = clock.elapsed() / 1000;
+            std::fprintf(stderr, "%lld s: %lld bytes, %d lines\n", lastSecond, total, view->blockCount());
+        }
+    });
+    QTimer::singleShot(120000, &loop, &QEventLoop::quit);
+    clock.start();
+    sinceTick.start();
+    ticker.start();
+    std::thread writer = Flood(master, stream);
+    loop.exec();
+    view->Appender().Flush();
+    const double seconds = clock.nsecsElapsed() / 1e9;
+    writer.join();
+    figures.complete = view->Pipeline().TotalBytes() >= expected;
+    figures.mbPerSecond = view->Pipeline().TotalBytes() / 1e6 / seconds;
+    figures.rssEndKb = StatusKilobytes("VmRSS:");
+    figures.lines = view->Appender().LineCount();
+    figures.characters = view->document()->characterCount();
+    // Nothing to keep: the window closes without asking.
+    view->GetDocument().SetModifiedFlag(false);
+    app.MainFrame()->close();
+    return figures;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\norvalis.*.info=false"));
+    const qsizetype megabytes = argc > 1 ? QByteArray(argv[1]).toLongLong() : 32;
+    const bool script = argc > 2 && QByteArray(argv[2]) == "script";
+    QTemporaryDir home;
+    qputenv("ORVALIS_HOME", home.path().toLocal8Bit());
+
+    int master = -1;
+    int slaveFd = -1;
+    char name[256] = {};
+    if (openpty(&master, &slaveFd, name, nullptr, nullptr) != 0) {
+        std::perror("openpty");
+        return 1;
+    }
+    ::close(slaveFd);
+    const QByteArray slave(name);
+    const QByteArray stream = Lines(megabytes * 1024 * 1024);
+
+    const double plain = PlainReadLoop(slave, master, stream);
+    const WindowFigures window = WindowRun(home.path(), slave, master, stream, script);
+    const qint64 hwm = StatusKilobytes("VmHWM:");
+    ::close(master);
+
+    const double ratio = window.mbPerSecond / plain;
+    const bool bounded = window.lines <= CTextAppender::DefaultMaxLines + 1
+        && window.characters <= CTextAppender::MaxCharacters + CTextAppender::MaxLineLength
+        && window.rssEndKb <= window.rssHalfKb * 11 / 10 + 8 * 1024;
+    std::printf("flood: %lld MB of 12-byte lines, %s mode, offscreen window %s\n", qint64(stream.size() / 1000000),
+                script ? "script" : "plain", window.complete ? "" : "(INCOMPLETE: timed out)");
+    std::printf("plain read() loop on the pty     %8.1f MB/s\n", plain);
+    std::printf("instrument window                %8.1f MB/s   ratio %.2f  goal >= %.2f  %s\n", window.mbPerSecond,
+                ratio, GoalRatio, ratio >= GoalRatio ? "met" : "NOT MET");
+    std::printf("longest event-loop stall         %8lld ms     goal <= %lld ms      %s\n", window.longestStallMs,
+                GoalStallMs, window.longestStallMs <= GoalStallMs ? "met" : "NOT MET");
+    std::printf("text kept: %d lines, %lld characters (caps %d lines, %lld characters)\n", window.lines,
+                window.characters, CTextAppender::DefaultMaxLines, qint64(CTextAppender::MaxCharacters));
+    std::printf("memory: VmRSS %lld MB half-way, %lld MB at the end; VmHWM %lld MB   bounded: %s\n",
+                window.rssHalfKb / 1024, window.rssEndKb / 1024, hwm / 1024, bounded ? "met" : "NOT MET");
+    return 0;
+}

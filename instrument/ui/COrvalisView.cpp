@@ -1,0 +1,625 @@
+#include "COrvalisView.h"
+
+#include "CChildFrame.h"
+#include "CCodePage.h"
+#include "CCommEvent.h"
+#include "CCommGeneralPage.h"
+#include "CCommPage.h"
+#include "CDriverFile.h"
+#include "CFileFilter.h"
+#include "CFunctionKeyBar.h"
+#include "CFunctionKeysPage.h"
+#include "CInstrumentSheet.h"
+#include "CMainFrame.h"
+#include "CNameLineBreaks.h"
+#include "COrvalisApp.h"
+#include "CParse.h"
+#include "CScriptPage.h"
+#include "CSerialNumberDlgPrompt.h"
+#include "CSettingsPage.h"
+#include "CStringTable.h"
+#include "CUserDialogs.h"
+#include "FrameworkIds.h"
+#include "ResourceIds.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QLoggingCategory>
+#include <QMdiSubWindow>
+#include <QTextCursor>
+#include <QThread>
+#include <QTimer>
+
+Q_LOGGING_CATEGORY(lcView, "orvalis.instrument.view")
+
+namespace {
+
+// Menu positions in the instrument window's menu (129).
+constexpr int ConnectPopup = 3;
+
+// Releases the channel's reader whatever happens in a processing pass.
+class CAcknowledgeGuard
+{
+public:
+    explicit CAcknowledgeGuard(CComm& comm)
+        : m_comm(comm)
+    {
+    }
+    ~CAcknowledgeGuard() { m_comm.Acknowledge(); }
+    CAcknowledgeGuard(const CAcknowledgeGuard&) = delete;
+    CAcknowledgeGuard& operator=(const CAcknowledgeGuard&) = delete;
+
+private:
+    CComm& m_comm;
+};
+
+// A delay line of the playback file waits on the window's thread; the
+// windows are still painted and other lines still served meanwhile, but the
+// user's input waits.
+void WaitPumpingEvents(quint32 milliseconds)
+{
+    QElapsedTimer timer;
+    timer.start();
+    for (qint64 left = milliseconds; left > 0; left = qint64(milliseconds) - timer.elapsed()) {
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, int(qMin<qint64>(left, 50)));
+        const qint64 rest = qint64(milliseconds) - timer.elapsed();
+        if (rest > 0)
+            QThread::msleep(quint32(qMin<qint64>(rest, 5)));
+    }
+}
+
+} // namespace
+
+COrvalisView::COrvalisView(QWidget* parent)
+    : CCommView(parent)
+    , m_source(m_comm)
+    , m_pipeline(m_script, m_terminalParam, m_driver)
+    , m_appender(this)
+    , m_document(this)
+    , m_pSerialNumberPrompt(std::make_unique<CSerialNumberDlgPrompt>(this))
+{
+    setObjectName(QStringLiteral("COrvalisView"));
+    if (COrvalisApp* app = COrvalisApp::Get())
+        m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
+    m_pipeline.SetByteSource(&m_source);
+    m_pipeline.SetTextSink(this);
+    m_pipeline.SetCommandTarget(&CommandSink());
+    m_pipeline.SetSleeper(&WaitPumpingEvents);
+    SetSerialNumberPrompt(m_pSerialNumberPrompt.get());
+    m_pipeline.SetDebugConnection(m_bDebugConnection != 0);
+    // With the spreadsheet on, received text does not make the text "changed".
+    connect(&m_appender, &CTextAppender::appended, this, [this] {
+        if (m_driver.m_bExcel)
+            m_document.SetModifiedFlag(false);
+    });
+    if (auto* frame = qobject_cast<CChildFrame*>(parent))
+        connect(frame, &CChildFrame::documentPathChanged, this, &COrvalisView::LoadDocument);
+    OnCreate();
+}
+
+COrvalisView::~COrvalisView()
+{
+    OnDestroy();
+}
+
+CMainFrame* COrvalisView::Frame()
+{
+    const COrvalisApp* app = COrvalisApp::Get();
+    return app ? app->MainFrame() : nullptr;
+}
+
+// ---------------------------------------------------------------------------
+// Creation and destruction
+
+void COrvalisView::OnCreate()
+{
+    COrvalisApp* app = COrvalisApp::Get();
+    if (!app)
+        return;
+    m_bOpenedByConnect = app->m_bConnectRequested != 0;
+    if (!app->m_pCommView)
+        app->m_pCommView = this;
+    m_pipeline.SetPlaybackFile(&app->m_filePlayback);
+    SetPlaybackFile(&app->m_filePlayback);
+
+    m_strDriverPath = app->m_strLastUsedDriver;
+    if (!m_strDriverPath.isEmpty()) {
+        // A driver that cannot be read leaves the defaults (or what was read
+        // before a damaged block).
+        const CFileResult loaded =
+            CDriverFile::Load(m_strDriverPath, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script);
+        if (!loaded.IsOk())
+            qCInfo(lcView).noquote() << loaded.Message();
+    }
+    m_appender.SetNameLineBreaks(m_terminalParam.m_bShowControlChars != 0);
+
+    // Every opened window adds eight empty keys; only 0..7 are used.
+    m_functionKeys.AppendEmptyKeys();
+    ShowFunctionKeys();
+    if (CMainFrame* frame = Frame())
+        frame->SetPaneText(CMainFrame::PaneCount, QString());
+
+    // A window not opened by Connect Instrument (a saved text) is an
+    // ordinary text window: its line is not opened at all.
+    if (m_bOpenedByConnect) {
+        OpenPort();
+        EnableWindow(!m_comm.IsPortOpen());
+        if (!m_comm.IsPortOpen())
+            m_terminalParam.m_bLocalEcho = 1;
+    } else {
+        EnableWindow(true);
+        m_terminalParam.m_bLocalEcho = 1;
+        SetLineState();
+    }
+    m_bProgress = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("Progress"));
+    if (m_bProgress)
+        m_pipeline.SetProgressReporter([](qint64 total) { CMainFrame::PostCount(int(total)); });
+}
+
+void COrvalisView::closeEvent(QCloseEvent* event)
+{
+    // A processing pass waiting in a dialog or a playback delay finishes first.
+    if (m_nPassDepth > 0) {
+        m_bCloseAfterPass = true;
+        event->ignore();
+        return;
+    }
+    m_appender.Flush();
+    if (!SaveModified()) {
+        event->ignore();
+        return;
+    }
+    OnDestroy();
+    event->accept();
+}
+
+bool COrvalisView::SaveModified()
+{
+    if (!m_document.IsModified())
+        return true;
+    const QMdiSubWindow* window = qobject_cast<QMdiSubWindow*>(parentWidget());
+    const QString name = window ? window->windowTitle() : windowTitle();
+    switch (CUserDialogs::Current().AskSaveChanges(this, name)) {
+    case CUserDialogs::SaveChanges:
+        OnFileSave();
+        return !m_document.IsModified();
+    case CUserDialogs::DiscardChanges:
+        return true;
+    case CUserDialogs::CancelClose:
+        break;
+    }
+    return false;
+}
+
+void COrvalisView::OnDestroy()
+{
+    if (m_bDestroyed)
+        return;
+    m_bDestroyed = true;
+    COrvalisApp* app = COrvalisApp::Get();
+    // Shown only while the program runs normally, not while it is torn down.
+    if (app && app->MainFrame() &&
+        app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("TotalBytesDlg"))) {
+        CUserDialogs::Current().ShowMessage(this, QString::asprintf("Total Bytes: %d\nTotal Bytes in Array: %d",
+                                                                    int(m_pipeline.TotalBytes()),
+                                                                    int(m_pipeline.ReceivedBytes().size())));
+    }
+    if (app) {
+        if (app->m_filePlayback.IsOpen())
+            app->m_filePlayback.Close();
+        app->m_bConnectRequested = 0;
+    }
+    CCommView::OnDestroy();
+    m_transferStatus.Finish();
+    if (CMainFrame* frame = Frame())
+        frame->ShowFunctionKeyBar(0);
+    WriteDriverBack();
+    m_script.DeleteContents();
+    if (app && app->m_pCommView == this)
+        app->m_pCommView = nullptr;
+}
+
+void COrvalisView::WriteDriverBack()
+{
+    if (m_strDriverPath.isEmpty())
+        return;
+    // An existing file is overwritten from its start and not shortened; a
+    // missing one is created.
+    const CFileResult stored =
+        CDriverFile::Store(m_strDriverPath, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script);
+    if (stored.IsOk())
+        return;
+    qCWarning(lcView).noquote() << stored.Message();
+    if (CMainFrame* frame = Frame())
+        frame->SetPaneText(CMainFrame::PaneMessage, stored.Message());
+}
+
+// ---------------------------------------------------------------------------
+// The line
+
+void COrvalisView::OpenPort()
+{
+    if (m_comm.OpenPort(m_commParam) && m_comm.IsPortOpen()) {
+        m_strLineProblem.clear();
+    } else {
+        QString reason = m_comm.GetLastError();
+        if (reason.isEmpty())
+            reason = QStringLiteral("Cannot open %1").arg(CCodePage::ToUnicode(m_commParam.GetConnector()));
+        ReportLineProblem(reason);
+    }
+    SetLineState();
+}
+
+void COrvalisView::SetLineState()
+{
+    // While the line is open the text is bounded and appended text is not
+    // undoable; closed, it is an editor with its undo history.
+    const bool open = m_comm.IsPortOpen();
+    m_appender.SetMaxLines(open ? CTextAppender::DefaultMaxLines : 0);
+    document()->setUndoRedoEnabled(!open);
+}
+
+void COrvalisView::ReportLineProblem(const QString& text)
+{
+    m_strLineProblem = text;
+    qCWarning(lcView).noquote() << text;
+    if (CMainFrame* frame = Frame())
+        frame->SetPaneText(CMainFrame::PaneMessage, text);
+}
+
+void COrvalisView::OnConnectDisconnect()
+{
+    const bool wasOpen = m_comm.IsPortOpen();
+    if (wasOpen) {
+        m_appender.Flush();
+        m_comm.SetPortOpen(false);
+        SetLineState();
+    } else {
+        OpenPort();
+    }
+    const bool closed = !m_comm.IsPortOpen();
+    EnableWindow(closed);
+    m_terminalParam.m_bLocalEcho = closed ? 1 : 0;
+    if (!m_bOpenedByConnect)
+        return;
+    UpdateConnectMenuText();
+    if (wasOpen && closed && m_bDebugConnection) {
+        // The replay starts on lines of its own, whatever ended the text.
+        m_appender.Reset();
+        m_pipeline.DebugReplay();
+        m_appender.Flush();
+    }
+}
+
+void COrvalisView::OnComMessage(const CCommEvent& event)
+{
+    const bool lost = event.lParam() == CCommEvent::LineError && m_comm.IsLineLost();
+    {
+        CAcknowledgeGuard acknowledge(m_comm);
+        if (event.lParam() & CCommEvent::DataReceived)
+            OnCommEvent();
+        // Everything received before the loss is in the text before it is told.
+        if (lost)
+            m_appender.Flush();
+    }
+    if (lost)
+        OnLineLost();
+    if (m_bCloseAfterPass && m_nPassDepth == 0) {
+        m_bCloseAfterPass = false;
+        if (QWidget* window = parentWidget())
+            QTimer::singleShot(0, window, &QWidget::close);
+    }
+}
+
+void COrvalisView::OnCommEvent()
+{
+    ++m_nPassDepth;
+    m_pipeline.OnCommEvent();
+    --m_nPassDepth;
+    NoteTransferStart();
+}
+
+bool COrvalisView::PollInput()
+{
+    const COrvalisApp* app = COrvalisApp::Get();
+    if (!app || app->m_dwPlatformId != 0)
+        return true;
+    ++m_nPassDepth;
+    m_pipeline.PollInput();
+    --m_nPassDepth;
+    return true;
+}
+
+void COrvalisView::OnLineLost()
+{
+    // The channel closed itself when the loss was acknowledged.
+    QString reason = m_comm.GetLastError();
+    if (reason.isEmpty())
+        reason = QStringLiteral("Connection to %1 lost").arg(CCodePage::ToUnicode(m_commParam.GetConnector()));
+    ReportLineProblem(reason);
+    SetLineState();
+    EnableWindow(true);
+    m_terminalParam.m_bLocalEcho = 1;
+    if (m_bOpenedByConnect)
+        UpdateConnectMenuText();
+}
+
+void COrvalisView::AppendBytes(const QByteArray& bytes)
+{
+    m_appender.Append(bytes);
+}
+
+void COrvalisView::DeleteLastCharacter()
+{
+    m_appender.Flush();
+    QTextCursor cursor(document());
+    cursor.movePosition(QTextCursor::End);
+    cursor.deletePreviousChar();
+}
+
+// ---------------------------------------------------------------------------
+// Menu, activation, function keys
+
+void COrvalisView::UpdateConnectMenuText()
+{
+    CMainFrame* frame = Frame();
+    if (!frame)
+        return;
+    if (QAction* item = frame->MenuItem(ConnectPopup, ID_CONNECT_INSTRUMENT)) {
+        item->setText(CStringTable::Text(m_comm.IsPortOpen() ? IDS_DISCONNECT_INSTRUMENT : IDS_CONNECT_INSTRUMENT));
+    }
+}
+
+void COrvalisView::OnActivateView(bool bActivate)
+{
+    if (!bActivate)
+        return;
+    UpdateConnectMenuText();
+    // The bar shows the keys of the window that is active.
+    ShowFunctionKeys();
+    if (!m_strLineProblem.isEmpty() && !m_comm.IsPortOpen()) {
+        if (CMainFrame* frame = Frame())
+            frame->SetPaneText(CMainFrame::PaneMessage, m_strLineProblem);
+    }
+}
+
+void COrvalisView::ShowFunctionKeys()
+{
+    CMainFrame* frame = Frame();
+    if (!frame)
+        return;
+    for (int k = 0; k < CFunctionKeyBar::ButtonCount; ++k)
+        frame->SetFunctionKeyText(ID_FUNCTION_KEY_F1 + k, CCodePage::ToUnicode(m_functionKeys.GetName(k)));
+    frame->ShowFunctionKeyBar(m_functionKeys.m_bShowKeys);
+}
+
+void COrvalisView::OnFunctionKey(int k)
+{
+    QString caption;
+    if (CMainFrame* frame = Frame())
+        frame->GetFunctionKeyText(ID_FUNCTION_KEY_F1 + k, caption);
+    if (caption.isEmpty()) {
+        MessageBeep();
+    } else {
+        SendCommand(m_functionKeys.GetCommand(k));
+        NoteTransferStart();
+    }
+    setFocus();
+}
+
+bool COrvalisView::OnCommand(int nID)
+{
+    if (nID >= ID_FUNCTION_KEY_F1 && nID < ID_FUNCTION_KEY_F1 + ID_FUNCTION_KEY_COUNT) {
+        OnFunctionKey(nID - ID_FUNCTION_KEY_F1);
+        return true;
+    }
+    switch (nID) {
+    case ID_CONNECT_INSTRUMENT: OnConnectDisconnect(); return true;
+    case ID_OPTIONS: OnOptions(); return true;
+    case ID_SEND_FILE: OnSendFile(); return true;
+    case ID_STOP_TRANSMISSION: OnStopTransmission(); return true;
+    case ID_FILE_SAVE: OnFileSave(); return true;
+    case ID_FILE_SAVE_AS: OnFileSaveAs(); return true;
+    default: break;
+    }
+    // Print and the edit commands: the pending text goes in first.
+    m_appender.Flush();
+    return CCommView::OnCommand(nID);
+}
+
+bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
+{
+    if (nID >= ID_FUNCTION_KEY_F1 && nID < ID_FUNCTION_KEY_F1 + ID_FUNCTION_KEY_COUNT)
+        return true;
+    switch (nID) {
+    case ID_CONNECT_INSTRUMENT:
+    case ID_SEND_FILE:
+        ui.bEnabled = m_bOpenedByConnect;
+        return true;
+    case ID_V24_PRINTER:
+        ui.bEnabled = m_bEpsonPrinter != 0;
+        return true;
+    case ID_STOP_TRANSMISSION:
+        ui.bEnabled = m_bSending != 0;
+        return true;
+    case ID_OPTIONS:
+    case ID_FILE_SAVE:
+    case ID_FILE_SAVE_AS:
+        return true;
+    default:
+        return CCommView::OnUpdateCommand(nID, ui);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Options
+
+void COrvalisView::OnOptions()
+{
+    COrvalisApp* app = COrvalisApp::Get();
+    CInstrumentSheet sheet(this, app->m_nInstrumentOptionsPage, true);
+    sheet.m_pGeneralPage->SetData(m_driver);
+    sheet.m_pCommPage->SetParameters(m_commParam);
+    sheet.m_pSettingsPage->LoadFrom(m_terminalParam);
+    sheet.m_pFunctionKeysPage->LoadFrom(m_functionKeys);
+    sheet.m_pScriptPage->LoadFrom(m_script);
+
+    m_appender.Flush();
+    if (m_comm.IsPortOpen())
+        m_comm.SetPortOpen(false);
+    if (CUserDialogs::Current().Exec(sheet) != QDialog::Accepted) {
+        // The line opens again with the settings it had.
+        OpenPort();
+        if (m_bOpenedByConnect)
+            UpdateConnectMenuText();
+        return;
+    }
+    app->m_nInstrumentOptionsPage = sheet.m_nLastActivePage;
+    const int showControlChars = m_terminalParam.m_bShowControlChars;
+    sheet.m_pGeneralPage->GetData(m_driver);
+    sheet.m_pSettingsPage->SaveTo(m_terminalParam);
+    sheet.m_pCommPage->GetParameters(m_commParam);
+    sheet.m_pScriptPage->SaveTo(m_script);
+    OpenPort();
+    if (m_terminalParam.m_bShowControlChars != showControlChars)
+        ConvertShownText(m_terminalParam.m_bShowControlChars != 0);
+    sheet.m_pFunctionKeysPage->SaveTo(m_functionKeys);
+    ShowFunctionKeys();
+    if (m_bOpenedByConnect)
+        UpdateConnectMenuText();
+}
+
+void COrvalisView::ConvertShownText(bool bShowControlChars)
+{
+    m_appender.Flush();
+    const CParse parse;
+    QString converted;
+    if (bShowControlChars) {
+        // Every line break stands for the CR LF it was received as.
+        QString text = toPlainText();
+        text.replace(QLatin1Char('\n'), QLatin1String("\r\n"));
+        QByteArray bytes = CCodePage::FromUnicode(text);
+        parse.EncodeControlCodes(bytes);
+        converted = CNameLineBreaks().Add(CCodePage::ToUnicode(bytes));
+    } else {
+        // Line by line, so a "<NUL>" in the text ends only its own line.
+        const QStringList lines = CNameLineBreaks::Remove(toPlainText()).split(QLatin1Char('\n'));
+        QByteArray bytes;
+        for (qsizetype i = 0; i < lines.size(); ++i) {
+            QByteArray line = CCodePage::FromUnicode(lines.at(i));
+            parse.DecodeControlCodes(line);
+            if (i > 0)
+                bytes += '\n';
+            bytes += line;
+        }
+        converted = CDisplayText().Convert(bytes);
+    }
+    m_appender.ReplaceAll(converted);
+    m_appender.SetNameLineBreaks(bShowControlChars);
+}
+
+// ---------------------------------------------------------------------------
+// Sending files
+
+void COrvalisView::OnSendFile()
+{
+    COrvalisApp* app = COrvalisApp::Get();
+    const QString path = CUserDialogs::Current().GetOpenFileName(this, app->ProgramFolder(),
+                                                                 CFileFilter::FromResource(IDS_ALL_FILES_FILTER));
+    if (path.isEmpty())
+        return;
+    CMainFrame* frame = Frame();
+    if (frame) {
+        frame->SetPaneText(CMainFrame::PaneMessage, QStringLiteral("Sending file %1").arg(path));
+        frame->PaneWidget(CMainFrame::PaneMessage)->repaint();
+    }
+    if (SendFile(path))
+        NoteTransferStart();
+    if (frame)
+        frame->SetPaneText(CMainFrame::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
+}
+
+void COrvalisView::NoteTransferStart()
+{
+    // Whatever started it (Send File, a function key's or a playback line's
+    // file macro), a transfer of this window can be stopped here.
+    if (!IsTransferRunning() || m_bSending)
+        return;
+    m_bSending = 1;
+    m_transferStatus.Start(Sender().Progress());
+}
+
+void COrvalisView::OnStopTransmission()
+{
+    StopTransmission();
+}
+
+void COrvalisView::OnSendProgressMessage(qint64 sent, qint64 total)
+{
+    CCommView::OnSendProgressMessage(sent, total);
+    m_transferStatus.Update(Sender().Progress(), QDateTime::currentSecsSinceEpoch());
+}
+
+void COrvalisView::OnTransmissionEnded()
+{
+    m_bSending = 0;
+    CCommView::OnTransmissionEnded();
+    m_transferStatus.Finish();
+    // What was queued meanwhile may have started the next file.
+    NoteTransferStart();
+}
+
+// ---------------------------------------------------------------------------
+// The text as a document
+
+void COrvalisView::LoadDocument(const QString& path)
+{
+    if (path.isEmpty() || path == m_document.GetPathName())
+        return;
+    QString error;
+    if (m_document.OnOpenDocument(path, &error)) {
+        m_appender.Reset();
+        return;
+    }
+    CUserDialogs::Current().ShowMessage(this, error);
+    // Nothing to show: the window goes, as if it had not been opened.
+    if (QWidget* window = parentWidget())
+        QTimer::singleShot(0, window, &QWidget::close);
+}
+
+void COrvalisView::OnFileSave()
+{
+    if (m_document.GetPathName().isEmpty()) {
+        OnFileSaveAs();
+        return;
+    }
+    SaveTo(m_document.GetPathName());
+}
+
+void COrvalisView::OnFileSaveAs()
+{
+    COrvalisApp* app = COrvalisApp::Get();
+    const QString path = CUserDialogs::Current().GetSaveFileName(this, app->ProgramFolder(),
+                                                                 CFileFilter::FromResource(IDS_ALL_FILES_FILTER));
+    if (!path.isEmpty())
+        SaveTo(path);
+}
+
+bool COrvalisView::SaveTo(const QString& path)
+{
+    m_appender.Flush();
+    QString error;
+    if (!m_document.OnSaveDocument(path, &error)) {
+        CUserDialogs::Current().ShowMessage(this, error);
+        return false;
+    }
+    if (COrvalisApp* app = COrvalisApp::Get())
+        app->AddToRecentFileList(path);
+    if (auto* frame = qobject_cast<CChildFrame*>(parentWidget()))
+        frame->SetDocumentPath(path);
+    return true;
+}

@@ -1,0 +1,107 @@
+#pragma once
+
+#include "CCommByteSource.h"
+#include "CCommView.h"
+#include "CSerialNumberPrompt.h"
+#include "CFunctionKeysParameter.h"
+#include "COrvalisDoc.h"
+#include "CReceivePipeline.h"
+#include "CTextAppender.h"
+#include "CTextSink.h"
+#include "CTransferStatusBar.h"
+
+#include <memory>
+
+class CMainFrame;
+
+// The view of an instrument window. On creation it reads the driver named
+// by the application's last used driver, opens the line and shows the
+// function keys; what the instrument sends runs through the received-data
+// pipeline into the text (batched, see CTextAppender). Connect/Disconnect
+// toggles the line: connected, the text only shows what comes in;
+// disconnected, it is an ordinary text editor. Options edits the driver's
+// five records with the line closed. On close the driver is written back to
+// the file it was read from.
+//
+// The window keeps for itself what it was opened with: whether Connect
+// Instrument opened it (its Connect and Send File commands and its menu
+// text) and the driver's path (the write-back), so another window opened
+// later changes neither.
+class COrvalisView : public CCommView, public CTextSink
+{
+    Q_OBJECT
+
+public:
+    explicit COrvalisView(QWidget* parent = nullptr);
+    ~COrvalisView() override;
+
+    bool OnCommand(int nID) override;
+    bool OnUpdateCommand(int nID, CCmdUI& ui) override;
+    void OnActivateView(bool bActivate) override;
+    bool PollInput() override;
+
+    void OnConnectDisconnect();
+    void OnOptions();
+    void OnSendFile();
+    void OnStopTransmission();
+    // k = 0..7 for F1..F8.
+    void OnFunctionKey(int k);
+    void OnFileSave();
+    void OnFileSaveAs();
+
+    // CTextSink: the pipeline's text, into the window in batches.
+    void AppendBytes(const QByteArray& bytes) override;
+    void DeleteLastCharacter() override;
+
+    COrvalisDoc& GetDocument() { return m_document; }
+    CTextAppender& Appender() { return m_appender; }
+    const CReceivePipeline& Pipeline() const { return m_pipeline; }
+    QString DriverPath() const { return m_strDriverPath; }
+    bool OpenedByConnect() const { return m_bOpenedByConnect; }
+    // Why the line is not open (it could not be opened, or it was lost);
+    // empty while it is open.
+    QString LineProblem() const { return m_strLineProblem; }
+
+    int m_bSending = 0;
+    CFunctionKeysParameter m_functionKeys;
+    int m_bProgress = 0;
+    int m_bDebugConnection = 0;
+    int m_bEpsonPrinter = 0;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void OnComMessage(const CCommEvent& event) override;
+    void OnSendProgressMessage(qint64 sent, qint64 total) override;
+    void OnTransmissionEnded() override;
+    void OnDestroy() override;
+
+private:
+    void OnCreate();
+    void OnCommEvent();
+    void OnLineLost();
+    void OpenPort();
+    void SetLineState();
+    void UpdateConnectMenuText();
+    void ShowFunctionKeys();
+    void ConvertShownText(bool bShowControlChars);
+    void ReportLineProblem(const QString& text);
+    void LoadDocument(const QString& path);
+    bool SaveModified();
+    bool SaveTo(const QString& path);
+    void WriteDriverBack();
+    void NoteTransferStart();
+    static CMainFrame* Frame();
+
+    CCommByteSource m_source;
+    CReceivePipeline m_pipeline;
+    CTextAppender m_appender;
+    COrvalisDoc m_document;
+    CTransferStatusBar m_transferStatus;
+    std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
+    QString m_strDriverPath;
+    QString m_strLineProblem;
+    bool m_bOpenedByConnect = false;
+    bool m_bDestroyed = false;
+    int m_nPassDepth = 0;
+    bool m_bCloseAfterPass = false;
+};
