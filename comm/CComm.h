@@ -130,6 +130,7 @@ public:
     void OnSendProgress(qint64 sent, qint64 total) { m_sender.OnSendProgress(sent, total); }
     int OnEndOfTransmission() { return m_sender.OnEndOfTransmission(); }
     CCommandSender& Sender() { return m_sender; }
+    const CCommandSender& Sender() const { return m_sender; }
 
     // Waits until the line has sent every byte written (at most timeoutMs);
     // false when bytes are left. True when closed.
