@@ -283,9 +283,10 @@ void CComm::ReaderMain(qint64 portHandle)
         if (m_bStopping)
             break;
         if (result.lineLost) {
-            m_bLineLost = true;
             qCWarning(lcComm) << "line" << m_strConnector << "lost:" << result.reason;
+            // The reason first: whoever sees IsLineLost() can tell why.
             SetLastError(QStringLiteral("Connection to %1 lost: %2").arg(QString::fromLocal8Bit(m_strConnector), result.reason));
+            m_bLineLost = true;
         }
         bool goOn = true;
         for (const LineEventEntry& entry : LineEvents) {

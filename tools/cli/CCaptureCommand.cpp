@@ -126,7 +126,8 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
         loop.quit();
     };
     CCaptureOwner owner(comm, pipeline, [&] {
-        if (comm.IsLineLost() || !comm.IsPortOpen())
+        // The channel closes itself once its loss notification was answered.
+        if (!comm.IsPortOpen())
             stop(QStringLiteral("the line went away: %1").arg(comm.GetLastError()));
         else if (source.Failed())
             stop(writer.ErrorString());
