@@ -61,6 +61,7 @@ CComm::CComm() = default;
 
 CComm::~CComm()
 {
+    m_sender.StopTransmission();
     ClosePort();
 }
 
@@ -68,6 +69,12 @@ int CComm::Create(QObject* owner)
 {
     CCommEvent::RegisterTypes();
     m_pOwner = owner;
+    // Called on the transfer thread: the owner hears of it on its own.
+    m_sender.SetTransferNotifications(
+        [this](qint64 sent, qint64 total) {
+            QCoreApplication::postEvent(m_pOwner, new CCommEvent(CCommEvent::SendProgress(), sent, total, this));
+        },
+        [this] { QCoreApplication::postEvent(m_pOwner, new CCommEvent(CCommEvent::EndOfTransmission(), 0, 0, this)); });
     return 1;
 }
 
@@ -200,13 +207,16 @@ std::unique_ptr<CCommPort> CComm::OpenUsbConverter(const QByteArray& serialNumbe
     return serial;
 }
 
-void CComm::ClosePort()
+void CComm::ClosePort(bool keepOutput)
 {
     if (m_pPort == nullptr)
         return;
     StopReader();
     std::lock_guard lock(m_writeMutex);
-    m_pPort->Close();
+    if (keepOutput)
+        m_pPort->CloseKeepingOutput();
+    else
+        m_pPort->Close();
     m_pPort.reset();
     qCDebug(lcComm) << "closed line" << m_nPortHandle;
     m_nPortHandle = -1;
@@ -273,9 +283,10 @@ void CComm::ReaderMain(qint64 portHandle)
         if (m_bStopping)
             break;
         if (result.lineLost) {
-            m_bLineLost = true;
             qCWarning(lcComm) << "line" << m_strConnector << "lost:" << result.reason;
+            // The reason first: whoever sees IsLineLost() can tell why.
             SetLastError(QStringLiteral("Connection to %1 lost: %2").arg(QString::fromLocal8Bit(m_strConnector), result.reason));
+            m_bLineLost = true;
         }
         bool goOn = true;
         for (const LineEventEntry& entry : LineEvents) {
@@ -372,5 +383,30 @@ void CComm::OnChar(char character)
 // The one place typed text goes out; a file transfer holds it back here.
 void CComm::SendTyped(const QByteArray& text)
 {
+    if (m_sender.IsSending()) {
+        m_sender.SendTyped(text);
+        return;
+    }
     SetOutput(text);
+}
+
+bool CComm::WaitUntilSent(int timeoutMs)
+{
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    for (;;) {
+        {
+            std::lock_guard lock(m_writeMutex);
+            if (m_pPort == nullptr || m_pPort->OutputCount() == 0)
+                return true;
+        }
+        if (Clock::now() >= deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+void CComm::CloseKeepingOutput()
+{
+    ClosePort(true);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CByteOutput.h"
+#include "CCommandSender.h"
 #include "CTerminalDisplaySettings.h"
 #include "CTerminalParameter.h"
 
@@ -117,8 +118,26 @@ public:
     // dropped. Nothing when closed. Safe to call from a second thread.
     void SetOutput(const QByteArray& text) override;
     // A typed character: carriage return gains a line feed when the terminal
-    // record says so; shown on the display too with local echo.
+    // record says so; shown on the display too with local echo. While a file
+    // is sent it waits in the sender's queue instead.
     void OnChar(char character);
+
+    // Command texts with the "^$F", "^$S" and "^$E" macros, file transfers
+    // and the owner's handlers of the SendProgress and EndOfTransmission
+    // notifications; the channel's CCommandSender does the work.
+    int SendCommand(const QByteArray& text) { return m_sender.SendCommand(text); }
+    int SendFile(const QString& path) { return m_sender.SendFile(path); }
+    void OnSendProgress(qint64 sent, qint64 total) { m_sender.OnSendProgress(sent, total); }
+    int OnEndOfTransmission() { return m_sender.OnEndOfTransmission(); }
+    CCommandSender& Sender() { return m_sender; }
+    const CCommandSender& Sender() const { return m_sender; }
+
+    // Waits until the line has sent every byte written (at most timeoutMs);
+    // false when bytes are left. True when closed.
+    bool WaitUntilSent(int timeoutMs);
+    // Closes like SetPortOpen(false) but leaves the bytes still on their
+    // way out to the system, for a program that ends after sending.
+    void CloseKeepingOutput();
 
     // The owner's terminal record (transmit CR -> CR/LF, local echo).
     void SetTerminalParameter(const CTerminalParameter& terminal) { m_terminal = terminal; }
@@ -138,7 +157,7 @@ public:
 private:
     bool OpenHandle();
     std::unique_ptr<CCommPort> OpenUsbConverter(const QByteArray& serialNumber, Backend* backend, QString* error);
-    void ClosePort();
+    void ClosePort(bool keepOutput = false);
     bool StartReader();
     void StopReader();
     void ReaderMain(qint64 portHandle);
@@ -173,4 +192,8 @@ private:
     bool m_bLossPosted = false;     // the notification waiting is the loss
     bool m_bReaderDone = true;
     QString m_strLastError;
+
+    // Last: its transfer thread writes through this channel, so it must end
+    // before anything else of the channel goes.
+    CCommandSender m_sender{*this};
 };

@@ -37,6 +37,9 @@ public:
     virtual bool Open(QString* error) = 0;
     // Drops DTR, flushes both directions and closes the handle. Idempotent.
     virtual void Close() = 0;
+    // Closes without throwing away the bytes still on their way out (a
+    // program that ends after sending). Idempotent.
+    virtual void CloseKeepingOutput() = 0;
     // The handle the notifications carry in wParam.
     virtual std::intptr_t Handle() const = 0;
 
@@ -47,6 +50,8 @@ public:
 
     // Bytes waiting in the input queue.
     virtual int InputCount() = 0;
+    // Bytes written but not yet sent on the line.
+    virtual int OutputCount() = 0;
     // Everything waiting, at most maxBytes, without blocking.
     virtual QByteArray Read(int maxBytes) = 0;
     // One byte, waiting at most timeoutMs for room; Cancelled once Wake()

@@ -178,6 +178,18 @@ bool CSerialPort::Open(QString* error)
     return true;
 }
 
+void CSerialPort::CloseKeepingOutput()
+{
+    if (m_fd < 0)
+        return;
+    // The kernel sends what is left before it hangs up the line.
+    ioctl(m_fd, TIOCNXCL);
+    ::close(m_fd);
+    ::close(m_wakeFd);
+    m_fd = -1;
+    m_wakeFd = -1;
+}
+
 void CSerialPort::Close()
 {
     if (m_fd < 0)
@@ -299,6 +311,14 @@ int CSerialPort::InputCount()
 {
     int count = 0;
     if (m_fd < 0 || ioctl(m_fd, FIONREAD, &count) != 0)
+        return 0;
+    return count;
+}
+
+int CSerialPort::OutputCount()
+{
+    int count = 0;
+    if (m_fd < 0 || ioctl(m_fd, TIOCOUTQ, &count) != 0)
         return 0;
     return count;
 }

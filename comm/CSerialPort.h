@@ -20,11 +20,13 @@ public:
 
     bool Open(QString* error) override;
     void Close() override;
+    void CloseKeepingOutput() override;
     std::intptr_t Handle() const override { return m_fd; }
     bool GetState(CDeviceControlBlock& dcb) override;
     bool SetState(const CDeviceControlBlock& dcb, QString* error) override;
     void SetDtr(bool raised) override;
     int InputCount() override;
+    int OutputCount() override;
     QByteArray Read(int maxBytes) override;
     WriteResult WriteByte(char byte, int timeoutMs) override;
     bool StartEvents() override;

@@ -62,6 +62,23 @@ void CUsbPort::Release()
     m_d2xx.FreeD2xx();
 }
 
+void CUsbPort::CloseKeepingOutput()
+{
+    if (!IsOpen())
+        return;
+    m_d2xx.FT_Close(m_handle);
+    Release();
+}
+
+int CUsbPort::OutputCount()
+{
+    CD2xx::DWORD errors = 0;
+    CD2xx::FTCOMSTAT status = {};
+    if (!IsOpen() || !m_d2xx.FT_W32_ClearCommError(m_handle, &errors, &status))
+        return 0;
+    return int(std::min<CD2xx::DWORD>(status.cbOutQue, 0x7FFFFFFF));
+}
+
 void CUsbPort::Close()
 {
     if (!IsOpen())

@@ -49,6 +49,23 @@ public:
         return p;
     }
 
+    // A byte equal to a or b in [p, end)?
+    static bool HasEither(const char* p, const char* end, unsigned char a, unsigned char b)
+    {
+        for (; end - p >= 8; p += 8) {
+            std::uint64_t word;
+            std::memcpy(&word, p, 8);
+            if (ZeroBytes(word ^ Broadcast(a)) | ZeroBytes(word ^ Broadcast(b)))
+                return true;
+        }
+        for (; p < end; ++p) {
+            const auto byte = static_cast<unsigned char>(*p);
+            if (byte == a || byte == b)
+                return true;
+        }
+        return false;
+    }
+
     // A byte below 32 in [p, end)?
     static bool HasControlByte(const char* p, const char* end)
     {

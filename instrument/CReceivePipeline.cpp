@@ -61,13 +61,7 @@ bool NeedsEncoding(const QByteArray& text)
 // Decoding changes only a text with a name or a NUL byte in it.
 bool NeedsDecoding(const QByteArray& text)
 {
-    static const CByteScan nameOrNul = [] {
-        CByteScan scan;
-        scan.Add('<');
-        scan.Add(NUL);
-        return scan;
-    }();
-    return nameOrNul.Find(text.constBegin(), text.constEnd()) != text.constEnd();
+    return CByteScan::HasEither(text.constBegin(), text.constEnd(), '<', '\0');
 }
 
 } // namespace
@@ -136,14 +130,9 @@ void CReceivePipeline::ReceiveBlock(const QByteArray& block)
         // Runs of bytes that only pass through are handled in one go; every
         // byte that can change state takes the full pipeline.
         if (!m_script.m_bRegistered) {
-            const char* run = StopScan(false).Find(p, end);
-            if (run != p) {
-                ProcessPlainRun(p, run);
-                p = run;
-                continue;
-            }
+            p = ReceivePlainRun(p, end);
         } else if (m_bInString) {
-            const char* run = StopScan(true).Find(p, end);
+            const char* run = StringStops().Find(p, end);
             if (run != p) {
                 if (m_bDebugConnection)
                     Append(m_ReceivedBytes, p, run - p);
@@ -152,36 +141,67 @@ void CReceivePipeline::ReceiveBlock(const QByteArray& block)
                 p = run;
                 continue;
             }
+            ProcessByte(*p++, Mode::Notification);
+        } else {
+            ProcessByte(*p++, Mode::Notification);
         }
-        ProcessByte(*p++, Mode::Notification);
     }
 }
 
-const CByteScan& CReceivePipeline::StopScan(bool inString)
+// Plain mode: the bytes up to the next one that matters go into the line
+// together with that byte, which then takes the rest of the pipeline. A NUL
+// byte takes the whole pipeline (it is dropped).
+const char* CReceivePipeline::ReceivePlainRun(const char* p, const char* end)
 {
-    if (m_nScanEndChar != m_nEndChar) {
-        m_plainStops = m_stringStops = CByteScan();
+    const char* stop = PlainStops().Find(p, end);
+    const bool delivered = stop != end && *stop != '\0';
+    const qsizetype n = stop - p;
+    const qsizetype taken = delivered ? n + 1 : n;
+    if (m_bDebugConnection)
+        Append(m_ReceivedBytes, p, taken);
+    Append(m_strLine, p, taken);
+    // The spreadsheet step adds the stop byte itself.
+    if (ExcelOn())
+        Append(m_strExcel, p, n);
+    if (delivered) {
+        Deliver(Signed(*stop), m_strNoText, false, Mode::Notification);
+        return stop + 1;
+    }
+    if (stop != end)
+        ProcessByte(*stop++, Mode::Notification);
+    return stop;
+}
+
+// NUL, CR and the end character always matter; a line feed only for the
+// spreadsheet (it is left out of the cells) and for the playback file.
+const CByteScan& CReceivePipeline::PlainStops()
+{
+    const bool lineFeed = ExcelOn() || (m_pPlayback && m_pPlayback->IsOpen());
+    if (m_nPlainStopsEndChar != m_nEndChar || m_bPlainStopsLineFeed != lineFeed) {
+        m_plainStops = CByteScan();
         m_plainStops.Add(NUL);
         m_plainStops.Add(CR);
-        m_plainStops.Add(LF);
-        m_stringStops.Add(NUL);
-        if (m_nEndChar != NoEndChar) {
+        if (lineFeed)
+            m_plainStops.Add(LF);
+        if (m_nEndChar != NoEndChar)
             m_plainStops.Add(static_cast<unsigned char>(m_nEndChar));
-            m_stringStops.Add(static_cast<unsigned char>(m_nEndChar));
-        }
-        m_nScanEndChar = m_nEndChar;
+        m_nPlainStopsEndChar = m_nEndChar;
+        m_bPlainStopsLineFeed = lineFeed;
     }
-    return inString ? m_stringStops : m_plainStops;
+    return m_plainStops;
 }
 
-void CReceivePipeline::ProcessPlainRun(const char* begin, const char* end)
+// Inside a string only NUL and the end character matter.
+const CByteScan& CReceivePipeline::StringStops()
 {
-    const qsizetype n = end - begin;
-    if (m_bDebugConnection)
-        Append(m_ReceivedBytes, begin, n);
-    Append(m_strLine, begin, n);
-    if (ExcelOn())
-        Append(m_strExcel, begin, n);
+    if (m_nStringStopsEndChar != m_nEndChar) {
+        m_stringStops = CByteScan();
+        m_stringStops.Add(NUL);
+        if (m_nEndChar != NoEndChar)
+            m_stringStops.Add(static_cast<unsigned char>(m_nEndChar));
+        m_nStringStopsEndChar = m_nEndChar;
+    }
+    return m_stringStops;
 }
 
 void CReceivePipeline::ProcessByte(char byte, Mode mode)

@@ -85,10 +85,11 @@ private:
     enum class Mode { Notification, Polling };
 
     void ProcessByte(char byte, Mode mode);
-    // The bytes that take the full pipeline: in plain mode, or inside a
+    const char* ReceivePlainRun(const char* p, const char* end);
+    // The bytes that take the full pipeline in plain mode and inside a
     // string in script mode.
-    const CByteScan& StopScan(bool inString);
-    void ProcessPlainRun(const char* begin, const char* end);
+    const CByteScan& PlainStops();
+    const CByteScan& StringStops();
     void CollectScriptByte(char byte, int c, Mode mode);
     void AppendReceived(const char* bytes, qsizetype n);
     void CompleteString(int c, Mode mode);
@@ -138,10 +139,12 @@ private:
     QByteArray m_matchedEndOfString;
     QByteArrayList m_matchedInputs;
 
-    // StopScan() for the end character m_nScanEndChar.
+    // The stop bytes for the end character (and line feed rule) they were made for.
     CByteScan m_plainStops;
+    int m_nPlainStopsEndChar = Unchanged;
+    bool m_bPlainStopsLineFeed = false;
     CByteScan m_stringStops;
-    int m_nScanEndChar = Unchanged;
+    int m_nStringStopsEndChar = Unchanged;
 
     QByteArray m_strLine;
     QByteArray m_strExcel;

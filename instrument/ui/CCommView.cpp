@@ -20,31 +20,25 @@
 
 CCommView::CCommView(QWidget* parent)
     : QPlainTextEdit(parent)
-    , m_sender(m_comm)
 {
     // Lines wrap at the window's width; no horizontal scrolling.
     setLineWrapMode(QPlainTextEdit::WidgetWidth);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    // The channel's transfer thread posts its two events to this window.
     m_comm.Create(this);
-    // The transfer thread only posts; the window handles both on its own thread.
-    m_sender.SetTransferNotifications(
-        [this](qint64 sent, qint64 total) {
-            QCoreApplication::postEvent(this, new CCommEvent(CCommEvent::SendProgress(), sent, total, &m_comm));
-        },
-        [this] { QCoreApplication::postEvent(this, new CCommEvent(CCommEvent::EndOfTransmission(), 0, 0, &m_comm)); });
 }
 
 CCommView::~CCommView()
 {
     // A transfer blocked on a full line ends at once when the line closes.
-    m_sender.StopTransmission();
+    m_comm.Sender().StopTransmission();
     m_comm.SetPortOpen(false);
 }
 
 void CCommView::OnDestroy()
 {
-    m_sender.StopTransmission();
+    m_comm.Sender().StopTransmission();
     m_comm.SetPortOpen(false);
 }
 
@@ -59,12 +53,12 @@ void CCommView::EnableWindow(bool bEnable)
 
 int CCommView::SendCommand(const QByteArray& text)
 {
-    return m_sender.SendCommand(text);
+    return m_comm.SendCommand(text);
 }
 
 int CCommView::SendFile(const QString& path)
 {
-    return m_sender.SendFile(path);
+    return m_comm.SendFile(path);
 }
 
 bool CCommView::OnChar(char character)
@@ -73,7 +67,7 @@ bool CCommView::OnChar(char character)
         QByteArray text(1, character);
         if (character == '\r' && m_terminalParam.m_bSendCRLF)
             text += '\n';
-        m_sender.SendTyped(text);
+        m_comm.Sender().SendTyped(text);
     }
     return m_terminalParam.m_bLocalEcho != 0;
 }
@@ -105,12 +99,12 @@ void CCommView::OnComMessage(const CCommEvent& event)
 
 void CCommView::OnSendProgressMessage(qint64 sent, qint64 total)
 {
-    m_sender.OnSendProgress(sent, total);
+    m_comm.OnSendProgress(sent, total);
 }
 
 void CCommView::OnTransmissionEnded()
 {
-    m_sender.OnEndOfTransmission();
+    m_comm.OnEndOfTransmission();
 }
 
 void CCommView::customEvent(QEvent* event)

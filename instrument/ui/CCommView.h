@@ -45,13 +45,13 @@ public:
     // a file goes out.
     int SendCommand(const QByteArray& text);
     int SendFile(const QString& path);
-    void StopTransmission() { m_sender.StopTransmission(); }
-    CCommandSink& CommandSink() { return m_sender; }
+    void StopTransmission() { m_comm.Sender().StopTransmission(); }
+    CCommandSink& CommandSink() { return m_comm.Sender(); }
     // The program's playback file ("^$E") and who asks for "^$S" numbers.
-    void SetPlaybackFile(CPlaybackFile* playback) { m_sender.SetPlaybackFile(playback); }
-    void SetSerialNumberPrompt(CSerialNumberPrompt* prompt) { m_sender.SetSerialNumberPrompt(prompt); }
-    bool IsTransferRunning() const { return m_sender.IsSending(); }
-    const CCommandSender& Sender() const { return m_sender; }
+    void SetPlaybackFile(CPlaybackFile* playback) { m_comm.Sender().SetPlaybackFile(playback); }
+    void SetSerialNumberPrompt(CSerialNumberPrompt* prompt) { m_comm.Sender().SetSerialNumberPrompt(prompt); }
+    bool IsTransferRunning() const { return m_comm.Sender().IsSending(); }
+    const CCommandSender& Sender() const { return m_comm.Sender(); }
 
     // Prints the whole text with half-inch margins.
     void PrintText(QPrinter& printer) const;
@@ -87,7 +87,6 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    CCommandSender m_sender;
     bool m_bWindowEnabled = true;
     int m_nBeeps = 0;
 };

@@ -102,11 +102,9 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("command");
         QTest::addColumn<QString>("answer");
         QTest::newRow("SI with CR gives one reading") << QByteArray("SI\r") << ReadingLine.pattern();
-        QTest::newRow("SI with CR LF gives one reading") << QByteArray("SI\r\n") << ReadingLine.pattern();
         QTest::newRow("lower-case si is understood") << QByteArray("si\r") << ReadingLine.pattern();
         QTest::newRow("print key P gives one reading") << QByteArray("P\r\n") << ReadingLine.pattern();
         QTest::newRow("tare is acknowledged") << QByteArray("T\r") << QStringLiteral("^T A\\r\\n$");
-        QTest::newRow("zero is acknowledged") << QByteArray("Z\r") << QStringLiteral("^Z A\\r\\n$");
         QTest::newRow("unknown command is an error") << QByteArray("XYZ\r") << QStringLiteral("^ES\\r\\n$");
         QTest::newRow("overlong command is one error") << QByteArray(200, 'S') + "\r"
                                                        << QStringLiteral("^ES\\r\\n$");
@@ -156,22 +154,6 @@ private Q_SLOTS:
         Stop(sim);
     }
 
-    void sendsReadingsUnasked()
-    {
-        QProcess sim;
-        const QString path = Start(sim, { QStringLiteral("--interval"), QStringLiteral("20") });
-        QVERIFY(!path.isEmpty());
-        {
-            Line line(path);
-            for (int i = 0; i < 5; ++i) {
-                const QByteArray reading = line.ReadLine();
-                QVERIFY2(ReadingLine.match(QString::fromLatin1(reading)).hasMatch(), reading.constData());
-                QVERIFY(qAbs(WeightOf(reading) - 12.345) < 0.1);
-            }
-        }
-        Stop(sim);
-    }
-
     void stopsAfterCount()
     {
         QProcess sim;
@@ -179,8 +161,12 @@ private Q_SLOTS:
                                           QStringLiteral("3") });
         QVERIFY(!path.isEmpty());
         Line line(path);
-        for (int i = 0; i < 3; ++i)
-            QVERIFY(!line.ReadLine().isEmpty());
+        // Readings come unasked, and the simulator stops after the third.
+        for (int i = 0; i < 3; ++i) {
+            const QByteArray reading = line.ReadLine();
+            QVERIFY2(ReadingLine.match(QString::fromLatin1(reading)).hasMatch(), reading.constData());
+            QVERIFY(qAbs(WeightOf(reading) - 12.345) < 0.1);
+        }
         QVERIFY(sim.waitForFinished(5000));
         QCOMPARE(sim.exitStatus(), QProcess::NormalExit);
         QCOMPARE(sim.exitCode(), 0);
@@ -223,7 +209,6 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<QString>("message");
         QTest::newRow("negative interval") << QStringList { "--interval", "-5" } << "Bad --interval \"-5\"";
-        QTest::newRow("count of zero") << QStringList { "--count", "0" } << "Bad --count \"0\"";
         QTest::newRow("weight that is not a number") << QStringList { "--weight", "heavy" } << "Bad --weight \"heavy\"";
         QTest::newRow("link over a regular file") << QStringList { "--link", ORVALIS_SOURCE_DIR "/CMakeLists.txt" }
                                                   << "is not a symbolic link";

@@ -1,10 +1,14 @@
 #include "CDriverFile.h"
+#include "PtyPair.h"
 
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QElapsedTimer>
 #include <QTest>
 #include <QtEndian>
+
+#include <csignal>
 
 namespace {
 
@@ -45,6 +49,66 @@ QByteArray Framed(const QByteArrayList& blocks)
     return bytes;
 }
 
+// orvalis-cli running on a line while the test plays the instrument.
+class CCliProcess
+{
+public:
+    explicit CCliProcess(const QStringList& arguments)
+    {
+        m_process.start(QStringLiteral(ORVALIS_CLI), arguments);
+        m_process.waitForStarted();
+    }
+    ~CCliProcess()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished();
+        }
+    }
+
+    // Waits until standard error (or output) holds the text.
+    bool WaitForError(const QString& text) { return WaitFor([&] { return m_err.contains(text); }); }
+    bool WaitForOutput(const QByteArray& text) { return WaitFor([&] { return m_out.contains(text); }); }
+    void Interrupt() { ::kill(pid_t(m_process.processId()), SIGINT); }
+    void Input(const QByteArray& bytes) { m_process.write(bytes); }
+    void CloseInput() { m_process.closeWriteChannel(); }
+    bool IsRunning() { return !m_process.waitForFinished(0) && m_process.state() == QProcess::Running; }
+    // The exit code, -1 when it did not end in time or crashed.
+    int Finish()
+    {
+        m_process.closeWriteChannel();
+        if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(10000))
+            return -1;
+        Collect();
+        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+    }
+    QByteArray Output() const { return m_out; }
+    QString Error() const { return m_err; }
+
+private:
+    template <class Condition>
+    bool WaitFor(Condition done)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        while (!done() && timer.elapsed() < 10000 && m_process.state() == QProcess::Running) {
+            m_process.waitForReadyRead(50);
+            Collect();
+        }
+        Collect();
+        return done();
+    }
+    void Collect()
+    {
+        m_out += m_process.readAllStandardOutput();
+        m_err += QString::fromUtf8(m_process.readAllStandardError());
+    }
+
+    QProcess m_process;
+    QByteArray m_out;
+    QString m_err;
+};
+
 QByteArray FileBytes(const QString& path)
 {
     QFile file(path);
@@ -65,10 +129,26 @@ private Q_SLOTS:
     void replayUsesTheBytesOfACutBlock();
     void replayReportsBadInput_data();
     void replayReportsBadInput();
+    void captureShowsRecordsAndEndsOnCtrlC();
+    void captureAnswersFromThePlaybackFile();
+    void captureEndsWhenTheLineGoesAway();
+    void captureReportsALineThatCannotOpen();
+    void captureRefusesBadOptions_data();
+    void captureRefusesBadOptions();
+    void sendText_data();
+    void sendText();
+    void sendFileShowsProgress();
+    void sendAsksForTheSerialNumber();
+    void sendStopsWithoutSerialNumber();
+    void sendRefusesAKeyWithoutName();
+    void sendUsageErrors_data();
+    void sendUsageErrors();
 
 private:
     QString Write(const QString& name, const QByteArray& bytes);
     QString Driver(const QString& name, bool registered, bool receiveCRLF);
+    // Sends until the process ends; everything the instrument received.
+    QByteArray Sent(CCliProcess& cli, CPtyPair& pty, int& exitCode);
 
     QTemporaryDir m_dir;
 };
@@ -98,6 +178,11 @@ QString tst_capture::Driver(const QString& name, bool registered, bool receiveCR
     driver.m_Script.m_bRegistered = registered;
     driver.m_Script.m_strEndOfString = "<LF>";
     driver.m_Script.m_InputStrings = {"E", "~"};
+    driver.m_FunctionKeys.AppendEmptyKeys();
+    driver.m_FunctionKeys.m_Names[0] = "Print";
+    driver.m_FunctionKeys.m_Commands[0] = "P\r\n";
+    driver.m_FunctionKeys.m_Names[1] = "Serial";
+    driver.m_FunctionKeys.m_Commands[1] = "N^$S0x100^$S\r";
     driver.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"InsertCharacter(0, *)"}),
                                    std::make_shared<CStringArray>(CStringArray{"TrimLeft()", "ChangeSpaces(<HT>)"})};
     const QString path = m_dir.filePath(name);
@@ -177,6 +262,252 @@ void tst_capture::replayReportsBadInput()
     QFETCH(QStringList, arguments);
     const CliRun run = RunCli(arguments);
     QTEST(run.exitCode, "exitCode");
+    QFETCH(QString, message);
+    QVERIFY2(run.err.contains(message), qPrintable(run.err));
+}
+
+void tst_capture::captureShowsRecordsAndEndsOnCtrlC()
+{
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    const QString driver = Driver(QStringLiteral("live.tbb"), true, true);
+    const QString record = m_dir.filePath(QStringLiteral("live.rec"));
+    const QString csv = m_dir.filePath(QStringLiteral("live.csv"));
+    CCliProcess cli({QStringLiteral("capture"), driver, QStringLiteral("--port"), pty.SlaveName(),
+                     QStringLiteral("--record"), record, QStringLiteral("--cells"), csv});
+    QVERIFY2(cli.WaitForError(QStringLiteral("Ctrl-C ends")), qPrintable(cli.Error()));
+
+    QVERIFY(pty.WriteMaster("  12.5 g\r\nE0"));
+    QVERIFY(cli.WaitForOutput("12.5\tg\n"));
+    QVERIFY(pty.WriteMaster("3\r\n   7.25 g\r\n"));
+    QVERIFY(cli.WaitForOutput("7.25\tg\n"));
+    // The rows are on disk while the capture still runs.
+    QCOMPARE(FileBytes(csv), QByteArray("12.5,g\n*E03\n"));
+    cli.Interrupt();
+    QCOMPARE(cli.Finish(), 0);
+    QCOMPARE(cli.Output(), QByteArray("12.5\tg\n*E03\n7.25\tg\n"));
+    QCOMPARE(FileBytes(csv), QByteArray("12.5,g\n*E03\n7.25,g\n"));
+
+    const CliRun replay = RunCli({QStringLiteral("replay"), driver, record});
+    QCOMPARE(replay.exitCode, 0);
+    QCOMPARE(replay.out, cli.Output());
+}
+
+void tst_capture::captureAnswersFromThePlaybackFile()
+{
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    Write(QStringLiteral("answers.txt"), "D10\nFIRST\n^$S7^$S\n");
+    const QString driver = Driver(QStringLiteral("answer.tbb"), false, false);
+    CCliProcess cli({QStringLiteral("capture"), driver, QStringLiteral("--port"), pty.SlaveName(),
+                     QStringLiteral("--playback"), QStringLiteral("answers.txt"), QStringLiteral("--serial"),
+                     QStringLiteral("42"), QStringLiteral("--key"), QStringLiteral("1")});
+    QVERIFY2(cli.WaitForError(QStringLiteral("Ctrl-C ends")), qPrintable(cli.Error()));
+    QCOMPARE(pty.ReadMaster(3), QByteArray("P\r\n"));
+
+    QVERIFY(pty.WriteMaster("ready\n"));
+    QCOMPARE(pty.ReadMaster(6), QByteArray("FIRST\r"));
+    QVERIFY(pty.WriteMaster("next\n"));
+    const QByteArray record("S309000000070000002AC5\r");
+    QCOMPARE(pty.ReadMaster(record.size()), record);
+    QVERIFY(pty.WriteMaster("end\n"));
+    QCOMPARE(pty.ReadMaster(1), QByteArray("\r"));
+    QVERIFY(cli.WaitForOutput("end\n"));
+    cli.Interrupt();
+    QCOMPARE(cli.Finish(), 0);
+    QCOMPARE(cli.Output(), QByteArray("ready\nnext\nend\n"));
+}
+
+void tst_capture::captureEndsWhenTheLineGoesAway()
+{
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    CCliProcess cli({QStringLiteral("capture"), Driver(QStringLiteral("gone.tbb"), false, false),
+                     QStringLiteral("--port"), pty.SlaveName()});
+    QVERIFY2(cli.WaitForError(QStringLiteral("Ctrl-C ends")), qPrintable(cli.Error()));
+    QVERIFY(pty.WriteMaster("last words\n"));
+    QVERIFY(cli.WaitForOutput("last words\n"));
+    pty.CloseMaster();
+    QCOMPARE(cli.Finish(), 1);
+    QVERIFY2(cli.Error().contains(QStringLiteral("orvalis-cli capture: the line went away: Connection to ")),
+             qPrintable(cli.Error()));
+}
+
+void tst_capture::captureReportsALineThatCannotOpen()
+{
+    const CliRun run = RunCli({QStringLiteral("capture"), Driver(QStringLiteral("none.tbb"), false, false),
+                               QStringLiteral("--port"), QStringLiteral("/dev/nonexistent-line")});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(QStringLiteral("Cannot open /dev/nonexistent-line: No such file or directory")),
+             qPrintable(run.err));
+}
+
+void tst_capture::captureRefusesBadOptions_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("no driver") << QStringList{} << 2 << QStringLiteral("usage: orvalis-cli capture DRIVER");
+    QTest::newRow("function key 0") << QStringList{QStringLiteral("x.tbb"), QStringLiteral("--key"), QStringLiteral("0")}
+                                    << 2 << QStringLiteral("--key \"0\": a function key is 1 to 8");
+    QTest::newRow("serial number that is no number")
+        << QStringList{QStringLiteral("x.tbb"), QStringLiteral("--serial"), QStringLiteral("abc")} << 2
+        << QStringLiteral("--serial \"abc\": Please enter an integer.");
+    QTest::newRow("missing driver") << QStringList{QStringLiteral("/nonexistent/x.tbb")} << 1
+                                    << QStringLiteral("Cannot open /nonexistent/x.tbb: No such file or directory");
+    QTest::newRow("missing playback file")
+        << QStringList{QStringLiteral("@driver"), QStringLiteral("--port"), QStringLiteral("@pty"),
+                       QStringLiteral("--playback"), QStringLiteral("missing.txt")}
+        << 1 << QStringLiteral("Cannot open playback file ");
+}
+
+void tst_capture::captureRefusesBadOptions()
+{
+    QFETCH(QStringList, arguments);
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    arguments.replaceInStrings(QStringLiteral("@driver"), Driver(QStringLiteral("bad.tbb"), false, false));
+    arguments.replaceInStrings(QStringLiteral("@pty"), pty.SlaveName());
+    const CliRun run = RunCli(QStringList{QStringLiteral("capture")} + arguments);
+    QTEST(run.exitCode, "exitCode");
+    QFETCH(QString, message);
+    QVERIFY2(run.err.contains(message), qPrintable(run.err));
+}
+
+QByteArray tst_capture::Sent(CCliProcess& cli, CPtyPair& pty, int& exitCode)
+{
+    QByteArray sent;
+    QElapsedTimer timer;
+    timer.start();
+    // Reads while the program runs, as an instrument would.
+    while (cli.IsRunning() && timer.elapsed() < 10000)
+        sent += pty.ReadMaster(1 << 20, 20);
+    exitCode = cli.Finish();
+    sent += pty.ReadMaster(1 << 20, 100);
+    return sent;
+}
+
+void tst_capture::sendText_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("sent");
+
+    const QByteArray record42 = "S309000001000000002ACB";
+    QTest::newRow("command text in the control-code notation is decoded")
+        << QStringList{QStringLiteral("--text"), QStringLiteral("P<CR><LF>")} << QByteArray("P\r\n");
+    QTest::newRow("function key command goes out as stored")
+        << QStringList{QStringLiteral("--key"), QStringLiteral("1")} << QByteArray("P\r\n");
+    QTest::newRow("serial number from the option")
+        << QStringList{QStringLiteral("--key"), QStringLiteral("2"), QStringLiteral("--serial"), QStringLiteral("42")}
+        << "N" + record42 + "\r";
+    QTest::newRow("playback macro drops the text before it")
+        << QStringList{QStringLiteral("--text"), QStringLiteral("X^$Enothing.txt^$EY")} << QByteArray("Y");
+    QTest::newRow("file macro sends the file between the texts")
+        << QStringList{QStringLiteral("--text"), QStringLiteral("<STX>^$Fpayload.txt^$F<ETX>")}
+        << QByteArray("\x02payload\x03");
+}
+
+void tst_capture::sendText()
+{
+    QFETCH(QStringList, arguments);
+    Write(QStringLiteral("payload.txt"), "payload");
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    CCliProcess cli(QStringList{QStringLiteral("send"), Driver(QStringLiteral("send.tbb"), false, false),
+                                QStringLiteral("--port"), pty.SlaveName()}
+                    + arguments);
+    int exitCode = -1;
+    const QByteArray sent = Sent(cli, pty, exitCode);
+    QCOMPARE(exitCode, 0);
+    QTEST(sent, "sent");
+}
+
+void tst_capture::sendFileShowsProgress()
+{
+    QByteArray content(5000, '\0');
+    for (int i = 0; i < content.size(); ++i)
+        content[i] = char(i % 251);
+    const QString path = Write(QStringLiteral("data.bin"), content);
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    CCliProcess cli({QStringLiteral("send"), Driver(QStringLiteral("file.tbb"), false, false),
+                     QStringLiteral("--port"), pty.SlaveName(), QStringLiteral("--file"), path});
+    int exitCode = -1;
+    const QByteArray sent = Sent(cli, pty, exitCode);
+    QCOMPARE(exitCode, 0);
+    QCOMPARE(sent, content);
+    const QString progress = QStringLiteral("Sending file %1: ").arg(path);
+    for (const char* position : {"40% 00:00:0", "81% 00:00:0", "100% 00:00:0"})
+        QVERIFY2(cli.Error().contains(progress + QLatin1String(position)), qPrintable(cli.Error()));
+}
+
+void tst_capture::sendAsksForTheSerialNumber()
+{
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    CCliProcess cli({QStringLiteral("send"), Driver(QStringLiteral("ask.tbb"), false, false),
+                     QStringLiteral("--port"), pty.SlaveName(), QStringLiteral("--key"), QStringLiteral("2")});
+    cli.Input("abc\n10000\n42\n");
+    int exitCode = -1;
+    const QByteArray sent = Sent(cli, pty, exitCode);
+    QCOMPARE(exitCode, 0);
+    QCOMPARE(sent, QByteArray("NS309000001000000002ACB\r"));
+    QVERIFY2(cli.Error().contains(QStringLiteral("Serial #: Please enter an integer.\n")), qPrintable(cli.Error()));
+    QVERIFY2(cli.Error().contains(QStringLiteral("Please enter an integer between 0 and 9999.")),
+             qPrintable(cli.Error()));
+}
+
+void tst_capture::sendStopsWithoutSerialNumber()
+{
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    CCliProcess cli({QStringLiteral("send"), Driver(QStringLiteral("eof.tbb"), false, false),
+                     QStringLiteral("--port"), pty.SlaveName(), QStringLiteral("--key"), QStringLiteral("2")});
+    cli.CloseInput();
+    int exitCode = -1;
+    const QByteArray sent = Sent(cli, pty, exitCode);
+    QCOMPARE(exitCode, 1);
+    QCOMPARE(sent, QByteArray("N"));
+    QVERIFY2(cli.Error().contains(QStringLiteral("No serial number: the rest of the command is not sent")),
+             qPrintable(cli.Error()));
+}
+
+void tst_capture::sendRefusesAKeyWithoutName()
+{
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    CCliProcess cli({QStringLiteral("send"), Driver(QStringLiteral("f5.tbb"), false, false),
+                     QStringLiteral("--port"), pty.SlaveName(), QStringLiteral("--key"), QStringLiteral("5")});
+    int exitCode = -1;
+    QCOMPARE(Sent(cli, pty, exitCode), QByteArray());
+    QCOMPARE(exitCode, 1);
+    QVERIFY2(cli.Error().contains(QStringLiteral("F5 has no name in this driver; nothing sent")),
+             qPrintable(cli.Error()));
+}
+
+void tst_capture::sendUsageErrors_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("nothing to send") << QStringList{} << QStringLiteral("usage: orvalis-cli send DRIVER");
+    QTest::newRow("two things to send")
+        << QStringList{QStringLiteral("--key"), QStringLiteral("1"), QStringLiteral("--text"), QStringLiteral("x")}
+        << QStringLiteral("usage: orvalis-cli send DRIVER");
+    QTest::newRow("function key outside 1..8") << QStringList{QStringLiteral("--key"), QStringLiteral("9")}
+                                               << QStringLiteral("--key \"9\": a function key is 1 to 8");
+    QTest::newRow("serial number outside 0..9999")
+        << QStringList{QStringLiteral("--text"), QStringLiteral("x"), QStringLiteral("--serial"), QStringLiteral("10000")}
+        << QStringLiteral("--serial \"10000\": Please enter an integer between 0 and 9999.");
+}
+
+void tst_capture::sendUsageErrors()
+{
+    QFETCH(QStringList, arguments);
+    const CliRun run = RunCli(QStringList{QStringLiteral("send"), Driver(QStringLiteral("usage.tbb"), false, false)}
+                              + arguments);
+    QCOMPARE(run.exitCode, 2);
     QFETCH(QString, message);
     QVERIFY2(run.err.contains(message), qPrintable(run.err));
 }

@@ -1,96 +1,60 @@
 #pragma once
 
 #include "CComm.h"
+#include "CCommParameter.h"
 #include "CCommEvent.h"
 #include "CTerminalDisplay.h"
 #include "CTerminalDisplaySettings.h"
 
-#include <QElapsedTimer>
+#include "../core/PtyPair.h"
+
 #include <QHash>
 #include <QObject>
 #include <QTest>
-
-#include <fcntl.h>
-#include <poll.h>
-#include <pty.h>
-#include <termios.h>
-#include <unistd.h>
+#include <QThread>
 
 // The output baud rate of a line as the kernel holds it (any rate).
 unsigned LineBaudRate(int fd);
 
-// A pseudo-terminal pair: the channel opens the slave by its path, the test
-// plays the instrument on the master.
-class PtyPair
+inline CCommParameter Line(const QByteArray& connector, int baud = 9600, int dataBits = 8, int parity = 'N',
+                           int stopBits = 1, int flow = 0)
 {
-public:
-    PtyPair()
-    {
-        char name[128] = {};
-        if (openpty(&m_master, &m_slave, name, nullptr, nullptr) != 0)
-            qFatal("openpty failed");
-        m_path = name;
-        fcntl(m_master, F_SETFL, O_NONBLOCK);
-    }
-    ~PtyPair()
-    {
-        CloseMaster();
-        ::close(m_slave);
-    }
-    PtyPair(const PtyPair&) = delete;
-    PtyPair& operator=(const PtyPair&) = delete;
+    CCommParameter parameters;
+    parameters.m_strConnector = connector;
+    parameters.m_nConnector = -1;
+    parameters.m_nBaudRate = baud;
+    parameters.m_nDataBits = dataBits;
+    parameters.m_cParity = parity;
+    parameters.m_nStopBits = stopBits;
+    parameters.m_nFlowControl = flow;
+    return parameters;
+}
 
-    QByteArray Path() const { return m_path; }
-    int Slave() const { return m_slave; }
-    int Master() const { return m_master; }
-    termios SlaveSettings() const
-    {
-        termios tio{};
-        tcgetattr(m_slave, &tio);
-        return tio;
-    }
-    void CloseMaster()
-    {
-        if (m_master >= 0)
-            ::close(m_master);
-        m_master = -1;
-    }
-    bool Send(const QByteArray& bytes) const { return ::write(m_master, bytes.constData(), size_t(bytes.size())) == bytes.size(); }
-    // What the channel wrote: reads until `count` bytes came or `ms` passed.
-    QByteArray Receive(int count, int ms = 2000) const
-    {
-        QByteArray data;
-        QElapsedTimer timer;
-        timer.start();
-        while (data.size() < count && timer.elapsed() < ms) {
-            pollfd fd = {m_master, POLLIN, 0};
-            poll(&fd, 1, 20);
-            char buffer[4096];
-            const ssize_t got = ::read(m_master, buffer, sizeof buffer);
-            if (got > 0)
-                data.append(buffer, got);
-        }
-        return data;
-    }
-    // Fills the line towards the master until the kernel takes no more,
-    // also after moving bytes on to the master's own buffer.
-    void FillTowardsMaster() const
-    {
-        fcntl(m_slave, F_SETFL, O_NONBLOCK);
-        const QByteArray block(256, 'f');
-        for (bool tookSome = true; tookSome;) {
-            tookSome = false;
-            while (::write(m_slave, block.constData(), size_t(block.size())) > 0)
-                tookSome = true;
-            QThread::msleep(30);
-        }
-    }
+inline QByteArray PathOf(const CPtyPair& pty)
+{
+    return pty.SlaveName().toLocal8Bit();
+}
 
-private:
-    int m_master = -1;
-    int m_slave = -1;
-    QByteArray m_path;
-};
+inline termios SettingsOf(int fd)
+{
+    termios tio{};
+    tcgetattr(fd, &tio);
+    return tio;
+}
+
+// Fills the line towards the master until the kernel takes no more, also
+// after moving bytes on to the master's own buffer.
+inline void FillTowardsMaster(const CPtyPair& pty)
+{
+    fcntl(pty.Slave(), F_SETFL, O_NONBLOCK);
+    const QByteArray block(256, 'f');
+    for (bool tookSome = true; tookSome;) {
+        tookSome = false;
+        while (::write(pty.Slave(), block.constData(), size_t(block.size())) > 0)
+            tookSome = true;
+        QThread::msleep(30);
+    }
+}
 
 struct Notification
 {

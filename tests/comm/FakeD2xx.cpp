@@ -112,6 +112,28 @@ int Waiting(const Device& device)
     return count;
 }
 
+// Runs change on the open converter behind handle, under the lock; false
+// for a handle that is not open.
+template <typename Change>
+int OnDevice(FT_HANDLE handle, Change change)
+{
+    std::lock_guard lock(g_mutex);
+    Device* device = FromHandle(handle);
+    if (device == nullptr)
+        return 0;
+    change(*device);
+    return 1;
+}
+
+// Runs change on the converter of that serial number, under the lock.
+template <typename Change>
+void OnSerial(const char* serial, Change change)
+{
+    std::lock_guard lock(g_mutex);
+    if (Device* device = Find(serial))
+        change(*device);
+}
+
 } // namespace
 
 extern "C" {
@@ -166,16 +188,13 @@ FT_HANDLE FT_W32_CreateFile(const char* name, DWORD access, DWORD, void*, DWORD,
 
 BOOL FT_W32_CloseHandle(FT_HANDLE handle)
 {
-    std::lock_guard lock(g_mutex);
-    Device* device = FromHandle(handle);
-    if (device == nullptr)
-        return 0;
-    device->open = false;
-    ::close(device->slave);
-    device->slave = -1;
-    ++device->closes;
-    g_changed.notify_all();
-    return 1;
+    return OnDevice(handle, [&](Device& device) {
+        device.open = false;
+        ::close(device.slave);
+        device.slave = -1;
+        ++device.closes;
+        g_changed.notify_all();
+    });
 }
 
 FT_STATUS FT_Close(FT_HANDLE handle)
@@ -227,15 +246,12 @@ BOOL FT_W32_ClearCommError(FT_HANDLE handle, DWORD* errors, void* status)
 
 BOOL FT_W32_EscapeCommFunction(FT_HANDLE handle, DWORD function)
 {
-    std::lock_guard lock(g_mutex);
-    Device* device = FromHandle(handle);
-    if (device == nullptr)
-        return 0;
-    if (function == SETDTR)
-        device->dtr = 1;
-    else if (function == CLRDTR)
-        device->dtr = 0;
-    return 1;
+    return OnDevice(handle, [&](Device& device) {
+        if (function == SETDTR)
+            device.dtr = 1;
+        else if (function == CLRDTR)
+            device.dtr = 0;
+    });
 }
 
 BOOL FT_W32_GetCommModemStatus(FT_HANDLE, DWORD* status)
@@ -246,12 +262,7 @@ BOOL FT_W32_GetCommModemStatus(FT_HANDLE, DWORD* status)
 
 BOOL FT_W32_GetCommState(FT_HANDLE handle, void* dcb)
 {
-    std::lock_guard lock(g_mutex);
-    Device* device = FromHandle(handle);
-    if (device == nullptr)
-        return 0;
-    std::memcpy(dcb, device->dcb, DcbSize);
-    return 1;
+    return OnDevice(handle, [&](Device& device) { std::memcpy(dcb, device.dcb, DcbSize); });
 }
 
 BOOL FT_W32_SetCommState(FT_HANDLE handle, void* dcb)
@@ -266,45 +277,29 @@ BOOL FT_W32_SetCommState(FT_HANDLE handle, void* dcb)
 
 BOOL FT_W32_PurgeComm(FT_HANDLE handle, DWORD flags)
 {
-    std::lock_guard lock(g_mutex);
-    Device* device = FromHandle(handle);
-    if (device == nullptr)
-        return 0;
-    device->lastPurge = flags;
-    return 1;
+    return OnDevice(handle, [&](Device& device) { device.lastPurge = flags; });
 }
 
 BOOL FT_W32_SetCommTimeouts(FT_HANDLE handle, DWORD* timeouts)
 {
-    std::lock_guard lock(g_mutex);
-    Device* device = FromHandle(handle);
-    if (device == nullptr)
-        return 0;
-    std::memcpy(device->timeouts, timeouts, sizeof device->timeouts);
-    return 1;
+    return OnDevice(handle, [&](Device& device) { std::memcpy(device.timeouts, timeouts, sizeof device.timeouts); });
 }
 
 BOOL FT_W32_SetupComm(FT_HANDLE handle, DWORD inQueue, DWORD outQueue)
 {
-    std::lock_guard lock(g_mutex);
-    Device* device = FromHandle(handle);
-    if (device == nullptr)
-        return 0;
-    device->inQueue = inQueue;
-    device->outQueue = outQueue;
-    return 1;
+    return OnDevice(handle, [&](Device& device) {
+        device.inQueue = inQueue;
+        device.outQueue = outQueue;
+    });
 }
 
 // Setting the mask completes a pending wait, as on Windows.
 BOOL FT_W32_SetCommMask(FT_HANDLE handle, DWORD mask)
 {
-    std::lock_guard lock(g_mutex);
-    Device* device = FromHandle(handle);
-    if (device == nullptr)
-        return 0;
-    device->mask = mask;
-    g_changed.notify_all();
-    return 1;
+    return OnDevice(handle, [&](Device& device) {
+        device.mask = mask;
+        g_changed.notify_all();
+    });
 }
 
 // Blocks until an event of the mask, new received bytes, a mask change or
@@ -372,20 +367,18 @@ int FakeD2xx_PeerFd(const char* serial)
 
 void FakeD2xx_RaiseEvents(const char* serial, DWORD events)
 {
-    std::lock_guard lock(g_mutex);
-    if (Device* device = Find(serial)) {
-        device->pendingEvents |= events;
+    OnSerial(serial, [&](Device& device) {
+        device.pendingEvents |= events;
         g_changed.notify_all();
-    }
+    });
 }
 
 void FakeD2xx_Unplug(const char* serial)
 {
-    std::lock_guard lock(g_mutex);
-    if (Device* device = Find(serial)) {
-        device->unplugged = true;
+    OnSerial(serial, [&](Device& device) {
+        device.unplugged = true;
         g_changed.notify_all();
-    }
+    });
 }
 
 void FakeD2xx_FailCount(int fail)
@@ -403,9 +396,7 @@ void FakeD2xx_RefuseBaud(DWORD baud)
 // The block the program set last, as raw bytes.
 void FakeD2xx_Dcb(const char* serial, unsigned char* out)
 {
-    std::lock_guard lock(g_mutex);
-    if (Device* device = Find(serial))
-        std::memcpy(out, device->dcb, DcbSize);
+    OnSerial(serial, [&](Device& device) { std::memcpy(out, device.dcb, DcbSize); });
 }
 
 // "dtr", "purge", "closes", "flags", "access", "inQueue", "outQueue",

@@ -2,8 +2,6 @@
 // only when ORVALIS_TEST_SERIAL_DEVICE names the port, e.g. /dev/ttyUSB0.
 #include "CommTestSupport.h"
 
-#include "CCommParameter.h"
-
 class tst_SerialDevice : public QObject
 {
     Q_OBJECT
@@ -14,18 +12,6 @@ private Q_SLOTS:
     void bytesComeBackThroughTheLoopback();
 
 private:
-    CCommParameter Line(int dataBits, int parity) const
-    {
-        CCommParameter parameters;
-        parameters.m_strConnector = m_strDevice;
-        parameters.m_nConnector = -1;
-        parameters.m_nBaudRate = 9600;
-        parameters.m_nDataBits = dataBits;
-        parameters.m_cParity = parity;
-        parameters.m_nFlowControl = 0;
-        return parameters;
-    }
-
     QByteArray m_strDevice;
 };
 
@@ -39,7 +25,7 @@ void tst_SerialDevice::init()
 void tst_SerialDevice::keepsTheCharacterFormat()
 {
     CComm channel;
-    QVERIFY2(channel.OpenPort(Line(7, 'E')), qPrintable(channel.GetLastError()));
+    QVERIFY2(channel.OpenPort(Line(m_strDevice, 9600, 7, 'E')), qPrintable(channel.GetLastError()));
     const int fd = ::open(m_strDevice.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY);
     if (fd < 0)
         QSKIP("the port is open exclusively; reading its settings needs root");
@@ -54,7 +40,7 @@ void tst_SerialDevice::bytesComeBackThroughTheLoopback()
     RecordingOwner owner;
     CComm channel;
     owner.Add(channel);
-    QVERIFY2(channel.OpenPort(Line(8, 'N')), qPrintable(channel.GetLastError()));
+    QVERIFY2(channel.OpenPort(Line(m_strDevice)), qPrintable(channel.GetLastError()));
     const QByteArray bytes("loop\0back\xff", 10);
     channel.SetOutput(bytes);
     QVERIFY(owner.WaitForData(channel, int(bytes.size())));

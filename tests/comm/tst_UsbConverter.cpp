@@ -2,9 +2,9 @@
 // and the converter listings over a fake sysfs tree.
 #include "CommTestSupport.h"
 
-#include "CCommParameter.h"
 #include "CConnectorList.h"
 #include "CD2xx.h"
+#include "CDeviceControlBlock.h"
 
 #include <QDir>
 #include <QFile>
@@ -12,23 +12,8 @@
 
 #include <dlfcn.h>
 
-#include <cstring>
 
 namespace {
-
-CCommParameter Usb(const QByteArray& serialNumber, int baud = 9600, int dataBits = 8, int parity = 'N',
-                   int stopBits = 1, int flow = 2)
-{
-    CCommParameter parameters;
-    parameters.m_strConnector = serialNumber;
-    parameters.m_nConnector = -1;
-    parameters.m_nBaudRate = baud;
-    parameters.m_nDataBits = dataBits;
-    parameters.m_cParity = parity;
-    parameters.m_nStopBits = stopBits;
-    parameters.m_nFlowControl = flow;
-    return parameters;
-}
 
 // The fake library's own controls.
 struct FakeLibrary
@@ -126,28 +111,13 @@ private:
     QTemporaryDir m_dir;
 };
 
-// The block as the library sees it, by the Win32 offsets and bit positions.
-struct BlockSeen
+// The line settings block the library was given.
+QByteArray BlockOf(const FakeLibrary& fake, const char* serial)
 {
-    explicit BlockSeen(const unsigned char* bytes)
-    {
-        std::memcpy(&length, bytes, 4);
-        std::memcpy(&baud, bytes + 4, 4);
-        std::memcpy(&flags, bytes + 8, 4);
-        std::memcpy(&xonLimit, bytes + 14, 2);
-        std::memcpy(&xoffLimit, bytes + 16, 2);
-        byteSize = bytes[18];
-        parity = bytes[19];
-        stopBits = bytes[20];
-        xonChar = bytes[21];
-        xoffChar = bytes[22];
-    }
-    unsigned Bits(int first, int count) const { return (flags >> first) & ((1u << count) - 1); }
-
-    std::uint32_t length, baud, flags;
-    std::uint16_t xonLimit, xoffLimit;
-    int byteSize, parity, stopBits, xonChar, xoffChar;
-};
+    unsigned char bytes[28];
+    fake.dcb(serial, bytes);
+    return QByteArray(reinterpret_cast<const char*>(bytes), sizeof bytes);
+}
 
 } // namespace
 
@@ -250,7 +220,7 @@ void tst_UsbConverter::opensAConverterBySerialNumber()
     RecordingOwner owner;
     CComm channel;
     owner.Add(channel);
-    QVERIFY(channel.OpenPort(Usb("VD000017", 19200, 7, 'M', 2, 3)));
+    QVERIFY(channel.OpenPort(Line("VD000017", 19200, 7, 'M', 2, 3)));
     QCOMPARE(channel.GetBackend(), CComm::D2xxBackend);
     QVERIFY(channel.IsReaderRunning());
 
@@ -263,26 +233,11 @@ void tst_UsbConverter::opensAConverterBySerialNumber()
     QCOMPARE(m_fake.value(serial, "writeConstant"), 100L);
     QCOMPARE(m_fake.value(serial, "dtr"), 1L);
 
-    unsigned char bytes[28];
-    m_fake.dcb(serial, bytes);
-    const BlockSeen block(bytes);
-    QCOMPARE(block.length, 28u);
-    QCOMPARE(block.baud, 19200u);
-    QCOMPARE(block.byteSize, 7);
-    QCOMPARE(block.parity, 3);          // mark
-    QCOMPARE(block.stopBits, 2);
-    QCOMPARE(block.Bits(0, 1), 1u);     // binary
-    QCOMPARE(block.Bits(1, 1), 1u);     // parity checking
-    QCOMPARE(block.Bits(2, 1), 1u);     // CTS output flow
-    QCOMPARE(block.Bits(3, 1), 0u);     // no DSR output flow
-    QCOMPARE(block.Bits(4, 2), 1u);     // DTR enabled
-    QCOMPARE(block.Bits(8, 1), 1u);     // XON/XOFF out
-    QCOMPARE(block.Bits(9, 1), 1u);     // XON/XOFF in
-    QCOMPARE(block.Bits(12, 2), 2u);    // RTS handshake
-    QCOMPARE(block.xonLimit, 6348);
-    QCOMPARE(block.xoffLimit, 25395);
-    QCOMPARE(block.xonChar, 0x11);
-    QCOMPARE(block.xoffChar, 0x13);
+    // The block whose bytes the device control block tests pin down.
+    CDeviceControlBlock expected;
+    expected.ApplyLineSettings(Line(serial, 19200, 7, 'M', 2, 3));
+    QCOMPARE(BlockOf(m_fake, serial).toHex(' '),
+             QByteArray(reinterpret_cast<const char*>(&expected), sizeof expected).toHex(' '));
 
     const int peer = m_fake.peerFd(serial);
     QVERIFY(peer >= 0);
@@ -303,14 +258,12 @@ void tst_UsbConverter::keepsParityAndStopBitsOutsideTheTable()
 {
     const char* serial = "VD000017";
     CComm channel;
-    QVERIFY(channel.OpenPort(Usb(serial, 9600, 8, 'S', 2)));
-    QVERIFY(channel.OpenPort(Usb(serial, 1200, 8, 'X', 3)));
-    unsigned char bytes[28];
-    m_fake.dcb(serial, bytes);
-    const BlockSeen block(bytes);
-    QCOMPARE(block.baud, 1200u);
-    QCOMPARE(block.parity, 4);      // space, as before
-    QCOMPARE(block.stopBits, 2);
+    QVERIFY(channel.OpenPort(Line(serial, 9600, 8, 'S', 2)));
+    QVERIFY(channel.OpenPort(Line(serial, 1200, 8, 'X', 3)));
+    const QByteArray block = BlockOf(m_fake, serial);
+    QCOMPARE(block.mid(4, 4), QByteArray::fromHex("b0040000")); // 1200 baud
+    QCOMPARE(int(block.at(19)), 4);                             // space, as before
+    QCOMPARE(int(block.at(20)), 2);                             // two stop bits
     channel.SetPortOpen(false);
 }
 
@@ -321,7 +274,7 @@ void tst_UsbConverter::reportsLineEventsInFixedOrder()
     owner.autoAcknowledge = false;
     CComm channel;
     owner.Add(channel);
-    QVERIFY(channel.OpenPort(Usb(serial)));
+    QVERIFY(channel.OpenPort(Line(serial)));
 
     m_fake.raiseEvents(serial, 0x10);
     QVERIFY(owner.WaitForCount(1));
@@ -357,7 +310,7 @@ void tst_UsbConverter::pulledOutConverterIsReportedOnceThenClosed()
     RecordingOwner owner;
     CComm channel;
     owner.Add(channel);
-    QVERIFY(channel.OpenPort(Usb(serial)));
+    QVERIFY(channel.OpenPort(Line(serial)));
 
     m_fake.unplug(serial);
     QVERIFY(owner.WaitForCount(1));
@@ -375,7 +328,7 @@ void tst_UsbConverter::closeCompletesTheLibrarysWait()
 {
     const char* serial = "XVD99";
     CComm channel;
-    QVERIFY(channel.OpenPort(Usb(serial)));
+    QVERIFY(channel.OpenPort(Line(serial)));
     QVERIFY(QTest::qWaitFor([&] { return m_fake.value(serial, "waiting") == 1; }));
     QElapsedTimer timer;
     timer.start();
@@ -388,7 +341,7 @@ void tst_UsbConverter::refusedSettingsLeaveTheConverterOpenWithoutReader()
 {
     m_fake.refuseBaud(14400);
     CComm channel;
-    QCOMPARE(channel.OpenPort(Usb("VD000017", 14400)), 0);
+    QCOMPARE(channel.OpenPort(Line("VD000017", 14400)), 0);
     QVERIFY(channel.IsPortOpen());
     QVERIFY(!channel.IsReaderRunning());
     QCOMPARE(channel.GetLastError(), QStringLiteral("USB converter VD000017 refused the line settings (14400 baud)"));
@@ -399,7 +352,7 @@ void tst_UsbConverter::refusedSettingsLeaveTheConverterOpenWithoutReader()
 void tst_UsbConverter::converterNotPluggedInLeavesTheLineClosed()
 {
     CComm channel;
-    QCOMPARE(channel.OpenPort(Usb("FTNOPE")), 0);
+    QCOMPARE(channel.OpenPort(Line("FTNOPE")), 0);
     QVERIFY(!channel.IsPortOpen());
     QCOMPARE(channel.GetLastError(), QStringLiteral("Cannot open USB converter FTNOPE: not plugged in"));
 }
@@ -411,8 +364,8 @@ void tst_UsbConverter::twoConvertersHaveTheirOwnBinding()
     CComm second;
     owner.Add(first);
     owner.Add(second);
-    QVERIFY(first.OpenPort(Usb("FT1A2B3C")));
-    QVERIFY(second.OpenPort(Usb("VD000017")));
+    QVERIFY(first.OpenPort(Line("FT1A2B3C")));
+    QVERIFY(second.OpenPort(Line("VD000017")));
     first.SetPortOpen(false);
     QVERIFY(SendTo(m_fake.peerFd("VD000017"), "still"));
     QVERIFY(owner.WaitForData(second, 5));
@@ -421,27 +374,27 @@ void tst_UsbConverter::twoConvertersHaveTheirOwnBinding()
 
 void tst_UsbConverter::withoutTheLibraryTheKernelTtyIsUsed()
 {
-    PtyPair pty;
+    CPtyPair pty;
     // /dev/pts/N appears in sysfs as "pts!N".
-    QString ttyName = QString::fromLocal8Bit(pty.Path().mid(5));
+    QString ttyName = QString::fromLocal8Bit(PathOf(pty).mid(5));
     ttyName.replace(QLatin1Char('/'), QLatin1Char('!'));
     FakeSysfs sysfs;
     sysfs.AddUsbTty(ttyName, "VD000017", 1);
     qputenv("ORVALIS_SYSFS_ROOT", sysfs.Root().toLocal8Bit());
     qputenv("ORVALIS_D2XX_LIBRARY", "/nonexistent/libftd2xx.so");
 
-    QCOMPARE(CConnectorList::FindKernelDevice("VD000017"), pty.Path());
+    QCOMPARE(CConnectorList::FindKernelDevice("VD000017"), PathOf(pty));
     RecordingOwner owner;
     CComm channel;
     owner.Add(channel);
-    QVERIFY(channel.OpenPort(Usb("VD000017", 4800, 8, 'E')));
+    QVERIFY(channel.OpenPort(Line("VD000017", 4800, 8, 'E')));
     QCOMPARE(channel.GetBackend(), CComm::SerialPortBackend);
     QCOMPARE(LineBaudRate(pty.Slave()), 4800u);
-    pty.Send("kernel");
+    pty.WriteMaster("kernel");
     QVERIFY(owner.WaitForData(channel, 6));
 
     CComm absent;
-    QCOMPARE(absent.OpenPort(Usb("VD999")), 0);
+    QCOMPARE(absent.OpenPort(Line("VD999")), 0);
     QVERIFY(!absent.IsPortOpen());
     QVERIFY2(absent.GetLastError().contains(QStringLiteral("VD999: not plugged in (no D2XX library")),
              qPrintable(absent.GetLastError()));

@@ -21,7 +21,6 @@ void tst_CLineSettingsText::parity_data()
     QTest::newRow("letter") << "E" << int('E') << "E";
     QTest::newRow("lower-case letter") << "o" << int('O') << "O";
     QTest::newRow("word in any case") << "sPaCe" << int('S') << "S";
-    QTest::newRow("mark") << "Mark" << int('M') << "M";
     QTest::newRow("none") << "none" << int('N') << "N";
     QTest::newRow("unknown word") << "even-ish" << -1 << "";
     QTest::newRow("empty text") << "" << -1 << "";
@@ -44,7 +43,6 @@ void tst_CLineSettingsText::flowControl_data()
     QTest::newRow("none is 0") << "None" << 0 << "None";
     QTest::newRow("xon/xoff is 1") << "xon/xoff" << 1 << "Xon/Xoff";
     QTest::newRow("rts/cts is 2") << "RTS/CTS" << 2 << "Rts/Cts";
-    QTest::newRow("dtr/dsr is 3") << "Dtr/Dsr" << 3 << "Dtr/Dsr";
     QTest::newRow("unknown word") << "hardware" << -1 << "";
 }
 

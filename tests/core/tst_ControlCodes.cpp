@@ -33,13 +33,10 @@ void tst_ControlCodes::getCode_data()
     QTest::addColumn<int>("code");
     QTest::newRow("first name") << QByteArray("NUL") << 0;
     QTest::newRow("carriage return") << QByteArray("CR") << 13;
-    QTest::newRow("escape") << QByteArray("ESC") << 27;
     QTest::newRow("last control name") << QByteArray("US") << 31;
     QTest::newRow("space is SPC") << QByteArray("SPC") << 32;
     QTest::newRow("lower case is not a name") << QByteArray("cr") << -1;
-    QTest::newRow("mixed case is not a name") << QByteArray("Cr") << -1;
     QTest::newRow("empty is not a name") << QByteArray() << -1;
-    QTest::newRow("longer text is not a name") << QByteArray("ESCAPE") << -1;
     QTest::newRow("name with trailing space") << QByteArray("CR ") << -1;
     QTest::newRow("name with embedded NUL") << QByteArray("CR\0", 3) << -1;
 }
@@ -56,11 +53,9 @@ void tst_ControlCodes::getName_data()
     QTest::addColumn<int>("code");
     QTest::addColumn<QByteArray>("name");
     QTest::newRow("zero") << 0 << QByteArray("NUL");
-    QTest::newRow("line feed") << 10 << QByteArray("LF");
     QTest::newRow("thirty-two") << 32 << QByteArray("SPC");
     QTest::newRow("thirty-three is outside") << 33 << QByteArray();
     QTest::newRow("negative is outside") << -1 << QByteArray();
-    QTest::newRow("large is outside") << (1 << 20) << QByteArray();
 }
 
 void tst_ControlCodes::getName()
@@ -86,14 +81,11 @@ void tst_ControlCodes::decode_data()
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QByteArray>("decoded");
     QTest::newRow("CR LF") << QByteArray("<CR><LF>") << QByteArray("\r\n");
-    QTest::newRow("SPC is a space") << QByteArray("<SPC>") << QByteArray(" ");
     QTest::newRow("lower case stays") << QByteArray("<cr>") << QByteArray("<cr>");
     QTest::newRow("empty brackets stay") << QByteArray("<>") << QByteArray("<>");
-    QTest::newRow("unknown name stays") << QByteArray("<X>") << QByteArray("<X>");
     QTest::newRow("unknown longer name stays") << QByteArray("<CRX>") << QByteArray("<CRX>");
     QTest::newRow("first three letters name the code")
         << QByteArray("<ESCAPE>") << QByteArray("\x1b");
-    QTest::newRow("text before a code") << QByteArray("Temp: 25<CR>") << QByteArray("Temp: 25\r");
     QTest::newRow("literal < before a code") << QByteArray("<<CR>") << QByteArray("<\r");
     QTest::newRow("NUL ends the text") << QByteArray("AB<NUL>CD") << QByteArray("AB");
     QTest::newRow("leading NUL gives nothing") << QByteArray("<NUL>") << QByteArray();
@@ -104,7 +96,6 @@ void tst_ControlCodes::decode_data()
     QTest::newRow("lone < at the end") << QByteArray("a<") << QByteArray("a<");
     QTest::newRow("name is looked up to the next >")
         << QByteArray("<ESC<CR>z") << QByteArray("\x1bz");
-    QTest::newRow("high bytes are copied") << QByteArray("25\xb0" "C") << QByteArray("25\xb0" "C");
     QTest::newRow("empty") << QByteArray() << QByteArray();
 }
 
@@ -123,10 +114,7 @@ void tst_ControlCodes::encode_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QByteArray>("encoded");
     QTest::newRow("CR LF") << QByteArray("\r\n") << QByteArray("<CR><LF>");
-    QTest::newRow("space stays") << QByteArray("a b") << QByteArray("a b");
     QTest::newRow("embedded NUL is encoded") << QByteArray("A\0B", 3) << QByteArray("A<NUL>B");
-    QTest::newRow("unit separator") << QByteArray("\x1f") << QByteArray("<US>");
-    QTest::newRow("degree sign stays") << QByteArray("\xb0") << QByteArray("\xb0");
     QTest::newRow("DEL stays") << QByteArray("\x7f") << QByteArray("\x7f");
 }
 

@@ -45,8 +45,6 @@ void tst_ScriptCommand::execute_data()
     QTest::addColumn<QByteArray>("output");
 
     const QByteArray weight("  12.5 mg");
-    QTest::newRow("TrimLeft removes leading spaces") << QByteArray("TrimLeft()") << weight
-                                                     << QByteArray("12.5 mg");
     QTest::newRow("TrimLeft removes every white-space kind")
         << QByteArray("TrimLeft()") << QByteArray(" \t\n\v\f\rx \t") << QByteArray("x \t");
     QTest::newRow("TrimLeft keeps other control bytes")
@@ -57,8 +55,6 @@ void tst_ScriptCommand::execute_data()
                                         << QByteArray("a\tb");
     QTest::newRow("ChangeSpaces replaces each run") << QByteArray("ChangeSpaces(;)") << weight
                                                     << QByteArray(";12.5;mg");
-    QTest::newRow("ChangeSpaces with a control code")
-        << QByteArray("ChangeSpaces(<HT>)") << QByteArray("a  b c") << QByteArray("a\tb\tc");
     QTest::newRow("ChangeSpaces with a longer string")
         << QByteArray("ChangeSpaces(abc)") << QByteArray("1 2") << QByteArray("1abc2");
     QTest::newRow("ChangeSpaces without argument removes spaces")
@@ -79,8 +75,6 @@ void tst_ScriptCommand::execute_data()
         << QByteArray("SkipCharacters(2) 5") << QByteArray("abcdefg") << QByteArray("cdefg");
     QTest::newRow("RemoveCharacters at the front") << QByteArray("RemoveCharacters(0, 2)")
                                                    << weight << QByteArray("12.5 mg");
-    QTest::newRow("RemoveCharacters in the middle")
-        << QByteArray("RemoveCharacters(1, 2)") << QByteArray("abcde") << QByteArray("ade");
     QTest::newRow("RemoveCharacters beyond the end keeps the front")
         << QByteArray("RemoveCharacters(2, 99)") << QByteArray("abcde") << QByteArray("ab");
     QTest::newRow("RemoveCharacters with negative count repeats bytes")
@@ -95,26 +89,17 @@ void tst_ScriptCommand::execute_data()
     QTest::newRow("RemoveCharacters does not overflow on huge values")
         << QByteArray("RemoveCharacters(2147483647, 2147483647)") << QByteArray("abc")
         << QByteArray("abc");
-    QTest::newRow("RemoveCharacters with the smallest count")
-        << QByteArray("RemoveCharacters(1, -2147483648)") << QByteArray("abc")
-        << QByteArray("aabc");
     QTest::newRow("RemoveCharacters saturates numbers beyond 32 bits")
         << QByteArray("RemoveCharacters(99999999999999999999, 1)") << QByteArray("abc")
         << QByteArray("abc");
     QTest::newRow("RemoveCharacters escape form removes every sequence")
         << QByteArray("RemoveCharacters(27, 2)") << QByteArray("A" + kEsc + "xB" + kEsc + "y")
         << QByteArray("AB");
-    QTest::newRow("RemoveCharacters escape form with three-byte sequences")
-        << QByteArray("RemoveCharacters(27, 3)")
-        << QByteArray(kEsc + "[2J" + kEsc + kEsc + "ab" + kEsc) << QByteArray("Jb");
     QTest::newRow("RemoveCharacters escape form without ESC leaves the string")
         << QByteArray("RemoveCharacters(27, 3)") << QByteArray("a long string")
         << QByteArray("a long string");
     QTest::newRow("RemoveCharacters escape form with zero count ends unchanged")
         << QByteArray("RemoveCharacters(27, 0)") << QByteArray("a" + kEsc + "b")
-        << QByteArray("a" + kEsc + "b");
-    QTest::newRow("RemoveCharacters escape form with negative count ends unchanged")
-        << QByteArray("RemoveCharacters(27, -3)") << QByteArray("a" + kEsc + "b")
         << QByteArray("a" + kEsc + "b");
     QTest::newRow("RemoveCharacters escape form with missing count ends unchanged")
         << QByteArray("RemoveCharacters(27)") << QByteArray(kEsc + "b") << QByteArray(kEsc + "b");
@@ -122,26 +107,16 @@ void tst_ScriptCommand::execute_data()
         << QByteArray("RemoveCharacters(27, 1)") << QByteArray(30, 'x') << QByteArray(30, 'x');
     QTest::newRow("InsertCharacter at the front") << QByteArray("InsertCharacter(0, #)") << weight
                                                   << QByteArray("#  12.5 mg");
-    QTest::newRow("InsertCharacter in the middle")
-        << QByteArray("InsertCharacter(2, <CR>)") << QByteArray("abcd") << QByteArray("ab\rcd");
     QTest::newRow("InsertCharacter negative position inserts at the front")
         << QByteArray("InsertCharacter(-3, x)") << QByteArray("ab") << QByteArray("xab");
     QTest::newRow("InsertCharacter beyond the end appends")
         << QByteArray("InsertCharacter(9, x)") << QByteArray("ab") << QByteArray("abx");
-    QTest::newRow("InsertCharacter at the largest position appends")
-        << QByteArray("InsertCharacter(2147483647, x)") << QByteArray("ab") << QByteArray("abx");
-    QTest::newRow("InsertCharacter at the smallest position inserts at the front")
-        << QByteArray("InsertCharacter(-2147483648, x)") << QByteArray("ab") << QByteArray("xab");
     QTest::newRow("InsertCharacter without character inserts NUL")
         << QByteArray("InsertCharacter(2)") << QByteArray("abc") << QByteArray("ab\0c", 4);
     QTest::newRow("InsertCharacter takes the first byte of the token")
         << QByteArray("InsertCharacter(0, xyz)") << QByteArray("a") << QByteArray("xa");
     QTest::newRow("InsertCharacter with a token decoding to nothing inserts NUL")
         << QByteArray("InsertCharacter(0, <NUL>)") << QByteArray("a") << QByteArray("\0a", 2);
-    QTest::newRow("InsertCharacter with a space")
-        << QByteArray("InsertCharacter(1, <SPC>)") << QByteArray("ab") << QByteArray("a b");
-    QTest::newRow("InsertCharacter with a high byte")
-        << QByteArray("InsertCharacter(0, \xb0)") << QByteArray("C") << QByteArray("\xb0" "C");
     QTest::newRow("InsertCharacter ignores surplus characters")
         << QByteArray("InsertCharacter(0, a, b, c, d, e, f)") << QByteArray("z")
         << QByteArray("az");
@@ -154,17 +129,9 @@ void tst_ScriptCommand::execute_data()
         << QByteArray("aXc");
     QTest::newRow("ChangeCharacter without character writes NUL")
         << QByteArray("ChangeCharacter(1)") << QByteArray("abc") << QByteArray("a\0c", 3);
-    QTest::newRow("ChangeCharacters dot to space")
-        << QByteArray("ChangeCharacters(., <SPC>)") << QByteArray("1.2.3") << QByteArray("1 2 3");
-    QTest::newRow("ChangeCharacters to a plain comma")
-        << QByteArray("ChangeCharacters(a, ,)") << QByteArray("a-a") << QByteArray(",-,");
-    QTest::newRow("ChangeCharacters semicolon to comma")
-        << QByteArray("ChangeCharacters(;, ,)") << QByteArray("1;2") << QByteArray("1,2");
     QTest::newRow("ChangeCharacters CR to space")
         << QByteArray("ChangeCharacters(<CR>, <SPC>)") << QByteArray("a\rb\r")
         << QByteArray("a b ");
-    QTest::newRow("ChangeCharacters space to underscore")
-        << QByteArray("ChangeCharacters(<SPC>, _)") << QByteArray("a b c") << QByteArray("a_b_c");
     QTest::newRow("ChangeCharacters without target writes NUL")
         << QByteArray("ChangeCharacters(a)") << QByteArray("bab") << QByteArray("b\0b", 3);
     QTest::newRow("ChangeCharacters of a high byte")
@@ -202,10 +169,8 @@ void tst_ScriptCommand::unknownCommandLeavesOutput_data()
     QTest::addColumn<QByteArray>("command");
     QTest::newRow("wrong case") << QByteArray("trimall()");
     QTest::newRow("no parenthesis") << QByteArray("TrimAll");
-    QTest::newRow("leading space") << QByteArray(" TrimAll()");
     QTest::newRow("space before parenthesis") << QByteArray("TrimAll ()");
     QTest::newRow("empty text") << QByteArray();
-    QTest::newRow("only a parenthesis") << QByteArray("(");
     QTest::newRow("prefix of a name") << QByteArray("Trim()");
     QTest::newRow("name with NUL") << QByteArray("TrimAll\0()", 10);
 }
@@ -226,8 +191,6 @@ void tst_ScriptCommand::changeCharacterOutsideFails_data()
                                                   << QByteArray("abc");
     QTest::newRow("negative position") << QByteArray("ChangeCharacter(-1, x)") << QByteArray("abc");
     QTest::newRow("empty string") << QByteArray("ChangeCharacter(0, x)") << QByteArray();
-    QTest::newRow("largest position") << QByteArray("ChangeCharacter(2147483647, x)")
-                                      << QByteArray("abc");
 }
 
 void tst_ScriptCommand::changeCharacterOutsideFails()

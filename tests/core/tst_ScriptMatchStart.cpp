@@ -15,8 +15,6 @@ class tst_ScriptMatchStart : public QObject
 private Q_SLOTS:
     void matchStart_data();
     void matchStart();
-    void runsSequenceOnReceivedString_data();
-    void runsSequenceOnReceivedString();
 };
 
 void tst_ScriptMatchStart::matchStart_data()
@@ -62,9 +60,6 @@ void tst_ScriptMatchStart::matchStart_data()
     QTest::newRow("input decoding to nothing is skipped and leaves the end byte")
         << QByteArray() << QByteArrayList {"<NUL>", "~"} << int('x') << true << 1 << int('~')
         << int('~');
-    QTest::newRow("only input decoding to nothing")
-        << QByteArray() << QByteArrayList {"<NUL>"} << int('x') << false << -1 << kUnset
-        << kUnset;
     QTest::newRow("empty input string")
         << QByteArray() << QByteArrayList {""} << 0 << false << -1 << kUnset << kUnset;
     QTest::newRow("end setting decoding to nothing uses the input strings")
@@ -93,33 +88,6 @@ void tst_ScriptMatchStart::matchStart()
     QCOMPARE(found, index);
     QCOMPARE(start, startChar);
     QCOMPARE(end, endChar);
-}
-
-void tst_ScriptMatchStart::runsSequenceOnReceivedString_data()
-{
-    QTest::addColumn<QByteArrayList>("sequence");
-    QTest::addColumn<QByteArray>("received");
-    QTest::addColumn<QByteArray>("result");
-    QTest::newRow("no commands leave the string") << QByteArrayList {} << QByteArray("  1 g\r")
-                                                  << QByteArray("  1 g\r");
-    QTest::newRow("each command works on the previous output")
-        << QByteArrayList {"TrimLeft()", "ChangeCharacters(<CR>, ;)", "ChangeSpaces(<HT>)"}
-        << QByteArray("  12.5   mg\r") << QByteArray("12.5\tmg;");
-    QTest::newRow("sequence may end with an empty string")
-        << QByteArrayList {"SkipCharacters(99)", "TrimLeft()"} << QByteArray("abc")
-        << QByteArray();
-}
-
-void tst_ScriptMatchStart::runsSequenceOnReceivedString()
-{
-    QFETCH(QByteArrayList, sequence);
-    QFETCH(QByteArray, received);
-    QFETCH(QByteArray, result);
-    const CScript script;
-    QByteArray output = received;
-    for (const QByteArray& command : sequence)
-        QCOMPARE(script.ExecuteCommand(command, output, output), 1);
-    QCOMPARE(output, result);
 }
 
 QTEST_APPLESS_MAIN(tst_ScriptMatchStart)

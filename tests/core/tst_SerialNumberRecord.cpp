@@ -25,12 +25,6 @@ void tst_SerialNumberRecord::buildRecord_data()
     QTest::newRow("all zero") << QByteArray("0") << 0 << QByteArray("S3090000000000000000F6");
     QTest::newRow("decimal address") << QByteArray("305419896") << 9999
                                      << QByteArray("S309123456780000270FAC");
-    QTest::newRow("address beyond 32 bits saturates")
-        << QByteArray("0x1FFFFFFFF") << 9999 << QByteArray("S309FFFFFFFF0000270FC4");
-    QTest::newRow("leading zero is octal") << QByteArray("010") << 0
-                                           << QByteArray("S3090000000800000000EE");
-    QTest::newRow("address that is not a number is zero")
-        << QByteArray("abc") << 0 << QByteArray("S3090000000000000000F6");
     QTest::newRow("negative number is its two's complement")
         << QByteArray("0") << -1 << QByteArray("S30900000000FFFFFFFFFA");
 }
@@ -54,9 +48,7 @@ void tst_SerialNumberRecord::readAddress_data()
     QTest::newRow("upper-case hex prefix") << QByteArray("0XAbC") << quint32(0xABC);
     QTest::newRow("octal") << QByteArray("0777") << quint32(511);
     QTest::newRow("octal stops at 8") << QByteArray("018") << quint32(1);
-    QTest::newRow("decimal stops at a letter") << QByteArray("12ab") << quint32(12);
     QTest::newRow("hex prefix without digits is zero") << QByteArray("0xg") << quint32(0);
-    QTest::newRow("empty is zero") << QByteArray() << quint32(0);
     QTest::newRow("leading blanks are skipped") << QByteArray(" \t42") << quint32(42);
     QTest::newRow("largest 32-bit value") << QByteArray("4294967295") << quint32(0xFFFFFFFF);
     QTest::newRow("one beyond 32 bits saturates") << QByteArray("4294967296")
@@ -87,10 +79,8 @@ void tst_SerialNumberRecord::parseSerialNumber_data()
     QTest::newRow("one beyond the largest") << "10000" << false << -7 << outOfRange;
     QTest::newRow("negative") << "-1" << false << -7 << outOfRange;
     QTest::newRow("huge number") << "99999999999999999999999" << false << -7 << outOfRange;
-    QTest::newRow("letters") << "abc" << false << -7 << notInteger;
     QTest::newRow("trailing letters") << "12x" << false << -7 << notInteger;
     QTest::newRow("empty") << "" << false << -7 << notInteger;
-    QTest::newRow("sign alone") << "-" << false << -7 << notInteger;
 }
 
 void tst_SerialNumberRecord::parseSerialNumber()

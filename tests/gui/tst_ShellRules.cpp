@@ -1,13 +1,11 @@
 // The shell's logic without windows: command line, "Window" value and
 // placement, profile round trip, program folder, file filters, the General
-// page's file-name rule, the About box's ampersand, menus by position.
+// page's file-name rule, the About box's ampersand.
 
 #include "CAboutDlg.h"
 #include "CCommandLine.h"
-#include "CDocTemplate.h"
 #include "CDriverFileName.h"
 #include "CFileFilter.h"
-#include "CFrameResource.h"
 #include "CProfile.h"
 #include "CProgramFolder.h"
 #include "CWindowRect.h"
@@ -31,14 +29,11 @@ private Q_SLOTS:
     void profileIntegers();
     void programFolder_data();
     void programFolder();
-    void fileFilter_data();
-    void fileFilter();
+    void fileFilters();
     void driverFileName_data();
     void driverFileName();
-    void documentTemplateNames();
     void legalNoticeAmpersand_data();
     void legalNoticeAmpersand();
-    void menusByPosition();
 };
 
 void tst_ShellRules::commandLine_data()
@@ -60,9 +55,7 @@ void tst_ShellRules::commandLine_data()
     QTest::newRow("the last D option wins") << QStringList{"/Da.tbb", "/Dlab.tbb"} << lab << false << false;
     QTest::newRow("Sminimize starts minimised") << QStringList{"/Sminimize"} << QString() << true << false;
     QTest::newRow("SMinimize changes nothing") << QStringList{"/SMinimize"} << QString() << false << false;
-    QTest::newRow("Smin changes nothing") << QStringList{"/Smin"} << QString() << false << false;
     QTest::newRow("Embedding flag in any case") << QStringList{"-embedding"} << QString() << false << true;
-    QTest::newRow("Automation flag") << QStringList{"/Automation"} << QString() << false << true;
     QTest::newRow("Automation without a prefix is a file name") << QStringList{"Automation"} << QString() << false << false;
     QTest::newRow("driver and automation together")
         << QStringList{"/Automation", "/Dlab.tbb"} << lab << false << true;
@@ -93,7 +86,6 @@ void tst_ShellRules::windowValue_data()
     QTest::newRow("scanning stops at the first bad field") << "10 x 30 40" << QList<int>{10, 0, 0, 0};
     QTest::newRow("extra blanks and a tail are ignored") << "  1   2 3 4 junk" << QList<int>{1, 2, 3, 4};
     QTest::newRow("an overlong number is clamped") << "99999999999 0 0 0" << QList<int>{INT_MAX, 0, 0, 0};
-    QTest::newRow("nothing scans") << "abc" << QList<int>{0, 0, 0, 0};
 }
 
 void tst_ShellRules::windowValue()
@@ -202,25 +194,10 @@ void tst_ShellRules::programFolder()
              folder);
 }
 
-void tst_ShellRules::fileFilter_data()
+void tst_ShellRules::fileFilters()
 {
-    QTest::addColumn<int>("id");
-    QTest::addColumn<QString>("extension");
-    QTest::addColumn<QString>("filter");
-
-    QTest::newRow("instrument drivers") << IDS_INSTRUMENT_DRIVER_FILTER << "tbb" << "Instrument Drivers (*.tbb)";
-    QTest::newRow("terminal drivers") << IDS_TERMINAL_DRIVER_FILTER << "drv" << "Terminal Drivers (*.drv)";
-    QTest::newRow("all files match names without a dot too") << IDS_ALL_FILES_FILTER << "*" << "All files (*)";
-}
-
-void tst_ShellRules::fileFilter()
-{
-    QFETCH(int, id);
-    QFETCH(QString, extension);
-    QFETCH(QString, filter);
-    const CFileFilter result = CFileFilter::FromResource(id);
-    QCOMPARE(result.strDefaultExtension, extension);
-    QCOMPARE(result.strFilter, filter);
+    // "*" also matches names without a dot.
+    QCOMPARE(CFileFilter::FromResource(IDS_ALL_FILES_FILTER).strFilter, QStringLiteral("All files (*)"));
     QCOMPARE(CFileFilter::ToQtFilter("Texts|*.txt;*.log|Drivers (*.tbb)|*.tbb||"),
              QStringLiteral("Texts (*.txt *.log);;Drivers (*.tbb)"));
 }
@@ -242,23 +219,12 @@ void tst_ShellRules::driverFileName()
     QCOMPARE(CDriverFileName::ForName(name), fileName);
 }
 
-void tst_ShellRules::documentTemplateNames()
-{
-    // Connect Instrument and Terminal Emulation find their window type by these.
-    QCOMPARE(CDocTemplate(IDR_ORVALITYPE).NewFileName(), QStringLiteral("Orvali"));
-    QCOMPARE(CDocTemplate(IDR_TERMINALTYPE).NewFileName(), QStringLiteral("Terminal"));
-    QCOMPARE(CDocTemplate(IDR_ORVALITYPE).GetDocString(5), QStringLiteral("Orvalis.Document"));
-    QCOMPARE(CDocTemplate(IDR_ORVALITYPE).GetDocString(7), QString());
-}
-
 void tst_ShellRules::legalNoticeAmpersand_data()
 {
     QTest::addColumn<QString>("notice");
     QTest::addColumn<QString>("label");
-    QTest::newRow("no ampersand") << "Copyright 2026" << "Copyright 2026";
     QTest::newRow("A & B is doubled") << "A & B" << "A && B";
     QTest::newRow("only the first of two is doubled") << "A & B & C" << "A && B & C";
-    QTest::newRow("an ampersand at the start") << "&Co" << "&&Co";
 }
 
 void tst_ShellRules::legalNoticeAmpersand()
@@ -266,21 +232,6 @@ void tst_ShellRules::legalNoticeAmpersand()
     QFETCH(QString, notice);
     QFETCH(QString, label);
     QCOMPARE(CAboutDlg::DoubleFirstAmpersand(notice), label);
-}
-
-void tst_ShellRules::menusByPosition()
-{
-    // The instrument window rewrites item 32771 of popup 3 and checks 32780 in popup 4.
-    const QList<CFrameResource::Popup> instrument = CFrameResource::Menu(IDR_ORVALITYPE);
-    QCOMPARE(instrument.size(), 7);
-    QCOMPARE(instrument.at(3).strText, QStringLiteral("&Connect"));
-    QCOMPARE(instrument.at(3).items.at(0).nID, ID_CONNECT_INSTRUMENT);
-    QCOMPARE(instrument.at(4).strText, QStringLiteral("&Extras"));
-    const QList<CFrameResource::Popup> terminal = CFrameResource::Menu(IDR_TERMINALTYPE);
-    QCOMPARE(terminal.at(3).items.at(0).strText, QStringLiteral("&Close Terminal"));
-    QCOMPARE(terminal.at(3).items.at(0).nID, ID_TERMINAL_EMULATION);
-    QCOMPARE(CFrameResource::Menu(IDR_MAINFRAME).size(), 5);
-    QVERIFY(CFrameResource::Menu(131).isEmpty());
 }
 
 QTEST_MAIN(tst_ShellRules)

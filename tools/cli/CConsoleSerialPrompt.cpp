@@ -25,7 +25,8 @@ std::optional<int> CConsoleSerialPrompt::AskSerialNumber()
         m_err.flush();
         QString line;
         if (!m_in.readLineInto(&line)) {
-            m_err << "\n";
+            m_err << "\nNo serial number: the rest of the command is not sent\n";
+            m_bCancelled = true;
             return std::nullopt;
         }
         int number = 0;

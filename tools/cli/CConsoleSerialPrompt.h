@@ -12,7 +12,7 @@ class QTextStream;
 // with --serial, or one line of standard input per macro after the prompt
 // "Serial #:" on standard error. A value that is not an integer in 0..9999
 // is refused with the dialog's message and asked again; the end of standard
-// input cancels.
+// input cancels: the rest of that command is not sent.
 class CConsoleSerialPrompt : public CSerialNumberPrompt
 {
 public:
@@ -26,9 +26,12 @@ public:
     bool SetFixedNumber(const QString& text, QString& error);
 
     std::optional<int> AskSerialNumber() override;
+    // A macro was cancelled (standard input ended): its command was cut short.
+    bool WasCancelled() const { return m_bCancelled; }
 
 private:
     QTextStream& m_in;
     QTextStream& m_err;
     std::optional<int> m_fixed;
+    bool m_bCancelled = false;
 };

@@ -1,10 +1,12 @@
 // orvalis-cli COMMAND [ARGUMENTS]: the subcommands are listed in the table
 // below; adding one is a class derived from CCliCommand and one table line.
 
+#include "CCaptureCommand.h"
 #include "CCliCommand.h"
 #include "CConnectorCommand.h"
 #include "CExamplesCommand.h"
 #include "CReplayCommand.h"
+#include "CSendCommand.h"
 #include "CShowCommand.h"
 
 #include <QCoreApplication>
@@ -32,8 +34,12 @@ std::unique_ptr<CCliCommand> Make()
 
 const CCommandEntry Commands[] = {
     {"show", "FILE", "print every record of a .tbb, .drv or v24print.drv file", &Make<CShowCommand>},
+    {"capture", "DRIVER [--port NAME] [--cells FILE.csv] [--record FILE] [--serial N] [--key N] [--playback NAME]",
+     "show what the instrument sends, until Ctrl-C", &Make<CCaptureCommand>},
     {"replay", "DRIVER FILE [--cells FILE.csv]", "run recorded bytes through the driver's pipeline offline", &Make<CReplayCommand>},
     {"set-connector", "DRIVER CONNECTOR", "point an instrument driver at another line", &Make<CConnectorCommand>},
+    {"send", "DRIVER [--port NAME] [--serial N] (--key N | --text TEXT | --file PATH)",
+     "send a function key's command, a command text or a file", &Make<CSendCommand>},
     {"write-examples", "FOLDER", nullptr, &Make<CExamplesCommand>},
 };
 
