@@ -50,7 +50,13 @@ void PrintUsage(QTextStream& stream)
         if (!entry.summary)
             continue;
         const QString call = QStringLiteral("%1 %2").arg(QLatin1String(entry.name), QLatin1String(entry.arguments));
-        stream << "  " << qSetFieldWidth(22) << Qt::left << call << qSetFieldWidth(0) << entry.summary << "\n";
+        // A call too long for the column puts its summary on a line of its own.
+        constexpr int column = 22;
+        if (call.size() >= column)
+            stream << "  " << call << "\n" << QString(column + 2, QLatin1Char(' ')) << entry.summary << "\n";
+        else
+            stream << "  " << qSetFieldWidth(column) << Qt::left << call << qSetFieldWidth(0) << entry.summary
+                   << "\n";
     }
 }
 
