@@ -190,10 +190,8 @@ void CTextAppender::Insert(const QString& text, bool replaceAll)
     }
     cursor.insertText(grouped);
     m_nLines += newLines;
-    cursor.endEditBlock();
-    // Trimmed in an edit of its own: one edit from the start to the end
-    // would drop the layout of every paragraph in between.
     TrimFront();
+    cursor.endEditBlock();
     if (undo)
         document->setUndoRedoEnabled(true);
     m_nRevision = document->revision();
