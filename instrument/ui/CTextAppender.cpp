@@ -6,6 +6,8 @@
 #include <QTextCursor>
 #include <QTextDocument>
 
+#include <cstring>
+
 namespace {
 
 constexpr QChar LineSeparator(0x2028);
@@ -31,7 +33,11 @@ void CTextAppender::Append(const QByteArray& bytes)
 {
     if (bytes.isEmpty())
         return;
-    m_pending.append(bytes);
+    // Copied in place: the pipeline hands over one line at a time, and the
+    // buffer keeps its capacity between flushes.
+    const qsizetype size = m_pending.size();
+    m_pending.resize(size + bytes.size());
+    std::memcpy(m_pending.data() + size, bytes.constData(), std::size_t(bytes.size()));
     if (m_pending.size() >= MaxPendingBytes) {
         Flush();
         return;
@@ -63,7 +69,7 @@ void CTextAppender::Flush()
     if (m_pending.isEmpty())
         return;
     QString text = m_display.Convert(m_pending);
-    m_pending.clear();
+    m_pending.resize(0);
     if (m_bNameBreaks)
         text = m_nameBreaks.Add(text);
     if (text.isEmpty())
@@ -92,7 +98,8 @@ QString CTextAppender::KeepTail(const QString& text, bool& replacesAll) const
     qsizetype start = 0;
     if (text.size() > MaxCharacters)
         start = text.size() - MaxCharacters;
-    if (m_nMaxLines > 0) {
+    // Fewer characters than MaxLines cannot hold MaxLines line breaks.
+    if (m_nMaxLines > 0 && text.size() - start >= m_nMaxLines) {
         int lines = 0;
         for (qsizetype i = text.size() - 1; i >= start; --i) {
             if (text.at(i) == QLatin1Char('\n') && ++lines == m_nMaxLines) {
@@ -170,7 +177,8 @@ void CTextAppender::Insert(const QString& text, bool replaceAll)
     if (undo)
         document->setUndoRedoEnabled(false);
     // One edit block: the cursors' positions and the layout are worked out
-    // once, not for every paragraph passed.
+    // once, not for every paragraph passed. The end is set, not moved to:
+    // moving lays out the paragraph the cursor starts in.
     QTextCursor cursor(document);
     cursor.beginEditBlock();
     if (replaceAll) {
@@ -178,7 +186,7 @@ void CTextAppender::Insert(const QString& text, bool replaceAll)
         cursor.removeSelectedText();
         m_nLines = 1;
     } else {
-        cursor.movePosition(QTextCursor::End);
+        cursor.setPosition(document->characterCount() - 1);
     }
     cursor.insertText(grouped);
     m_nLines += newLines;
@@ -209,9 +217,13 @@ void CTextAppender::TrimFront()
     }
     if (block.position() == 0)
         return;
+    // Inside an edit block the cursor does not lay out the paragraphs it is
+    // set into.
     QTextCursor cursor(document);
+    cursor.beginEditBlock();
     cursor.setPosition(0);
     cursor.setPosition(block.position(), QTextCursor::KeepAnchor);
     cursor.removeSelectedText();
+    cursor.endEditBlock();
     m_nLines -= removedLines;
 }
