@@ -627,19 +627,8 @@ QString InstrumentDriverTarget(const CDriverParameter& driver)
 void CMainFrame::OnAddInstrument()
 {
     CDriverFile records;
-    records.m_FunctionKeys.AppendEmptyKeys();
-    CInstrumentSheet sheet(this, 0, false);
-    sheet.LoadFrom(records);
-    if (CUserDialogs::Current().Exec(sheet) != QDialog::Accepted)
-        return;
-    sheet.SaveTo(records);
-    const CFileResult result = records.Store(InstrumentDriverTarget(records.m_Driver));
-    records.m_Script.DeleteContents();
-    if (!result.IsOk()) {
-        // The driver stays unwritten; the status bar says why.
-        qCWarning(lcFrame).noquote() << result.Message();
-        ShowStatusMessage(result.Message());
-    }
+    if (EditInstrumentDriver(records, 0) >= 0)
+        StoreInstrumentDriver(records);
 }
 
 void CMainFrame::OnModifyInstrument()
@@ -651,45 +640,27 @@ void CMainFrame::OnModifyInstrument()
         return;
     CDriverFile records;
     // An unreadable file leaves the defaults; a damaged one what was read before the damage.
-    const CFileResult loaded = records.Load(path);
-    if (!loaded.IsOk())
-        qCInfo(lcFrame).noquote() << loaded.Message();
-    records.m_FunctionKeys.AppendEmptyKeys();
-    CInstrumentSheet sheet(this, app->m_nModifyInstrumentPage, false);
-    sheet.LoadFrom(records);
-    if (CUserDialogs::Current().Exec(sheet) != QDialog::Accepted)
+    LogLoadProblem(records.Load(path));
+    const int page = EditInstrumentDriver(records, app->m_nModifyInstrumentPage);
+    if (page < 0)
         return;
-    app->m_nModifyInstrumentPage = sheet.m_nLastActivePage;
-    sheet.SaveTo(records);
+    app->m_nModifyInstrumentPage = page;
     // Not necessarily the file opened: a renamed driver or one from another
     // folder is saved under its new name in the program folder.
-    const CFileResult result = records.Store(InstrumentDriverTarget(records.m_Driver));
-    records.m_Script.DeleteContents();
-    if (!result.IsOk()) {
-        qCWarning(lcFrame).noquote() << result.Message();
-        ShowStatusMessage(result.Message());
-    }
+    StoreInstrumentDriver(records);
 }
 
 void CMainFrame::OnAddTerminal()
 {
     COrvalisApp* app = COrvalisApp::Get();
     CTerminalFile records;
-    records.m_FunctionKeys.AppendEmptyKeys();
-    CTerminalSheet sheet(this, 0);
-    sheet.LoadFrom(records);
-    if (CUserDialogs::Current().Exec(sheet) != QDialog::Accepted)
+    if (EditTerminalDriver(records, 0) < 0)
         return;
-    sheet.SaveTo(records);
     const QString path = CUserDialogs::Current().GetSaveFileName(
         this, app->ProgramFolder(), CFileFilter::FromResource(IDS_TERMINAL_DRIVER_FILTER));
     if (path.isEmpty())
         return;
-    const CFileResult result = records.Store(path);
-    if (!result.IsOk()) {
-        qCWarning(lcFrame).noquote() << result.Message();
-        ShowStatusMessage(result.Message());
-    }
+    ReportStoreProblem(records.Store(path));
 }
 
 void CMainFrame::OnModifyTerminal()
@@ -700,21 +671,56 @@ void CMainFrame::OnModifyTerminal()
     if (path.isEmpty())
         return;
     CTerminalFile records;
-    const CFileResult loaded = records.Load(path);
-    if (!loaded.IsOk())
-        qCInfo(lcFrame).noquote() << loaded.Message();
+    LogLoadProblem(records.Load(path));
+    const int page = EditTerminalDriver(records, app->m_nModifyTerminalPage);
+    if (page < 0)
+        return;
+    app->m_nModifyTerminalPage = page;
+    ReportStoreProblem(records.Store(path));
+}
+
+int CMainFrame::EditInstrumentDriver(CDriverFile& records, int startPage)
+{
     records.m_FunctionKeys.AppendEmptyKeys();
-    CTerminalSheet sheet(this, app->m_nModifyTerminalPage);
+    CInstrumentSheet sheet(this, startPage, false);
     sheet.LoadFrom(records);
     if (CUserDialogs::Current().Exec(sheet) != QDialog::Accepted)
-        return;
-    app->m_nModifyTerminalPage = sheet.m_nLastActivePage;
+        return -1;
     sheet.SaveTo(records);
-    const CFileResult result = records.Store(path);
-    if (!result.IsOk()) {
-        qCWarning(lcFrame).noquote() << result.Message();
-        ShowStatusMessage(result.Message());
-    }
+    return sheet.m_nLastActivePage;
+}
+
+int CMainFrame::EditTerminalDriver(CTerminalFile& records, int startPage)
+{
+    records.m_FunctionKeys.AppendEmptyKeys();
+    CTerminalSheet sheet(this, startPage);
+    sheet.LoadFrom(records);
+    if (CUserDialogs::Current().Exec(sheet) != QDialog::Accepted)
+        return -1;
+    sheet.SaveTo(records);
+    return sheet.m_nLastActivePage;
+}
+
+void CMainFrame::StoreInstrumentDriver(CDriverFile& records)
+{
+    const CFileResult result = records.Store(InstrumentDriverTarget(records.m_Driver));
+    records.m_Script.DeleteContents();
+    ReportStoreProblem(result);
+}
+
+void CMainFrame::LogLoadProblem(const CFileResult& result)
+{
+    if (!result.IsOk())
+        qCInfo(lcFrame).noquote() << result.Message();
+}
+
+// The driver stays unwritten; the status bar says why.
+void CMainFrame::ReportStoreProblem(const CFileResult& result)
+{
+    if (result.IsOk())
+        return;
+    qCWarning(lcFrame).noquote() << result.Message();
+    ShowStatusMessage(result.Message());
 }
 
 void CMainFrame::OnFileNew()

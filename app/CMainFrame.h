@@ -11,7 +11,10 @@
 
 #include <optional>
 
+class CDriverFile;
+class CFileResult;
 class CFunctionKeyBar;
+class CTerminalFile;
 class CKeyLockState;
 class QLabel;
 class QMdiArea;
@@ -128,6 +131,12 @@ private:
     void OnCloseDocument();
     void ArrangeIcons();
     void ShowStatusMessage(const QString& text);
+    // Shows a driver's records in its sheet; the page active at OK, or -1 on Cancel.
+    int EditInstrumentDriver(CDriverFile& records, int startPage);
+    int EditTerminalDriver(CTerminalFile& records, int startPage);
+    void StoreInstrumentDriver(CDriverFile& records);
+    static void LogLoadProblem(const CFileResult& result);
+    void ReportStoreProblem(const CFileResult& result);
 
     QMdiArea* m_pMdiArea;
     CFunctionKeyBar* m_pFunctionKeyBar;
