@@ -6,6 +6,8 @@
 #include "CCommEvent.h"
 #include "CCommParameter.h"
 
+#include "CBenchPty.h"
+
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QLoggingCategory>
@@ -59,30 +61,9 @@ std::thread Flood(int master)
     });
 }
 
-struct Pair
-{
-    int master = -1;
-    int slave = -1;
-    QByteArray path;
-    Pair()
-    {
-        char name[128] = {};
-        termios raw{};
-        cfmakeraw(&raw);
-        if (openpty(&master, &slave, name, &raw, nullptr) != 0)
-            qFatal("openpty failed");
-        path = name;
-    }
-    ~Pair()
-    {
-        ::close(master);
-        ::close(slave);
-    }
-};
-
 Figures PlainReadLoop()
 {
-    Pair pair;
+    CBenchPty pair;
     const int fd = ::open(pair.path.constData(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     std::vector<char> buffer(65536);
     Figures figures;
@@ -129,7 +110,7 @@ public:
 
 Figures ThroughTheChannel(qint64* notifications)
 {
-    Pair pair;
+    CBenchPty pair;
     Owner owner;
     CComm channel;
     owner.channel = &channel;

@@ -21,6 +21,8 @@
 #include "CTerminalParameter.h"
 #include "CTextSink.h"
 
+#include "CBenchPty.h"
+
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QLoggingCategory>
@@ -129,28 +131,6 @@ Result FromMemory(const QByteArray& stream, bool script)
     return {double(stream.size()) / (1 << 20) / seconds, sink.m_nBytes};
 }
 
-struct CPtyPair
-{
-    CPtyPair()
-    {
-        char name[128] = {};
-        termios raw{};
-        cfmakeraw(&raw);
-        if (openpty(&master, &slave, name, &raw, nullptr) != 0)
-            qFatal("openpty failed");
-        path = name;
-    }
-    ~CPtyPair()
-    {
-        ::close(master);
-        ::close(slave);
-    }
-
-    int master = -1;
-    int slave = -1;
-    QByteArray path;
-};
-
 // The instrument: writes the stream into the master as fast as the line takes it.
 std::thread Flood(int master, const QByteArray& stream)
 {
@@ -165,7 +145,7 @@ std::thread Flood(int master, const QByteArray& stream)
 
 Result PlainReadLoop(const QByteArray& stream)
 {
-    CPtyPair pair;
+    CBenchPty pair;
     const int fd = ::open(pair.path.constData(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     std::vector<char> buffer(65536);
     qint64 bytes = 0;
@@ -217,7 +197,7 @@ private:
 
 Result EndToEnd(const QByteArray& stream, bool script)
 {
-    CPtyPair pair;
+    CBenchPty pair;
     CBalanceDriver balance(script);
     CReceivePipeline pipeline(balance.m_script, balance.m_display, balance.m_driver);
     CComm comm;
