@@ -239,9 +239,8 @@ void CScriptPage::FillControlCodes()
         m_pControlCodes->addItem(Text('<' + codes.GetName(code) + '>'));
 }
 
-// The state of a freshly opened page: the first input string and its
-// sequence, nothing chosen, help and preview empty, Add and Remove disabled.
-void CScriptPage::ShowWorkingCopy()
+// The input box refilled with the first input string and its sequence.
+void CScriptPage::ShowFirstInputString()
 {
     FillInputBox();
     m_nInput = m_InputStrings.isEmpty() ? -1 : 0;
@@ -253,6 +252,13 @@ void CScriptPage::ShowWorkingCopy()
     }
     FillSequenceList(m_nInput);
     m_nShownInput = m_nInput;
+}
+
+// The state of a freshly opened page: the first input string and its
+// sequence, nothing chosen, help and preview empty, Add and Remove disabled.
+void CScriptPage::ShowWorkingCopy()
+{
+    ShowFirstInputString();
     {
         const QSignalBlocker blocker(m_pCommands);
         m_pCommands->setCurrentRow(-1);
@@ -583,16 +589,7 @@ void CScriptPage::RemoveInputString()
     m_InputStrings.removeAt(m_nInput);
     if (m_nInput < m_Sequences.size())
         m_Sequences.removeAt(m_nInput);
-    FillInputBox();
-    m_nInput = m_InputStrings.isEmpty() ? -1 : 0;
-    {
-        const QSignalBlocker blocker(m_pInput);
-        m_pInput->setCurrentIndex(m_nInput);
-        if (m_nInput < 0)
-            m_pInput->setEditText(QString());
-    }
-    FillSequenceList(m_nInput);
-    m_nShownInput = m_nInput;
+    ShowFirstInputString();
     UpdatePreview();
     SetPending(false);
     m_pInput->setFocus(Qt::OtherFocusReason);

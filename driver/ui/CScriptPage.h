@@ -66,6 +66,7 @@ private:
     void FillCommandNames();
     void FillControlCodes();
     void ShowWorkingCopy();
+    void ShowFirstInputString();
 
     void OnFocusIn(Control control);
     void OnFocusOut(Control control);
