@@ -3,5 +3,6 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/tools/install-deps.sh"
-cmake -S "$root" -B "$root/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+export CCACHE_BASEDIR="$root" CCACHE_NOHASHDIR=true
+"$root/tools/configure.sh" "$root/build"
 cmake --build "$root/build" -j2

@@ -5,8 +5,8 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 seconds=${1:-600}
 "$root/tools/install-deps.sh"
-cmake -S "$root" -B "$root/build-fuzz" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DCMAKE_CXX_COMPILER=clang++ -DORVALIS_FUZZ=ON -DORVALIS_GUI=OFF -DORVALIS_TESTS=OFF >/dev/null
+export CCACHE_BASEDIR="$root" CCACHE_NOHASHDIR=true
+"$root/tools/configure.sh" "$root/build-fuzz" -DCMAKE_CXX_COMPILER=clang++ -DORVALIS_FUZZ=ON -DORVALIS_GUI=OFF -DORVALIS_TESTS=OFF
 cmake --build "$root/build-fuzz" -j2
 for target in "$root"/build-fuzz/tests/fuzz/fuzz_*; do
   [[ -f "$target" && -x "$target" ]] || continue  # skips the _autogen folders
