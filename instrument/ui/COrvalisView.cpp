@@ -321,7 +321,6 @@ void COrvalisView::OnComMessage(const CCommEvent& event)
 void COrvalisView::OnCommEvent()
 {
     ++m_nPassDepth;
-    m_source.StartPass();
     m_pipeline.OnCommEvent();
     --m_nPassDepth;
     NoteTransferStart();
