@@ -176,7 +176,7 @@ bool CComm::OpenHandle()
             port.reset();
     }
     if (port == nullptr) {
-        qCInfo(lcComm) << error;
+        qCDebug(lcComm) << error;
         SetLastError(error);
         return false;
     }
