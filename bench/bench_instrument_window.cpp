@@ -14,6 +14,8 @@
 #include "COrvalisApp.h"
 #include "COrvalisView.h"
 
+#include "BenchBalance.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -39,17 +41,6 @@ constexpr double GoalRatio = 0.25;
 constexpr qint64 GoalStallMs = 50;
 constexpr int TimerIntervalMs = 5;
 constexpr int Rounds = 3;
-
-// A balance sending weights, 12 bytes a line.
-QByteArray Lines(qsizetype size)
-{
-    QByteArray stream;
-    stream.reserve(size);
-    for (int i = 0; stream.size() + 12 <= size; ++i)
-        stream += "W+" + QByteArray::number(1000 + i % 9000).rightJustified(4, '0') + "."
-            + QByteArray::number(i % 1000).rightJustified(3, '0') + "\r\n";
-    return stream;
-}
 
 std::thread Flood(int master, const QByteArray& stream)
 {
@@ -208,7 +199,7 @@ int main(int argc, char* argv[])
     }
     ::close(slaveFd);
     const QByteArray slave(name);
-    const QByteArray stream = Lines(megabytes * 1024 * 1024);
+    const QByteArray stream = BalanceStream(megabytes * 1024 * 1024);
 
     double plain = 0;
     WindowFigures window;
