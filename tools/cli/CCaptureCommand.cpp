@@ -157,7 +157,7 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     loop.exec();
 
     comm.SetPortOpen(false);
-    out.flush();
+    session.FlushText();
     if (parser.isSet(record) && !source.Failed() && !writer.Finish()) {
         err << writer.ErrorString() << "\n";
         return ExitFailed;
