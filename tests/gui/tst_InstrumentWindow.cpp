@@ -23,6 +23,8 @@
 
 #include <QAction>
 #include <QCheckBox>
+#include <QComboBox>
+#include <QAbstractItemView>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
@@ -111,6 +113,7 @@ private Q_SLOTS:
     void playbackFileAnswersLineFeeds();
     void optionsCancelReopensUnchanged();
     void optionsOkWritesPagesBackAndReopens();
+    void optionsKeepConnectorTheListDoesNotOffer();
     void showControlCharactersConvertsText();
     void driverWrittenBackOnClose();
     void functionKeyBarFollowsActiveWindow();
@@ -478,6 +481,41 @@ void tst_InstrumentWindow::optionsOkWritesPagesBackAndReopens()
     QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1 + 2)->text(), QStringLiteral("Zero"));
     QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 2));
     QCOMPARE(m_pty->ReadMaster(2), QByteArray("Z\r"));
+}
+
+void tst_InstrumentWindow::optionsKeepConnectorTheListDoesNotOffer()
+{
+    // As in the demo: the driver names a link to the line, which the
+    // connector list does not offer. The list is opened and closed with Esc,
+    // another page is shown, OK.
+    const QString link = Home(QStringLiteral("instrument-tty"));
+    QVERIFY(QFile::link(m_pty->SlaveName(), link));
+    COrvalisView* view = Start(Driver(link));
+    QVERIFY(view && view->m_comm.IsPortOpen());
+    QString shown;
+    m_dialogs->m_onExec = [&shown](QDialog& dialog) {
+        auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
+        sheet->show();
+        sheet->SetActivePage(1);
+        QComboBox* list = sheet->m_pCommPage->m_pConnector;
+        shown = list->currentText();
+        list->setFocus(Qt::MouseFocusReason);
+        list->showPopup();
+        QTest::keyClick(list->view(), Qt::Key_Escape);
+        sheet->SetActivePage(2);
+        sheet->accept();
+        return sheet->result();
+    };
+    QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
+    QCOMPARE(shown, link);
+    QCOMPARE(view->m_commParam.m_strConnector, link.toLocal8Bit());
+    QVERIFY(view->m_comm.IsPortOpen());
+    Send("still reading\r\n");
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("still reading\n"));
+    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+    CDriverFile written;
+    QVERIFY(written.Load(Home(QStringLiteral("lab.tbb"))).IsOk());
+    QCOMPARE(written.m_Comm.m_strConnector, link.toLocal8Bit());
 }
 
 void tst_InstrumentWindow::showControlCharactersConvertsText()

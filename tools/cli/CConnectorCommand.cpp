@@ -14,8 +14,7 @@ int CConnectorCommand::Run(const QStringList& arguments, QTextStream& out, QText
     const QString& path = arguments.at(0);
     const CConnectorName connector = CConnectorName::Parse(arguments.at(1).toLocal8Bit());
     if (connector.GetKind() == CConnectorName::Invalid) {
-        err << "Bad connector \"" << arguments.at(1)
-            << "\": expected COMn, a device path, a device name, a converter's serial number or None\n";
+        err << CConnectorName::BadNameMessage(arguments.at(1)) << "\n";
         return ExitUsage;
     }
     CDriverFile driver;
