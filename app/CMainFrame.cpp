@@ -12,6 +12,7 @@
 #include "CInstrumentSheet.h"
 #include "CKeyLockState.h"
 #include "COrvalisApp.h"
+#include "CSaveElsewhere.h"
 #include "CStringTable.h"
 #include "CTerminalFile.h"
 #include "CTerminalFrame.h"
@@ -24,6 +25,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QLabel>
 #include <QLoggingCategory>
@@ -381,11 +383,6 @@ void CMainFrame::UpdateIndicators()
     }
 }
 
-void CMainFrame::ShowStatusMessage(const QString& text)
-{
-    SetPaneText(PaneMessage, text);
-}
-
 // ---------------------------------------------------------------------------
 // Child windows and command routing
 
@@ -622,13 +619,19 @@ QString InstrumentDriverTarget(const CDriverParameter& driver)
     return QDir(COrvalisApp::Get()->ProgramFolder()).filePath(CCodePage::ToUnicode(driver.m_strFileName));
 }
 
+bool IsSameFile(const QString& a, const QString& b)
+{
+    const QString canonical = QFileInfo(a).canonicalFilePath();
+    return !canonical.isEmpty() && canonical == QFileInfo(b).canonicalFilePath();
+}
+
 } // namespace
 
 void CMainFrame::OnAddInstrument()
 {
     CDriverFile records;
     if (EditInstrumentDriver(records, 0) >= 0)
-        StoreInstrumentDriver(records);
+        StoreInstrumentDriver(records, QString(), QString());
 }
 
 void CMainFrame::OnModifyInstrument()
@@ -640,14 +643,14 @@ void CMainFrame::OnModifyInstrument()
         return;
     CDriverFile records;
     // An unreadable file leaves the defaults; a damaged one what was read before the damage.
-    LogLoadProblem(records.Load(path));
+    const QString readProblem = ReportLoadProblem(records.Load(path));
     const int page = EditInstrumentDriver(records, app->m_nModifyInstrumentPage);
     if (page < 0)
         return;
     app->m_nModifyInstrumentPage = page;
     // Not necessarily the file opened: a renamed driver or one from another
     // folder is saved under its new name in the program folder.
-    StoreInstrumentDriver(records);
+    StoreInstrumentDriver(records, path, readProblem);
 }
 
 void CMainFrame::OnAddTerminal()
@@ -656,27 +659,31 @@ void CMainFrame::OnAddTerminal()
     CTerminalFile records;
     if (EditTerminalDriver(records, 0) < 0)
         return;
-    const QString path = CUserDialogs::Current().GetSaveFileName(
-        this, app->ProgramFolder(), CFileFilter::FromResource(IDS_TERMINAL_DRIVER_FILTER));
+    const CFileFilter filter = CFileFilter::FromResource(IDS_TERMINAL_DRIVER_FILTER);
+    const QString path = CUserDialogs::Current().GetSaveFileName(this, app->ProgramFolder(), filter);
     if (path.isEmpty())
         return;
-    ReportStoreProblem(records.Store(path));
+    CSaveElsewhere::Write(this, path, filter, [&records](const QString& target) { return records.Store(target).Message(); });
 }
 
 void CMainFrame::OnModifyTerminal()
 {
     COrvalisApp* app = COrvalisApp::Get();
-    const QString path = CUserDialogs::Current().GetOpenFileName(
-        this, app->ProgramFolder(), CFileFilter::FromResource(IDS_TERMINAL_DRIVER_FILTER));
+    const CFileFilter filter = CFileFilter::FromResource(IDS_TERMINAL_DRIVER_FILTER);
+    const QString path = CUserDialogs::Current().GetOpenFileName(this, app->ProgramFolder(), filter);
     if (path.isEmpty())
         return;
     CTerminalFile records;
-    LogLoadProblem(records.Load(path));
+    const QString readProblem = ReportLoadProblem(records.Load(path));
     const int page = EditTerminalDriver(records, app->m_nModifyTerminalPage);
     if (page < 0)
         return;
     app->m_nModifyTerminalPage = page;
-    ReportStoreProblem(records.Store(path));
+    const auto write = [&records](const QString& target) { return records.Store(target).Message(); };
+    if (readProblem.isEmpty())
+        CSaveElsewhere::Write(this, path, filter, write);
+    else
+        CSaveElsewhere::WriteOverIncomplete(this, path, readProblem, filter, write);
 }
 
 int CMainFrame::EditInstrumentDriver(CDriverFile& records, int startPage)
@@ -701,26 +708,43 @@ int CMainFrame::EditTerminalDriver(CTerminalFile& records, int startPage)
     return sheet.m_nLastActivePage;
 }
 
-void CMainFrame::StoreInstrumentDriver(CDriverFile& records)
+void CMainFrame::StoreInstrumentDriver(CDriverFile& records, const QString& openedPath, const QString& readProblem)
 {
-    const CFileResult result = records.Store(InstrumentDriverTarget(records.m_Driver));
+    const CFileFilter filter = CFileFilter::FromResource(IDS_INSTRUMENT_DRIVER_FILTER);
+    // Saved elsewhere, the driver carries the name it is saved under.
+    const auto write = [&records](const QString& target) {
+        records.m_Driver.m_strFileName = CCodePage::FromUnicode(QFileInfo(target).fileName());
+        return records.Store(target).Message();
+    };
+    const QString target = InstrumentDriverTarget(records.m_Driver);
+    QString written;
+    if (records.m_Driver.m_strFileName.isEmpty()) {
+        written = CSaveElsewhere::OfferElsewhere(this, target + QLatin1Char('/'),
+                                                 QStringLiteral("The driver has no file name (page \"General\"): "
+                                                                "it was not written."),
+                                                 filter, write);
+    } else if (!readProblem.isEmpty() && IsSameFile(target, openedPath)) {
+        written = CSaveElsewhere::WriteOverIncomplete(this, target, readProblem, filter, write);
+    } else {
+        written = CSaveElsewhere::Write(this, target, filter, write);
+    }
     records.m_Script.DeleteContents();
-    ReportStoreProblem(result);
-}
-
-void CMainFrame::LogLoadProblem(const CFileResult& result)
-{
-    if (!result.IsOk())
-        qCInfo(lcFrame).noquote() << result.Message();
-}
-
-// The driver stays unwritten; the status bar says why.
-void CMainFrame::ReportStoreProblem(const CFileResult& result)
-{
-    if (result.IsOk())
+    if (written.isEmpty() || openedPath.isEmpty() || IsSameFile(written, openedPath))
         return;
-    qCWarning(lcFrame).noquote() << result.Message();
-    ShowStatusMessage(result.Message());
+    // The file opened stays as it was: say where the changes went.
+    CUserDialogs::Current().ShowMessage(
+        this, QStringLiteral("The driver was saved as %1.\n%2 is unchanged.").arg(written, openedPath));
+}
+
+// The sheet shows what could be read; the user is told what could not.
+QString CMainFrame::ReportLoadProblem(const CFileResult& result)
+{
+    const QString problem = CSaveElsewhere::LoadProblem(result);
+    if (!problem.isEmpty()) {
+        qCInfo(lcFrame).noquote() << problem;
+        CUserDialogs::Current().ShowMessage(this, problem);
+    }
+    return problem;
 }
 
 void CMainFrame::OnFileNew()

@@ -142,7 +142,7 @@ public:
         CUserDialogs::SetCurrent(this);
     }
     ~CChosenFile() override { CUserDialogs::SetCurrent(nullptr); }
-    QString GetOpenFileName(QWidget*, const QString&, const CFileFilter&) override { return m_strPath; }
+    QString GetOpenFileName(QWidget*, const QString&, const CFileFilter&, const QString&) override { return m_strPath; }
 
 private:
     QString m_strPath;

@@ -14,6 +14,7 @@
 #include "CNameLineBreaks.h"
 #include "COrvalisApp.h"
 #include "CParse.h"
+#include "CSaveElsewhere.h"
 #include "CScriptPage.h"
 #include "CSerialNumberDlgPrompt.h"
 #include "CSettingsPage.h"
@@ -27,6 +28,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QLabel>
 #include <QLoggingCategory>
 #include <QMdiSubWindow>
@@ -127,11 +129,14 @@ void COrvalisView::OnCreate()
     SetPlaybackFile(&app->m_filePlayback);
 
     m_strDriverPath = app->m_strLastUsedDriver;
+    bool driverOpened = true;
     if (!m_strDriverPath.isEmpty()) {
         // A driver that cannot be read leaves the defaults (or what was read
         // before a damaged block).
         const CFileResult loaded =
             CDriverFile::Load(m_strDriverPath, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script);
+        m_strDriverProblem = CSaveElsewhere::LoadProblem(loaded);
+        driverOpened = loaded.GetStatus() != CFileResult::Status::NotOpened;
         if (!loaded.IsOk())
             qCInfo(lcView).noquote() << loaded.Message();
     }
@@ -146,10 +151,16 @@ void COrvalisView::OnCreate()
     // A window not opened by Connect Instrument (a saved text) is an
     // ordinary text window: its line is not opened at all.
     if (m_bOpenedByConnect) {
-        OpenPort();
+        // Without its driver there is no line to open: the window says why.
+        if (driverOpened)
+            OpenPort();
+        else
+            ReportLineProblem(m_strDriverProblem);
         EnableWindow(!m_comm.IsPortOpen());
         if (!m_comm.IsPortOpen())
             m_terminalParam.m_bLocalEcho = 1;
+        if (!m_strDriverProblem.isEmpty())
+            QTimer::singleShot(0, this, [this, driverOpened] { ReportDriverProblem(driverOpened); });
     } else {
         EnableWindow(true);
         m_terminalParam.m_bLocalEcho = 1;
@@ -223,19 +234,45 @@ void COrvalisView::OnDestroy()
         app->m_pCommView = nullptr;
 }
 
+void COrvalisView::ReportDriverProblem(bool bDriverOpened)
+{
+    const QString consequence =
+        bDriverOpened ? QStringLiteral("The window uses what was read before the damage; the file is written "
+                                       "back only when you change the settings and confirm.")
+                      : QStringLiteral("The instrument is not connected.");
+    CUserDialogs::Current().ShowMessage(this, QStringLiteral("%1\n\n%2").arg(m_strDriverProblem, consequence));
+}
+
 void COrvalisView::WriteDriverBack()
 {
     if (m_strDriverPath.isEmpty())
         return;
-    // An existing file is overwritten from its start and not shortened; a
-    // missing one is created.
-    const CFileResult stored =
-        CDriverFile::Store(m_strDriverPath, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script);
-    if (stored.IsOk())
+    const auto write = [this](const QString& path) {
+        // Saved elsewhere, the driver carries the name it is saved under.
+        if (path != m_strDriverPath)
+            m_driver.m_strFileName = CCodePage::FromUnicode(QFileInfo(path).fileName());
+        return CDriverFile::Store(path, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script).Message();
+    };
+    const COrvalisApp* app = COrvalisApp::Get();
+    // While the program is torn down nobody can be asked.
+    const bool canAsk = app && app->MainFrame();
+    if (!m_strDriverProblem.isEmpty()) {
+        // A file not read completely is left as it is, unless the user
+        // changed the settings and confirms.
+        if (m_bDriverEdited && canAsk)
+            CSaveElsewhere::WriteOverIncomplete(window(), m_strDriverPath, m_strDriverProblem,
+                                                CFileFilter::FromResource(IDS_INSTRUMENT_DRIVER_FILTER), write);
         return;
-    qCWarning(lcView).noquote() << stored.Message();
-    if (CMainFrame* frame = Frame())
-        frame->SetPaneText(CMainFrame::PaneMessage, stored.Message());
+    }
+    // An existing file is overwritten from its start and not shortened.
+    if (canAsk) {
+        CSaveElsewhere::Write(window(), m_strDriverPath, CFileFilter::FromResource(IDS_INSTRUMENT_DRIVER_FILTER),
+                              write);
+        return;
+    }
+    const QString problem = write(m_strDriverPath);
+    if (!problem.isEmpty())
+        qCWarning(lcView).noquote() << problem;
 }
 
 // ---------------------------------------------------------------------------
@@ -483,6 +520,7 @@ void COrvalisView::OnOptions()
         return;
     }
     app->m_nInstrumentOptionsPage = sheet.m_nLastActivePage;
+    m_bDriverEdited = true;
     const int showControlChars = m_terminalParam.m_bShowControlChars;
     sheet.m_pGeneralPage->GetData(m_driver);
     sheet.m_pSettingsPage->SaveTo(m_terminalParam);
@@ -622,14 +660,16 @@ void COrvalisView::OnFileSaveAs()
 bool COrvalisView::SaveTo(const QString& path)
 {
     m_appender.Flush();
-    QString error;
-    if (!m_document.OnSaveDocument(path, &error)) {
-        CUserDialogs::Current().ShowMessage(this, error);
+    const QString written =
+        CSaveElsewhere::Write(this, path, CFileFilter::FromResource(IDS_ALL_FILES_FILTER), [this](const QString& target) {
+            QString error;
+            return m_document.OnSaveDocument(target, &error) ? QString() : error;
+        });
+    if (written.isEmpty())
         return false;
-    }
     if (COrvalisApp* app = COrvalisApp::Get())
-        app->AddToRecentFileList(path);
+        app->AddToRecentFileList(written);
     if (auto* frame = qobject_cast<CChildFrame*>(parentWidget()))
-        frame->SetDocumentPath(path);
+        frame->SetDocumentPath(written);
     return true;
 }

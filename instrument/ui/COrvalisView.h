@@ -21,7 +21,8 @@ class CMainFrame;
 // toggles the line: connected, the text only shows what comes in;
 // disconnected, it is an ordinary text editor. Options edits the driver's
 // five records with the line closed. On close the driver is written back to
-// the file it was read from.
+// the file it was read from; a failed write offers Save As, and a file that
+// was not read completely is only written when the user confirms.
 //
 // The window keeps for itself what it was opened with: whether Connect
 // Instrument opened it (its Connect and Send File commands and its menu
@@ -61,6 +62,10 @@ public:
     // Why the line is not open (it could not be opened, or it was lost);
     // empty while it is open.
     QString LineProblem() const { return m_strLineProblem; }
+    // Why the driver was not read completely (missing, unreadable, damaged);
+    // such a file is not written back unless the user changed the settings
+    // and confirms.
+    QString DriverProblem() const { return m_strDriverProblem; }
 
     int m_bSending = 0;
     CFunctionKeysParameter m_functionKeys;
@@ -88,6 +93,7 @@ private:
     void LoadDocument(const QString& path);
     bool SaveModified();
     bool SaveTo(const QString& path);
+    void ReportDriverProblem(bool bDriverOpened);
     void WriteDriverBack();
     void NoteTransferStart();
     static CMainFrame* Frame();
@@ -100,6 +106,8 @@ private:
     std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
     QString m_strDriverPath;
     QString m_strLineProblem;
+    QString m_strDriverProblem;
+    bool m_bDriverEdited = false; // Options ended with OK
     bool m_bOpenedByConnect = false;
     bool m_bDestroyed = false;
     int m_nPassDepth = 0;
