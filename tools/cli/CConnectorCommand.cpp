@@ -1,9 +1,8 @@
 #include "CConnectorCommand.h"
 
 #include "CConnectorName.h"
+#include "CDriverArgument.h"
 #include "CDriverFile.h"
-
-#include <QSaveFile>
 
 int CConnectorCommand::Run(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
@@ -18,23 +17,16 @@ int CConnectorCommand::Run(const QStringList& arguments, QTextStream& out, QText
         return ExitUsage;
     }
     CDriverFile driver;
-    const CFileResult loaded = driver.Load(path);
-    if (!loaded.IsOk()) {
-        err << loaded.Message() << "\n";
+    QString error;
+    if (!CDriverArgument::Load(path, driver, error)) {
+        err << error << "\n";
         return ExitFailed;
     }
     // -1: the name is the connector.
     driver.m_Comm.m_nConnector = -1;
     driver.m_Comm.m_strConnector = connector.ToString();
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        err << "Cannot write " << path << ": " << file.errorString() << "\n";
-        return ExitFailed;
-    }
-    const CFileResult stored = driver.Store(file, path);
-    if (!stored.IsOk() || !file.commit()) {
-        err << (stored.IsOk() ? QStringLiteral("Cannot write %1: %2").arg(path, file.errorString()) : stored.Message())
-            << "\n";
+    if (!CDriverArgument::Store(path, driver, error)) {
+        err << error << "\n";
         return ExitFailed;
     }
     out << path << ": connector " << QString::fromLocal8Bit(driver.m_Comm.m_strConnector) << "\n";
