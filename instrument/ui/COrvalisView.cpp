@@ -281,8 +281,7 @@ void COrvalisView::WriteDriverBack()
 void COrvalisView::OpenPort()
 {
     if (m_comm.OpenPort(m_commParam) && m_comm.IsPortOpen()) {
-        m_strLineProblem.clear();
-        setPlaceholderText(QString());
+        ClearLineProblem();
     } else {
         QString reason = m_comm.GetLastError();
         if (reason.isEmpty())
@@ -299,6 +298,17 @@ void COrvalisView::SetLineState()
     const bool open = m_comm.IsPortOpen();
     m_appender.SetMaxLines(open ? CTextAppender::DefaultMaxLines : 0);
     document()->setUndoRedoEnabled(!open);
+}
+
+void COrvalisView::ClearLineProblem()
+{
+    // The status bar no longer tells of a problem that is over (another
+    // window's message stays).
+    CMainFrame* frame = Frame();
+    if (frame && !m_strLineProblem.isEmpty() && frame->GetPaneText(CMainFrame::PaneMessage) == m_strLineProblem)
+        frame->SetPaneText(CMainFrame::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
+    m_strLineProblem.clear();
+    setPlaceholderText(QString());
 }
 
 void COrvalisView::ReportLineProblem(const QString& text)

@@ -90,6 +90,7 @@ private:
     void ShowFunctionKeys();
     void ConvertShownText(bool bShowControlChars);
     void ReportLineProblem(const QString& text);
+    void ClearLineProblem();
     void LoadDocument(const QString& path);
     bool SaveModified();
     bool SaveTo(const QString& path);

@@ -127,6 +127,7 @@ private Q_SLOTS:
     void lineCannotBeOpened_data();
     void lineCannotBeOpened();
     void vanishedDeviceKeepsText();
+    void reconnectClearsLineProblem();
     void closingAsksToSaveReceivedText();
     void failedTextSaveOffersSaveAs();
     void savedTextOpensDisconnected();
@@ -797,6 +798,34 @@ void tst_InstrumentWindow::vanishedDeviceKeepsText()
     QVERIFY2(StatusText().contains(m_pty->SlaveName()), qPrintable(StatusText()));
     QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
     QVERIFY(view->IsWindowEnabled());
+}
+
+void tst_InstrumentWindow::reconnectClearsLineProblem()
+{
+    // The device is reached through a link that survives replugging, as
+    // /dev/serial/by-id names do.
+    const QString link = Home(QStringLiteral("instrument-tty"));
+    QVERIFY(QFile::link(m_pty->SlaveName(), link));
+    COrvalisView* view = Start(Driver(link));
+    QVERIFY(view && view->m_comm.IsPortOpen());
+    m_pty->CloseMaster();
+    QTRY_VERIFY(!view->m_comm.IsPortOpen());
+    QVERIFY2(StatusText().contains(link), qPrintable(StatusText()));
+    QVERIFY(!view->LineProblem().isEmpty());
+
+    // Plugged in again: Connect Instrument opens it, and the loss is no longer told.
+    CPtyPair again;
+    QVERIFY(again.IsOpen());
+    again.CloseSlave();
+    QVERIFY(QFile::remove(link));
+    QVERIFY(QFile::link(again.SlaveName(), link));
+    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+    QVERIFY(view->m_comm.IsPortOpen());
+    QCOMPARE(StatusText(), QStringLiteral("For Help, press F1"));
+    QCOMPARE(view->LineProblem(), QString());
+    QCOMPARE(view->placeholderText(), QString());
+    QVERIFY(again.WriteMaster("back\r\n"));
+    QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("back\n")));
 }
 
 void tst_InstrumentWindow::closingAsksToSaveReceivedText()
