@@ -33,8 +33,9 @@ public:
     static COrvalisApp* Get();
 
     // Reads the settings, creates the main window, parses the arguments
-    // (without the program name), shows the window and connects a driver
-    // named on the command line. False when the program must end.
+    // (without the program name), copies the example drivers into an empty
+    // program folder on the first start, shows the window and connects a
+    // driver named on the command line. False when the program must end.
     bool InitInstance(const QStringList& arguments);
     // Writes "Window", "LastUsedDriver", "LastTerminalDriver" and the recent files.
     int ExitInstance(int exitCode);
@@ -71,6 +72,8 @@ public:
 
 private:
     void ParseCommandLine(const QStringList& arguments);
+    // First start: a program folder without drivers gets the examples.
+    void InstallExamples();
     void LoadRecentFileList();
     void SaveRecentFileList();
 
