@@ -17,6 +17,7 @@
 #include "CTerminalFile.h"
 #include "CTerminalFrame.h"
 #include "CTerminalSheet.h"
+#include "CToolBarIcons.h"
 #include "CUserDialogs.h"
 #include "FrameworkIds.h"
 #include "ResourceIds.h"
@@ -35,7 +36,6 @@
 #include <QPageSetupDialog>
 #include <QPushButton>
 #include <QStatusBar>
-#include <QStyle>
 #include <QTimer>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -50,25 +50,6 @@ QStringList PromptParts(int nID)
 {
     return CStringTable::Text(nID).split(QLatin1Char('\n'));
 }
-
-struct ToolIcon
-{
-    int nID;
-    const char* themeName;
-    QStyle::StandardPixmap fallback;
-};
-
-// Icons of the desktop theme; the style's own pixmaps where the theme has none.
-constexpr ToolIcon kToolIcons[] = {
-    {ID_FILE_OPEN, "document-open", QStyle::SP_DialogOpenButton},
-    {ID_FILE_SAVE, "document-save", QStyle::SP_DialogSaveButton},
-    {ID_EDIT_CUT, "edit-cut", QStyle::SP_DialogDiscardButton},
-    {ID_EDIT_COPY, "edit-copy", QStyle::SP_FileDialogDetailedView},
-    {ID_EDIT_PASTE, "edit-paste", QStyle::SP_DialogApplyButton},
-    {ID_FILE_PRINT, "document-print", QStyle::SP_ComputerIcon},
-    {ID_APP_ABOUT, "help-about", QStyle::SP_MessageBoxInformation},
-    {ID_CONTEXT_HELP, "help-contextual", QStyle::SP_TitleBarContextHelpButton},
-};
 
 QString MenuTextWithoutShortcut(const QString& text)
 {
@@ -198,12 +179,7 @@ void CMainFrame::CreateMenus()
 
 void CMainFrame::CreateToolBar()
 {
-    // Without a desktop theme (a bare window manager, the offscreen
-    // platform) the freedesktop default theme still has these icons.
-    if (QIcon::themeName().isEmpty() && QDir(QStringLiteral("/usr/share/icons/Adwaita")).exists()) {
-        QIcon::setThemeSearchPaths(QIcon::themeSearchPaths() << QStringLiteral("/usr/share/icons"));
-        QIcon::setThemeName(QStringLiteral("Adwaita"));
-    }
+    CToolBarIcons::UseDesktopTheme();
     m_pToolBar = addToolBar(QStringLiteral("Standard"));
     m_pToolBar->setObjectName(QStringLiteral("ToolBar"));
     m_pToolBar->setIconSize(QSize(16, 16));
@@ -214,10 +190,7 @@ void CMainFrame::CreateToolBar()
             continue;
         }
         QAction* action = NewCommandAction(nID, PromptParts(nID).value(1));
-        for (const ToolIcon& icon : kToolIcons) {
-            if (icon.nID == nID)
-                action->setIcon(QIcon::fromTheme(QLatin1String(icon.themeName), style()->standardIcon(icon.fallback)));
-        }
+        action->setIcon(CToolBarIcons::Icon(nID));
         m_pToolBar->addAction(action);
     }
 }
