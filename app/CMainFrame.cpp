@@ -11,6 +11,7 @@
 #include "CHelpWindow.h"
 #include "CInstrumentSheet.h"
 #include "CKeyLockState.h"
+#include "CMdiWindows.h"
 #include "COrvalisApp.h"
 #include "CSaveElsewhere.h"
 #include "CStringTable.h"
@@ -167,8 +168,14 @@ void CMainFrame::CreateMenus()
                 action->setProperty("recentPlaceholder", item.nID == ID_FILE_MRU_FILE1);
                 menu->addAction(action);
             }
-            connect(menu, &QMenu::aboutToShow, this, [this, menu] {
+            const bool windowMenu = std::any_of(popup.items.cbegin(), popup.items.cend(),
+                                                [](const CFrameResource::MenuItem& item) {
+                                                    return item.nID == ID_WINDOW_CASCADE;
+                                                });
+            connect(menu, &QMenu::aboutToShow, this, [this, menu, windowMenu] {
                 UpdateRecentFileItems(menu);
+                if (windowMenu)
+                    CMdiWindows::UpdateWindowList(menu, m_pMdiArea);
                 UpdateCommandUI();
             });
             popups.append(menu);
@@ -458,6 +465,8 @@ QMdiSubWindow* CMainFrame::OpenNewDocument(const QString& newFileName)
         else
             window = new CChildFrame;
         window->setWindowTitle(title);
+        // A saved text renames its window after it is shown.
+        connect(window, &QWidget::windowTitleChanged, this, &CMainFrame::UpdateTitle);
         m_pMdiArea->addSubWindow(window);
         window->show();
         m_pMdiArea->setActiveSubWindow(window);
@@ -541,7 +550,7 @@ bool CMainFrame::OnCommand(int nID)
     case ID_CONTEXT_HELP: QWhatsThis::enterWhatsThisMode(); return true;
     case ID_VIEW_TOOLBAR: m_pToolBar->setVisible(m_pToolBar->isHidden()); return true;
     case ID_VIEW_STATUS_BAR: statusBar()->setVisible(statusBar()->isHidden()); return true;
-    case ID_WINDOW_CASCADE: m_pMdiArea->cascadeSubWindows(); return true;
+    case ID_WINDOW_CASCADE: CMdiWindows::Cascade(m_pMdiArea); return true;
     case ID_WINDOW_TILE_HORZ: m_pMdiArea->tileSubWindows(); return true;
     case ID_WINDOW_ARRANGE: ArrangeIcons(); return true;
     case ID_NEXT_PANE: m_pMdiArea->activateNextSubWindow(); return true;

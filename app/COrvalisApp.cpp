@@ -1,5 +1,6 @@
 #include "COrvalisApp.h"
 
+#include "CAppIcon.h"
 #include "CCommandLine.h"
 #include "CExampleDrivers.h"
 #include "CMainFrame.h"
@@ -52,6 +53,12 @@ COrvalisApp::~COrvalisApp()
 COrvalisApp* COrvalisApp::Get()
 {
     return g_pApp;
+}
+
+void COrvalisApp::InitApplication()
+{
+    QGuiApplication::setApplicationName(QStringLiteral("Orvalis"));
+    QGuiApplication::setWindowIcon(CAppIcon::Icon());
 }
 
 QPrinter& COrvalisApp::Printer()

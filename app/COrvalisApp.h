@@ -31,6 +31,11 @@ public:
     ~COrvalisApp() override;
 
     static COrvalisApp* Get();
+    // The process's name and icon, before any window. The name "Orvalis"
+    // also names the settings folder and the message boxes; no display name
+    // is set, because the desktop appends one to every title that does not
+    // end with it ("Orvalis - Orvali1 — Orvalis").
+    static void InitApplication();
 
     // Reads the settings, creates the main window, parses the arguments
     // (without the program name), copies the example drivers into an empty

@@ -3,6 +3,7 @@
 // dialogs' titles and access keys.
 
 #include "CMainFrame.h"
+#include "CMdiWindows.h"
 #include "COrvalisApp.h"
 #include "CToolBarIcons.h"
 #include "FrameworkIds.h"
@@ -11,7 +12,12 @@
 
 #include <QAction>
 #include <QDir>
+#include <QGuiApplication>
 #include <QImage>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QMenuBar>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolBar>
@@ -28,11 +34,17 @@ private Q_SLOTS:
 
     void toolBarShowsTheThemeIcons();
     void drawnIconsWithoutTheme();
+    void titlesNameTheProgramOnce();
+    void windowMenuListsTheWindows();
+    void cascadeKeepsWindowsReadable();
+    void cascadeStartsAgainAtTheCorner();
 
 private:
     void StartApp();
     CMainFrame* Frame() const { return m_app->MainFrame(); }
     QAction* ToolButton(int nID) const;
+    // A saved text opened with File Open, in a window of its own.
+    QMdiSubWindow* OpenText(const QString& name);
 
     std::unique_ptr<QTemporaryDir> m_home;
     std::unique_ptr<CScriptedDialogs> m_dialogs;
@@ -67,6 +79,17 @@ QAction* tst_FrameLook::ToolButton(int nID) const
             return action;
     }
     return nullptr;
+}
+
+QMdiSubWindow* tst_FrameLook::OpenText(const QString& name)
+{
+    QFile text(QDir(m_home->path()).filePath(name));
+    if (!text.open(QIODevice::WriteOnly) || text.write("12.5\r\n") != 6)
+        return nullptr;
+    text.close();
+    m_dialogs->m_openAnswers = {text.fileName()};
+    Frame()->RouteCommand(ID_FILE_OPEN);
+    return Frame()->MdiArea()->currentSubWindow();
 }
 
 namespace {
@@ -112,6 +135,89 @@ void tst_FrameLook::drawnIconsWithoutTheme()
         for (int j = i + 1; j < pictures.size(); ++j)
             QVERIFY2(pictures.at(i) != pictures.at(j), qPrintable(QStringLiteral("%1 = %2").arg(i).arg(j)));
     }
+}
+
+void tst_FrameLook::titlesNameTheProgramOnce()
+{
+    // The desktop appends a display name set by the program to every title
+    // that does not end with it: none is set, it follows the program's name.
+    COrvalisApp::InitApplication();
+    QCOMPARE(QGuiApplication::applicationName(), QStringLiteral("Orvalis"));
+    QGuiApplication::setApplicationName(QStringLiteral("Orvalis-probe"));
+    const QString displayName = QGuiApplication::applicationDisplayName();
+    QGuiApplication::setApplicationName(QStringLiteral("Orvalis"));
+    QCOMPARE(displayName, QStringLiteral("Orvalis-probe"));
+
+    StartApp();
+    QVERIFY(OpenText(QStringLiteral("run.txt")));
+    QCOMPARE(Frame()->windowTitle(), QStringLiteral("Orvalis - run.txt"));
+    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+    QCOMPARE(Frame()->windowTitle(), QStringLiteral("Orvalis - Orvali2"));
+    // Back to the saved text: the title follows.
+    QMdiArea* area = Frame()->MdiArea();
+    area->setActiveSubWindow(area->subWindowList().first());
+    QCOMPARE(Frame()->windowTitle(), QStringLiteral("Orvalis - run.txt"));
+}
+
+void tst_FrameLook::windowMenuListsTheWindows()
+{
+    StartApp();
+    QVERIFY(OpenText(QStringLiteral("R&D.txt")));
+    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+    QMenu* windowMenu = Frame()->menuBar()->actions().at(5)->menu();
+    QCOMPARE(windowMenu->title(), QStringLiteral("&Window"));
+    const auto entries = [windowMenu] {
+        Q_EMIT windowMenu->aboutToShow();
+        QList<QAction*> listed;
+        for (QAction* action : windowMenu->actions()) {
+            if (action->isCheckable())
+                listed.append(action);
+        }
+        return listed;
+    };
+    QList<QAction*> listed = entries();
+    QCOMPARE(listed.size(), 2);
+    QCOMPARE(listed.at(0)->text(), QStringLiteral("&1 R&&D.txt"));
+    QCOMPARE(listed.at(1)->text(), QStringLiteral("&2 Orvali2"));
+    QVERIFY(!listed.at(0)->isChecked());
+    QVERIFY(listed.at(1)->isChecked());
+    listed.at(0)->trigger();
+    QCOMPARE(Frame()->MdiArea()->activeSubWindow(), Frame()->MdiArea()->subWindowList().first());
+    // Shown again, the list is made anew.
+    listed = entries();
+    QCOMPARE(listed.size(), 2);
+    QVERIFY(listed.at(0)->isChecked());
+}
+
+void tst_FrameLook::cascadeKeepsWindowsReadable()
+{
+    StartApp();
+    Frame()->setGeometry(0, 0, 1000, 760);
+    for (int i = 0; i < 3; ++i)
+        QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+    QMdiSubWindow* active = Frame()->MdiArea()->activeSubWindow();
+    QVERIFY(Frame()->RouteCommand(ID_WINDOW_CASCADE));
+    const QSize area = Frame()->MdiArea()->viewport()->size();
+    QPoint previous(-1, -1);
+    for (QMdiSubWindow* window : Frame()->MdiArea()->subWindowList(QMdiArea::StackingOrder)) {
+        const QRect geometry = window->geometry();
+        QVERIFY2(geometry.width() >= area.width() * 3 / 4 && geometry.height() >= area.height() * 3 / 4,
+                 qPrintable(QStringLiteral("%1x%2 in %3x%4")
+                                .arg(geometry.width()).arg(geometry.height()).arg(area.width()).arg(area.height())));
+        QVERIFY(QRect(QPoint(0, 0), area).contains(geometry));
+        QVERIFY(geometry.x() > previous.x() && geometry.y() > previous.y());
+        previous = geometry.topLeft();
+    }
+    QCOMPARE(Frame()->MdiArea()->subWindowList(QMdiArea::StackingOrder).last(), active);
+}
+
+void tst_FrameLook::cascadeStartsAgainAtTheCorner()
+{
+    const QList<QRect> rects = CMdiWindows::CascadeRects(QSize(400, 300), 4, 40, QSize(100, 80));
+    QCOMPARE(rects, (QList<QRect>{QRect(0, 0, 300, 225), QRect(40, 40, 300, 225), QRect(0, 0, 300, 225),
+                                  QRect(40, 40, 300, 225)}));
+    // A small area gives each window the minimum the window needs, within the area.
+    QCOMPARE(CMdiWindows::CascadeRects(QSize(200, 100), 1, 40, QSize(180, 120)), QList<QRect>{QRect(0, 0, 180, 100)});
 }
 
 QTEST_MAIN(tst_FrameLook)
