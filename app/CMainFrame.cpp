@@ -12,6 +12,7 @@
 #include "CInstrumentSheet.h"
 #include "CKeyLockState.h"
 #include "CMdiWindows.h"
+#include "CMnemonicCycler.h"
 #include "COrvalisApp.h"
 #include "CSaveElsewhere.h"
 #include "CStringTable.h"
@@ -85,6 +86,7 @@ CMainFrame::CMainFrame(QWidget* parent)
 
     CreateActions();
     CreateMenus();
+    new CMnemonicCycler(menuBar());
     CreateToolBar();
     CreateStatusBar();
     ShowFunctionKeyBar(0);

@@ -12,6 +12,7 @@
 
 #include <QAction>
 #include <QDir>
+#include <QApplication>
 #include <QGuiApplication>
 #include <QImage>
 #include <QMdiArea>
@@ -38,6 +39,7 @@ private Q_SLOTS:
     void windowMenuListsTheWindows();
     void cascadeKeepsWindowsReadable();
     void cascadeStartsAgainAtTheCorner();
+    void sharedMnemonicCyclesEditAndExtras();
 
 private:
     void StartApp();
@@ -218,6 +220,36 @@ void tst_FrameLook::cascadeStartsAgainAtTheCorner()
                                   QRect(40, 40, 300, 225)}));
     // A small area gives each window the minimum the window needs, within the area.
     QCOMPARE(CMdiWindows::CascadeRects(QSize(200, 100), 1, 40, QSize(180, 120)), QList<QRect>{QRect(0, 0, 180, 100)});
+}
+
+void tst_FrameLook::sharedMnemonicCyclesEditAndExtras()
+{
+    StartApp();
+    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+    Frame()->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(Frame()));
+    const auto openPopup = [] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        return menu ? menu->title() : QString();
+    };
+    // As typed: Alt goes down first, then E, then both come up.
+    const auto pressAltE = [] {
+        QWidget* target = QApplication::activePopupWidget();
+        if (!target)
+            target = QApplication::focusWidget();
+        QTest::keyPress(target, Qt::Key_Alt, Qt::AltModifier);
+        target = QApplication::activePopupWidget() ? QApplication::activePopupWidget() : QApplication::focusWidget();
+        QTest::keyClick(target, Qt::Key_E, Qt::AltModifier);
+        target = QApplication::activePopupWidget() ? QApplication::activePopupWidget() : QApplication::focusWidget();
+        QTest::keyRelease(target, Qt::Key_Alt);
+    };
+    pressAltE();
+    QTRY_COMPARE(openPopup(), QStringLiteral("&Edit"));
+    pressAltE();
+    QTRY_COMPARE(openPopup(), QStringLiteral("&Extras"));
+    pressAltE();
+    QTRY_COMPARE(openPopup(), QStringLiteral("&Edit"));
+    QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
 }
 
 QTEST_MAIN(tst_FrameLook)
