@@ -316,8 +316,11 @@ void CMainFrame::SetPaneText(int nPane, const QString& text)
 {
     if (nPane < 0 || nPane >= m_panes.size())
         return;
-    if (nPane == PaneMessage)
+    if (nPane == PaneMessage) {
         statusBar()->clearMessage();
+        // A long message is cut at the pane's end; its whole text is at hand.
+        m_panes[nPane]->setToolTip(text);
+    }
     m_panes[nPane]->setText(text);
 }
 

@@ -83,8 +83,17 @@ COrvalisView::COrvalisView(QWidget* parent)
     , m_appender(this)
     , m_document(this)
     , m_pSerialNumberPrompt(std::make_unique<CSerialNumberDlgPrompt>(this))
+    , m_pMessageLine(new QLabel(this))
 {
     setObjectName(QStringLiteral("COrvalisView"));
+    m_pMessageLine->setObjectName(QStringLiteral("MessageLine"));
+    m_pMessageLine->setWordWrap(true);
+    m_pMessageLine->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_pMessageLine->setAutoFillBackground(true);
+    m_pMessageLine->setBackgroundRole(QPalette::ToolTipBase);
+    m_pMessageLine->setForegroundRole(QPalette::ToolTipText);
+    m_pMessageLine->setContentsMargins(4, 2, 4, 2);
+    m_pMessageLine->hide();
     if (COrvalisApp* app = COrvalisApp::Get())
         m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
     m_pipeline.SetByteSource(&m_source);
@@ -309,14 +318,40 @@ void COrvalisView::ClearLineProblem()
         frame->SetPaneText(CMainFrame::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
     m_strLineProblem.clear();
     setPlaceholderText(QString());
+    ShowMessageLine(QString());
+}
+
+void COrvalisView::ShowMessageLine(const QString& text)
+{
+    m_pMessageLine->setText(text);
+    m_pMessageLine->setVisible(!text.isEmpty());
+    LayOutMessageLine();
+}
+
+void COrvalisView::LayOutMessageLine()
+{
+    // Below the text, as wide as it, as high as the whole message needs.
+    const int height =
+        m_pMessageLine->isHidden() ? 0 : m_pMessageLine->heightForWidth(contentsRect().width());
+    setViewportMargins(0, 0, 0, height);
+    const QRect text = viewport()->geometry();
+    m_pMessageLine->setGeometry(text.left(), text.bottom() + 1, text.width(), height);
+}
+
+void COrvalisView::resizeEvent(QResizeEvent* event)
+{
+    CCommView::resizeEvent(event);
+    LayOutMessageLine();
 }
 
 void COrvalisView::ReportLineProblem(const QString& text)
 {
     m_strLineProblem = text;
     qCWarning(lcView).noquote() << text;
-    // An empty window says it too, in grey.
+    // An empty window says it too, in grey; the window's own message line
+    // keeps the whole text however narrow the status bar is.
     setPlaceholderText(QStringLiteral("Not connected.\n%1").arg(text));
+    ShowMessageLine(text);
     if (CMainFrame* frame = Frame())
         frame->SetPaneText(CMainFrame::PaneMessage, text);
 }
@@ -580,8 +615,8 @@ void COrvalisView::ConvertShownText(bool bShowControlChars)
 void COrvalisView::OnSendFile()
 {
     COrvalisApp* app = COrvalisApp::Get();
-    const QString path = CUserDialogs::Current().GetOpenFileName(this, app->ProgramFolder(),
-                                                                 CFileFilter::FromResource(IDS_ALL_FILES_FILTER));
+    const QString path = CUserDialogs::Current().GetOpenFileName(
+        this, app->ProgramFolder(), CFileFilter::FromResource(IDS_ALL_FILES_FILTER), QStringLiteral("Send File"));
     if (path.isEmpty())
         return;
     CMainFrame* frame = Frame();

@@ -13,6 +13,7 @@
 #include <memory>
 
 class CMainFrame;
+class QLabel;
 
 // The view of an instrument window. On creation it reads the driver named
 // by the application's last used driver, opens the line and shows the
@@ -75,6 +76,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void OnComMessage(const CCommEvent& event) override;
     void OnSendProgressMessage(qint64 sent, qint64 total) override;
     void OnTransmissionEnded() override;
@@ -91,6 +93,10 @@ private:
     void ConvertShownText(bool bShowControlChars);
     void ReportLineProblem(const QString& text);
     void ClearLineProblem();
+    // The line below the text that tells why the line is not open; hidden
+    // for an empty text.
+    void ShowMessageLine(const QString& text);
+    void LayOutMessageLine();
     void LoadDocument(const QString& path);
     bool SaveModified();
     bool SaveTo(const QString& path);
@@ -105,6 +111,7 @@ private:
     COrvalisDoc m_document;
     CTransferStatusBar m_transferStatus;
     std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
+    QLabel* m_pMessageLine;
     QString m_strDriverPath;
     QString m_strLineProblem;
     QString m_strDriverProblem;

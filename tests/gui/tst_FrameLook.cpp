@@ -2,9 +2,12 @@
 // titles, the Window menu, mnemonics, status panes, the help window and the
 // dialogs' titles and access keys.
 
+#include "CDriverFile.h"
+#include "CHelpWindow.h"
 #include "CMainFrame.h"
 #include "CMdiWindows.h"
 #include "COrvalisApp.h"
+#include "COrvalisView.h"
 #include "CToolBarIcons.h"
 #include "FrameworkIds.h"
 #include "ResourceIds.h"
@@ -15,6 +18,12 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QImage>
+#include <QLabel>
+#include <QMessageBox>
+#include <QAbstractButton>
+#include <QTextBrowser>
+#include <QScreen>
+#include <QTimer>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
@@ -40,6 +49,12 @@ private Q_SLOTS:
     void cascadeKeepsWindowsReadable();
     void cascadeStartsAgainAtTheCorner();
     void sharedMnemonicCyclesEditAndExtras();
+    void lockIndicatorsShowTheKeyboard();
+    void helpWindowFitsTheScreenAndEscClosesIt();
+    void longLineProblemShownWhole();
+    void sendFileDialogIsTitled();
+    void questionsHaveAccessKeys_data();
+    void questionsHaveAccessKeys();
 
 private:
     void StartApp();
@@ -250,6 +265,135 @@ void tst_FrameLook::sharedMnemonicCyclesEditAndExtras()
     pressAltE();
     QTRY_COMPARE(openPopup(), QStringLiteral("&Edit"));
     QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+}
+
+void tst_FrameLook::lockIndicatorsShowTheKeyboard()
+{
+    // Offscreen there is no X server: the kernel's LEDs answer.
+    QTemporaryDir sysfs;
+    const auto setLed = [&sysfs](const QString& name, const QByteArray& value) {
+        QDir(sysfs.path()).mkpath(QStringLiteral("class/leds/input3::") + name);
+        QFile file(sysfs.filePath(QStringLiteral("class/leds/input3::") + name + QStringLiteral("/brightness")));
+        return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(value) == value.size();
+    };
+    QVERIFY(setLed(QStringLiteral("capslock"), "1\n"));
+    QVERIFY(setLed(QStringLiteral("numlock"), "0\n"));
+    QVERIFY(setLed(QStringLiteral("scrolllock"), "1\n"));
+    qputenv("ORVALIS_SYSFS_ROOT", QFile::encodeName(sysfs.path()));
+    StartApp();
+    qunsetenv("ORVALIS_SYSFS_ROOT");
+    QTRY_COMPARE(Frame()->GetPaneText(CMainFrame::PaneCaps), QStringLiteral("CAP"));
+    QCOMPARE(Frame()->GetPaneText(CMainFrame::PaneNum), QString());
+    QCOMPARE(Frame()->GetPaneText(CMainFrame::PaneScrl), QStringLiteral("SCRL        "));
+    QVERIFY(setLed(QStringLiteral("numlock"), "1\n"));
+    QVERIFY(setLed(QStringLiteral("capslock"), "0\n"));
+    QTRY_COMPARE(Frame()->GetPaneText(CMainFrame::PaneNum), QStringLiteral("NUM"));
+    QTRY_COMPARE(Frame()->GetPaneText(CMainFrame::PaneCaps), QString());
+}
+
+void tst_FrameLook::helpWindowFitsTheScreenAndEscClosesIt()
+{
+    StartApp();
+    QVERIFY(Frame()->RouteCommand(ID_HELP_FINDER));
+    auto* help = Frame()->findChild<CHelpWindow*>();
+    QVERIFY(help && help->isVisible());
+    const QRect screen = Frame()->screen()->availableGeometry();
+    QVERIFY2(screen.contains(help->geometry()),
+             qPrintable(QStringLiteral("%1,%2 %3x%4 on %5x%6")
+                            .arg(help->x()).arg(help->y()).arg(help->width()).arg(help->height())
+                            .arg(screen.width()).arg(screen.height())));
+    help->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(help));
+    QTest::keyClick(help->Browser(), Qt::Key_Escape);
+    QTRY_VERIFY(!help->isVisible());
+}
+
+void tst_FrameLook::longLineProblemShownWhole()
+{
+    StartApp();
+    CDriverFile driver;
+    driver.m_Comm.m_nConnector = -1;
+    driver.m_Comm.m_strConnector = "/dev/serial/by-id/usb-Prolific_Technology_Inc._USB-Serial_Controller_D-"
+                                   "if00-port0-of-the-balance-in-room-4711-next-to-the-window";
+    const QString path = QDir(m_home->path()).filePath(QStringLiteral("long.tbb"));
+    QVERIFY(driver.Store(path).IsOk());
+    m_app->m_strLastUsedDriver = path;
+    m_app->m_bConnectRequested = 1;
+    Frame()->setGeometry(0, 0, 640, 480);
+    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+    auto* view = qobject_cast<COrvalisView*>(Frame()->ActiveView());
+    QVERIFY(view && !view->m_comm.IsPortOpen());
+    const QString problem = view->LineProblem();
+    QVERIFY(problem.contains(QString::fromLatin1(driver.m_Comm.m_strConnector)));
+    // The status bar cuts it; its tool tip has it whole.
+    QCOMPARE(Frame()->PaneWidget(CMainFrame::PaneMessage)->toolTip(), problem);
+    // The window's own message line shows it whole, below the text.
+    auto* line = view->findChild<QLabel*>(QStringLiteral("MessageLine"));
+    QVERIFY(line && line->isVisible());
+    QCOMPARE(line->text(), problem);
+    QCOMPARE(line->height(), line->heightForWidth(line->width()));
+    QVERIFY(line->height() > line->fontMetrics().height());
+    QCOMPARE(line->geometry().top(), view->viewport()->geometry().bottom() + 1);
+}
+
+void tst_FrameLook::sendFileDialogIsTitled()
+{
+    StartApp();
+    m_app->m_strLastUsedDriver = QDir(m_home->path()).filePath(QStringLiteral("Balance.tbb"));
+    m_app->m_bConnectRequested = 1;
+    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+    QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
+    QCOMPARE(m_dialogs->m_nOpenCalls, 1);
+    QCOMPARE(m_dialogs->m_strLastTitle, QStringLiteral("Send File"));
+}
+
+void tst_FrameLook::questionsHaveAccessKeys_data()
+{
+    QTest::addColumn<QString>("question");
+    QTest::addColumn<QString>("click");
+    QTest::addColumn<int>("answer");
+    QTest::newRow("save changes: Don't Save") << "save" << "&Don't Save" << int(CUserDialogs::DiscardChanges);
+    QTest::newRow("save changes: Save") << "save" << "&Save" << int(CUserDialogs::SaveChanges);
+    QTest::newRow("write failed: Save As") << "elsewhere" << "Save &As..." << 1;
+    QTest::newRow("write failed: Don't Save") << "elsewhere" << "&Don't Save" << 0;
+    QTest::newRow("not read completely: Write Anyway") << "overwrite" << "&Write Anyway" << int(CUserDialogs::Overwrite);
+    QTest::newRow("not read completely: Esc") << "overwrite" << "Esc" << int(CUserDialogs::DontSave);
+}
+
+void tst_FrameLook::questionsHaveAccessKeys()
+{
+    QFETCH(QString, question);
+    QFETCH(QString, click);
+    QFETCH(int, answer);
+    m_dialogs.reset(); // the real message boxes
+    CUserDialogs real;
+    QStringList buttons;
+    QTimer::singleShot(0, this, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box)
+            return;
+        for (QAbstractButton* button : box->buttons()) {
+            buttons.append(button->text());
+            if (button->text() == click)
+                button->click();
+        }
+        if (click == QLatin1String("Esc"))
+            QTest::keyClick(box, Qt::Key_Escape);
+    });
+    int result = -1;
+    if (question == QLatin1String("save"))
+        result = real.AskSaveChanges(nullptr, QStringLiteral("Orvali1"));
+    else if (question == QLatin1String("elsewhere"))
+        result = real.AskSaveElsewhere(nullptr, QStringLiteral("/ro/lab.tbb: cannot write"));
+    else
+        result = real.AskOverwrite(nullptr, QStringLiteral("/lab.tbb: damaged at byte 96"));
+    QCOMPARE(result, answer);
+    QVERIFY(!buttons.isEmpty());
+    // Every button but Cancel (Esc) can be reached with Alt and its letter.
+    for (const QString& text : std::as_const(buttons)) {
+        if (text != QLatin1String("&Cancel") && text != QLatin1String("Cancel"))
+            QVERIFY2(QKeySequence::mnemonic(text) != QKeySequence(), qPrintable(text));
+    }
 }
 
 QTEST_MAIN(tst_FrameLook)
