@@ -9,6 +9,7 @@
 #include "CTextAppender.h"
 #include "CTextSink.h"
 #include "CTransferStatusBar.h"
+#include "CV24Printer.h"
 
 #include <memory>
 
@@ -46,6 +47,8 @@ public:
     void OnOptions();
     void OnSendFile();
     void OnStopTransmission();
+    void OnV24Printer() { m_v24Printer.Toggle(); }
+    void OnV24PrinterSettings() { m_v24Printer.EditSettings(); }
     // k = 0..7 for F1..F8.
     void OnFunctionKey(int k);
     void OnFileSave();
@@ -67,6 +70,7 @@ public:
     // such a file is not written back unless the user changed the settings
     // and confirms.
     QString DriverProblem() const { return m_strDriverProblem; }
+    CV24Printer& V24Printer() { return m_v24Printer; }
 
     int m_bSending = 0;
     CFunctionKeysParameter m_functionKeys;
@@ -112,6 +116,7 @@ private:
     CTransferStatusBar m_transferStatus;
     std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
     QLabel* m_pMessageLine;
+    CV24Printer m_v24Printer{this};
     QString m_strDriverPath;
     QString m_strLineProblem;
     QString m_strDriverProblem;

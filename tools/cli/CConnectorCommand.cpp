@@ -4,6 +4,8 @@
 #include "CDriverArgument.h"
 #include "CDriverFile.h"
 
+#include <QTextStream>
+
 int CConnectorCommand::Run(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
     if (arguments.size() != 2) {
@@ -25,8 +27,9 @@ int CConnectorCommand::Run(const QStringList& arguments, QTextStream& out, QText
     // -1: the name is the connector.
     driver.m_Comm.m_nConnector = -1;
     driver.m_Comm.m_strConnector = connector.ToString();
-    if (!CDriverArgument::Store(path, driver, error)) {
-        err << error << "\n";
+    const CFileResult stored = driver.Store(path);
+    if (!stored.IsOk()) {
+        err << stored.Message() << "\n";
         return ExitFailed;
     }
     out << path << ": connector " << QString::fromLocal8Bit(driver.m_Comm.m_strConnector) << "\n";

@@ -4,7 +4,6 @@
 #include "CTerminalFile.h"
 
 #include <QFileInfo>
-#include <QSaveFile>
 
 bool CDriverArgument::Load(const QString& path, CDriverFile& driver, QString& error)
 {
@@ -18,23 +17,4 @@ bool CDriverArgument::Load(const QString& path, CDriverFile& driver, QString& er
     const CFileResult loaded = driver.Load(path);
     error = loaded.Message();
     return loaded.IsOk();
-}
-
-bool CDriverArgument::Store(const QString& path, CDriverFile& driver, QString& error)
-{
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        error = QStringLiteral("Cannot write %1: %2").arg(path, file.errorString());
-        return false;
-    }
-    const CFileResult stored = driver.Store(file, path);
-    if (!stored.IsOk()) {
-        error = stored.Message();
-        return false;
-    }
-    if (!file.commit()) {
-        error = QStringLiteral("Cannot write %1: %2").arg(path, file.errorString());
-        return false;
-    }
-    return true;
 }

@@ -4,6 +4,8 @@
 #include "CDriverFile.h"
 #include "CDriverFileName.h"
 
+#include <QTextStream>
+
 int CNameCommand::Run(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
     if (arguments.size() != 2 || arguments.at(1).isEmpty()) {
@@ -20,8 +22,9 @@ int CNameCommand::Run(const QStringList& arguments, QTextStream& out, QTextStrea
     const QByteArray name = arguments.at(1).toLocal8Bit();
     driver.m_Driver.m_strName = name;
     driver.m_Driver.m_strFileName = CDriverFileName::ForName(name);
-    if (!CDriverArgument::Store(path, driver, error)) {
-        err << error << "\n";
+    const CFileResult stored = driver.Store(path);
+    if (!stored.IsOk()) {
+        err << stored.Message() << "\n";
         return ExitFailed;
     }
     out << path << ": name " << arguments.at(1) << ", file name " << QString::fromLocal8Bit(driver.m_Driver.m_strFileName)
