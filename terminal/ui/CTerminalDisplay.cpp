@@ -30,6 +30,48 @@ bool IsWordCharacter(char32_t ch)
         && (QChar::isLetterOrNumber(ch) || ch == U'_' || ch == U'.' || ch == U'-' || ch == U'/' || ch == U':');
 }
 
+// The arms of the light box-drawing characters (the VT100 and VT52 line
+// graphics), drawn through the cell's centre so that lines meet across
+// rows whatever the font's line height.
+struct BoxArms
+{
+    char32_t ch;
+    bool up, down, left, right;
+};
+constexpr BoxArms kBoxCharacters[] = {
+    {U'\u2500', false, false, true, true},  {U'\u2502', true, true, false, false},
+    {U'\u250C', false, true, false, true},  {U'\u2510', false, true, true, false},
+    {U'\u2514', true, false, false, true},  {U'\u2518', true, false, true, false},
+    {U'\u251C', true, true, false, true},   {U'\u2524', true, true, true, false},
+    {U'\u252C', false, true, true, true},   {U'\u2534', true, false, true, true},
+    {U'\u253C', true, true, true, true},
+};
+
+const BoxArms* BoxCharacter(char32_t ch)
+{
+    if (ch < U'\u2500' || ch > U'\u253C')
+        return nullptr;
+    for (const BoxArms& box : kBoxCharacters) {
+        if (box.ch == ch)
+            return &box;
+    }
+    return nullptr;
+}
+
+void PaintBox(QPainter& painter, const BoxArms& box, const QRect& cell, const QColor& color)
+{
+    const int x = cell.left() + cell.width() / 2;
+    const int y = cell.top() + cell.height() / 2;
+    if (box.up)
+        painter.fillRect(QRect(x, cell.top(), 1, y - cell.top() + 1), color);
+    if (box.down)
+        painter.fillRect(QRect(x, y, 1, cell.bottom() - y + 1), color);
+    if (box.left)
+        painter.fillRect(QRect(cell.left(), y, x - cell.left() + 1, 1), color);
+    if (box.right)
+        painter.fillRect(QRect(x, y, cell.right() - x + 1, 1), color);
+}
+
 } // namespace
 
 CTerminalDisplay::CTerminalDisplay(CTerminalScreen& screen, QWidget* parent)
@@ -194,6 +236,10 @@ void CTerminalDisplay::PaintLine(QPainter& painter, int line, int y) const
         const QRect cells(runStart * m_nCellWidth, y, (end - runStart) * m_nCellWidth, m_nCellHeight);
         if (bg != DefaultBackground)
             painter.fillRect(cells, bg);
+        if (const BoxArms* box = text.size() == 1 ? BoxCharacter(text.at(0).unicode()) : nullptr) {
+            PaintBox(painter, *box, cells, fg);
+            return;
+        }
         if (text.trimmed().isEmpty() && !(look.attrs & (CTerminalCell::Underline | CTerminalCell::Strike)))
             return;
         painter.setFont(FontFor(look.attrs));
@@ -203,7 +249,9 @@ void CTerminalDisplay::PaintLine(QPainter& painter, int line, int y) const
     for (int column = 0; column < columns; ++column) {
         const CTerminalCell cell = m_screen.LineCell(line, column);
         const bool selected = IsSelected(absolute, column);
-        if (column == 0 || !cell.SameLook(look) || selected != lookSelected) {
+        // A line-drawing character is a run of its own.
+        const bool box = BoxCharacter(cell.ch) || BoxCharacter(look.ch);
+        if (column == 0 || box || !cell.SameLook(look) || selected != lookSelected) {
             flush(column);
             runStart = column;
             text.clear();
