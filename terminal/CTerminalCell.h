@@ -4,7 +4,7 @@
 
 // One character cell of a terminal screen: the character, its colours and
 // its attributes, as the screen model hands it to a painter.
-struct CTerminalCell
+struct alignas(16) CTerminalCell
 {
     enum Attribute : quint8 {
         Bold = 0x01,
@@ -25,6 +25,9 @@ struct CTerminalCell
     quint32 fg = DefaultColor;
     quint32 bg = DefaultColor;
     quint8 attrs = 0;
+    // Makes the cell 16 whole bytes, so that filling and copying rows of
+    // cells moves them in single 16-byte stores.
+    quint8 spare[3] = {};
 
     bool IsBlank() const { return (ch == 0 || ch == U' ') && bg == DefaultColor && (attrs & (Reverse | Underline | Strike)) == 0; }
     bool SameLook(const CTerminalCell& other) const { return fg == other.fg && bg == other.bg && attrs == other.attrs; }

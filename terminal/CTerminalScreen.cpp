@@ -9,30 +9,26 @@
 
 namespace {
 
-bool IsBlankCell(const VTermScreenCell& cell)
+quint32 ColorOf(const VTermState* state, VTermColor color, bool foreground)
 {
-    return (cell.chars[0] == 0 || cell.chars[0] == U' ') && VTERM_COLOR_IS_DEFAULT_BG(&cell.bg)
-        && !cell.attrs.reverse && !cell.attrs.underline && !cell.attrs.strike;
+    if (foreground ? VTERM_COLOR_IS_DEFAULT_FG(&color) : VTERM_COLOR_IS_DEFAULT_BG(&color))
+        return CTerminalCell::DefaultColor;
+    vterm_state_convert_color_to_rgb(state, &color);
+    return CTerminalCell::ColorSet | quint32(color.rgb.red) << 16 | quint32(color.rgb.green) << 8
+        | quint32(color.rgb.blue);
 }
 
-CTerminalCell ConvertCell(VTermScreen* screen, const VTermScreenCell& source)
+quint8 AttributeOf(VTermAttr attr)
 {
-    CTerminalCell cell;
-    cell.ch = source.chars[0] == uint32_t(-1) ? CTerminalCell::WideTail : char32_t(source.chars[0]);
-    const VTermScreenCellAttrs& a = source.attrs;
-    cell.attrs = quint8((a.bold ? CTerminalCell::Bold : 0) | (a.underline ? CTerminalCell::Underline : 0)
-                        | (a.italic ? CTerminalCell::Italic : 0) | (a.blink ? CTerminalCell::Blink : 0)
-                        | (a.reverse ? CTerminalCell::Reverse : 0) | (a.strike ? CTerminalCell::Strike : 0));
-    const auto rgb = [screen](VTermColor color) {
-        vterm_screen_convert_color_to_rgb(screen, &color);
-        return CTerminalCell::ColorSet | quint32(color.rgb.red) << 16 | quint32(color.rgb.green) << 8
-            | quint32(color.rgb.blue);
-    };
-    if (!VTERM_COLOR_IS_DEFAULT_FG(&source.fg))
-        cell.fg = rgb(source.fg);
-    if (!VTERM_COLOR_IS_DEFAULT_BG(&source.bg))
-        cell.bg = rgb(source.bg);
-    return cell;
+    switch (attr) {
+    case VTERM_ATTR_BOLD: return CTerminalCell::Bold;
+    case VTERM_ATTR_UNDERLINE: return CTerminalCell::Underline;
+    case VTERM_ATTR_ITALIC: return CTerminalCell::Italic;
+    case VTERM_ATTR_BLINK: return CTerminalCell::Blink;
+    case VTERM_ATTR_REVERSE: return CTerminalCell::Reverse;
+    case VTERM_ATTR_STRIKE: return CTerminalCell::Strike;
+    default: return 0;
+    }
 }
 
 VTermModifier ModifiersOf(Qt::KeyboardModifiers modifiers)
@@ -108,7 +104,8 @@ int ClampedEmulation(int emulation)
 
 } // namespace
 
-// libvterm calls back through these, with the screen as user data.
+// libvterm's state layer calls back through these, with the screen as user
+// data; the cells are the screen's own.
 struct CTerminalScreenCallbacks
 {
     static CTerminalScreen* Screen(void* user) { return static_cast<CTerminalScreen*>(user); }
@@ -117,27 +114,117 @@ struct CTerminalScreenCallbacks
     {
         Screen(user)->Reply(QByteArray(bytes, qsizetype(length)));
     }
-    static int PushLine(int columns, const VTermScreenCell* cells, void* user)
+    static int PutGlyph(VTermGlyphInfo* info, VTermPos pos, void* user)
     {
         CTerminalScreen* screen = Screen(user);
-        if (screen->m_nScrollbackCapacity == 0)
+        if (pos.row < 0 || pos.row >= screen->m_nRows || pos.col < 0 || pos.col >= screen->m_nColumns)
             return 1;
-        // Kept without its trailing blanks.
-        int length = columns;
-        while (length > 0 && IsBlankCell(cells[length - 1]))
-            --length;
-        QList<CTerminalCell> line;
-        line.reserve(length);
-        for (int i = 0; i < length; ++i)
-            line.append(ConvertCell(screen->m_pScreen, cells[i]));
-        screen->PushLine(std::move(line));
+        std::vector<CTerminalCell>& row = screen->Buffer()[size_t(pos.row)];
+        CTerminalCell cell = screen->m_pen;
+        cell.ch = info->chars[0] == 0 ? U' ' : char32_t(info->chars[0]);
+        row[size_t(pos.col)] = cell;
+        if (info->width == 2 && pos.col + 1 < screen->m_nColumns) {
+            cell.ch = CTerminalCell::WideTail;
+            row[size_t(pos.col + 1)] = cell;
+        }
+        return 1;
+    }
+    // Whole rows moving up or down in a region: the rows themselves move.
+    // Anything else (characters inserted or deleted, a region narrower than
+    // the screen) is left to MoveRect and Erase.
+    static int ScrollRect(VTermRect rect, int downward, int rightward, void* user)
+    {
+        CTerminalScreen* screen = Screen(user);
+        if (rightward != 0 || rect.start_col != 0 || rect.end_col != screen->m_nColumns)
+            return 0;
+        const int height = rect.end_row - rect.start_row;
+        if (qAbs(downward) >= height) {
+            screen->EraseRows(rect.start_row, rect.end_row, 0, screen->m_nColumns);
+            return 1;
+        }
+        auto& rows = screen->Buffer();
+        const auto first = rows.begin() + rect.start_row;
+        const auto end = rows.begin() + rect.end_row;
+        if (downward > 0) {
+            // Rows leaving the top of the main screen go to the scroll-back.
+            if (rect.start_row == 0 && screen->m_nBuffer == 0) {
+                for (int i = 0; i < downward; ++i)
+                    screen->PushLine(rows[size_t(i)]);
+            }
+            std::rotate(first, first + downward, end);
+            screen->EraseRows(rect.end_row - downward, rect.end_row, 0, screen->m_nColumns);
+        } else {
+            std::rotate(first, end + downward, end);
+            screen->EraseRows(rect.start_row, rect.start_row - downward, 0, screen->m_nColumns);
+        }
+        return 1;
+    }
+    static int MoveRect(VTermRect dest, VTermRect src, void* user)
+    {
+        CTerminalScreen* screen = Screen(user);
+        auto& rows = screen->Buffer();
+        std::vector<CTerminalCell> moved;
+        moved.reserve(size_t((src.end_row - src.start_row) * (src.end_col - src.start_col)));
+        for (int row = src.start_row; row < src.end_row; ++row) {
+            for (int column = src.start_col; column < src.end_col; ++column)
+                moved.push_back(rows[size_t(row)][size_t(column)]);
+        }
+        size_t i = 0;
+        for (int row = dest.start_row; row < dest.end_row; ++row) {
+            for (int column = dest.start_col; column < dest.end_col; ++column)
+                rows[size_t(row)][size_t(column)] = moved[i++];
+        }
+        return 1;
+    }
+    static int Erase(VTermRect rect, int, void* user)
+    {
+        Screen(user)->EraseRows(rect.start_row, rect.end_row, rect.start_col, rect.end_col);
+        return 1;
+    }
+    static int InitPen(void* user)
+    {
+        Screen(user)->m_pen = CTerminalCell{};
+        return 1;
+    }
+    static int SetPenAttr(VTermAttr attr, VTermValue* value, void* user)
+    {
+        CTerminalScreen* screen = Screen(user);
+        CTerminalCell& pen = screen->m_pen;
+        switch (attr) {
+        case VTERM_ATTR_FOREGROUND:
+            pen.fg = ColorOf(screen->m_pState, value->color, true);
+            return 1;
+        case VTERM_ATTR_BACKGROUND:
+            pen.bg = ColorOf(screen->m_pState, value->color, false);
+            return 1;
+        default:
+            break;
+        }
+        const quint8 bit = AttributeOf(attr);
+        // Underline is a number (single, double, curly); the rest are flags.
+        const bool on = attr == VTERM_ATTR_UNDERLINE ? value->number != 0 : value->boolean != 0;
+        pen.attrs = on ? quint8(pen.attrs | bit) : quint8(pen.attrs & ~bit);
         return 1;
     }
     static int SetTermProp(VTermProp prop, VTermValue* value, void* user)
     {
-        if (prop == VTERM_PROP_CURSORVISIBLE)
-            Screen(user)->m_bCursorVisible = value->boolean != 0;
-        return 1;
+        CTerminalScreen* screen = Screen(user);
+        switch (prop) {
+        case VTERM_PROP_CURSORVISIBLE:
+            screen->m_bCursorVisible = value->boolean != 0;
+            return 1;
+        case VTERM_PROP_REVERSE:
+            screen->m_bReverseVideo = value->boolean != 0;
+            return 1;
+        case VTERM_PROP_ALTSCREEN:
+            screen->m_nBuffer = value->boolean ? 1 : 0;
+            // The alternate screen starts empty each time.
+            if (screen->m_nBuffer == 1)
+                screen->EraseRows(0, screen->m_nRows, 0, screen->m_nColumns);
+            return 1;
+        default:
+            return 1;
+        }
     }
     static int Bell(void* user)
     {
@@ -150,16 +237,21 @@ struct CTerminalScreenCallbacks
 
 namespace {
 
-const VTermScreenCallbacks CallbackTable = {
-    nullptr, // damage: the painter reads the whole screen
-    nullptr, // moverect
-    nullptr, // movecursor: read when painting
-    &CTerminalScreenCallbacks::SetTermProp,
-    &CTerminalScreenCallbacks::Bell,
-    nullptr, // resize: the size is fixed by the settings
-    &CTerminalScreenCallbacks::PushLine,
-    nullptr, // popline: the screen never grows
-};
+VTermStateCallbacks MakeCallbackTable()
+{
+    VTermStateCallbacks table = {};
+    table.putglyph = &CTerminalScreenCallbacks::PutGlyph;
+    table.scrollrect = &CTerminalScreenCallbacks::ScrollRect;
+    table.moverect = &CTerminalScreenCallbacks::MoveRect;
+    table.erase = &CTerminalScreenCallbacks::Erase;
+    table.initpen = &CTerminalScreenCallbacks::InitPen;
+    table.setpenattr = &CTerminalScreenCallbacks::SetPenAttr;
+    table.settermprop = &CTerminalScreenCallbacks::SetTermProp;
+    table.bell = &CTerminalScreenCallbacks::Bell;
+    return table;
+}
+
+const VTermStateCallbacks CallbackTable = MakeCallbackTable();
 
 } // namespace
 
@@ -194,9 +286,16 @@ void CTerminalScreen::CreateTerminal()
     m_scrollback.clear();
     m_nDropped = 0;
     m_nBells = 0;
+    m_nBytesWritten = 0;
     m_bCursorVisible = true;
     m_vt52.Reset(m_nRows);
     m_tty.Reset(m_nEmulation == EmulationNone ? CTtyInterpreter::ControlNames : CTtyInterpreter::Tty);
+
+    m_bReverseVideo = false;
+    m_nBuffer = 0;
+    m_pen = CTerminalCell{};
+    for (auto& buffer : m_buffers)
+        buffer.assign(size_t(m_nRows), std::vector<CTerminalCell>(size_t(m_nColumns)));
 
     m_pTerm = vterm_new(m_nRows, m_nColumns);
     // ANSI and VT100 take the line's bytes as they come (8-bit, Latin-1 in
@@ -204,11 +303,10 @@ void CTerminalScreen::CreateTerminal()
     const bool ansi = m_nEmulation == EmulationAnsi || m_nEmulation == EmulationVt100;
     vterm_set_utf8(m_pTerm, ansi ? 0 : 1);
     vterm_output_set_callback(m_pTerm, &CTerminalScreenCallbacks::Output, this);
-    vterm_state_set_bold_highbright(vterm_obtain_state(m_pTerm), 1);
-    m_pScreen = vterm_obtain_screen(m_pTerm);
-    vterm_screen_set_callbacks(m_pScreen, &CallbackTable, this);
-    vterm_screen_enable_altscreen(m_pScreen, 1);
-    vterm_screen_reset(m_pScreen, 1);
+    m_pState = vterm_obtain_state(m_pTerm);
+    vterm_state_set_callbacks(m_pState, &CallbackTable, this);
+    vterm_state_set_bold_highbright(m_pState, 1);
+    vterm_state_reset(m_pState, 1);
     if (m_nEmulation == EmulationVt52)
         Input(CVt52Interpreter::Setup);
 }
@@ -218,13 +316,14 @@ void CTerminalScreen::DestroyTerminal()
     if (m_pTerm)
         vterm_free(m_pTerm);
     m_pTerm = nullptr;
-    m_pScreen = nullptr;
+    m_pState = nullptr;
 }
 
 void CTerminalScreen::Write(const QByteArray& bytes)
 {
     if (bytes.isEmpty())
         return;
+    m_nBytesWritten += bytes.size();
     switch (m_nEmulation) {
     case EmulationVt52:
         m_translated.clear();
@@ -263,23 +362,41 @@ void CTerminalScreen::Reply(const QByteArray& bytes)
         m_pReplyOutput->SetOutput(bytes);
 }
 
-void CTerminalScreen::PushLine(QList<CTerminalCell>&& line)
+void CTerminalScreen::EraseRows(int first, int end, int startColumn, int endColumn)
 {
-    m_scrollback.push_back(std::move(line));
-    if (int(m_scrollback.size()) > m_nScrollbackCapacity) {
+    const CTerminalCell blank = Blank();
+    auto& rows = Buffer();
+    for (int row = qMax(first, 0); row < qMin(end, m_nRows); ++row) {
+        std::vector<CTerminalCell>& cells = rows[size_t(row)];
+        std::fill(cells.begin() + qBound(0, startColumn, m_nColumns), cells.begin() + qBound(0, endColumn, m_nColumns),
+                  blank);
+    }
+}
+
+void CTerminalScreen::PushLine(const std::vector<CTerminalCell>& row)
+{
+    if (m_nScrollbackCapacity == 0)
+        return;
+    // Kept without its trailing blanks.
+    size_t length = row.size();
+    while (length > 0 && row[length - 1].IsBlank())
+        --length;
+    // At the limit the oldest line goes, and its storage takes the new one.
+    std::vector<CTerminalCell> line;
+    if (int(m_scrollback.size()) >= m_nScrollbackCapacity) {
+        line = std::move(m_scrollback.front());
         m_scrollback.pop_front();
         ++m_nDropped;
     }
+    line.assign(row.begin(), row.begin() + qsizetype(length));
+    m_scrollback.push_back(std::move(line));
 }
 
 CTerminalCell CTerminalScreen::Cell(int row, int column) const
 {
     if (row < 0 || row >= m_nRows || column < 0 || column >= m_nColumns)
         return {};
-    VTermScreenCell cell;
-    if (!vterm_screen_get_cell(m_pScreen, VTermPos{row, column}, &cell))
-        return {};
-    return ConvertCell(m_pScreen, cell);
+    return Buffer()[size_t(row)][size_t(column)];
 }
 
 CTerminalCell CTerminalScreen::LineCell(int line, int column) const
@@ -289,8 +406,8 @@ CTerminalCell CTerminalScreen::LineCell(int line, int column) const
         return Cell(line - count, column);
     if (line < 0)
         return {};
-    const QList<CTerminalCell>& cells = m_scrollback[size_t(line)];
-    return column >= 0 && column < cells.size() ? cells.at(column) : CTerminalCell{};
+    const std::vector<CTerminalCell>& cells = m_scrollback[size_t(line)];
+    return column >= 0 && size_t(column) < cells.size() ? cells[size_t(column)] : CTerminalCell{};
 }
 
 QString CTerminalScreen::LineText(int line) const
@@ -334,7 +451,7 @@ QString CTerminalScreen::Text(QPoint from, QPoint to) const
 QPoint CTerminalScreen::CursorPosition() const
 {
     VTermPos position;
-    vterm_state_get_cursorpos(vterm_obtain_state(m_pTerm), &position);
+    vterm_state_get_cursorpos(m_pState, &position);
     return QPoint(position.col, position.row);
 }
 

@@ -12,19 +12,22 @@
 #include <QStringList>
 
 #include <deque>
+#include <vector>
 
 class CByteOutput;
 struct VTerm;
-struct VTermScreen;
+struct VTermState;
 
 // The character-cell screen of a terminal window, without a window: rows ×
 // columns of cells, a cursor and a bounded scroll-back of the lines that
 // scrolled off the top. Every byte written to it is interpreted by the
-// emulation of the display settings: ANSI and VT100 by libvterm (cursor
-// movement, erase, insert and delete, scrolling regions, attributes and
-// colours, the alternate screen, and the answers of device attributes and
-// cursor position reports, which go to the reply output), VT52, TTY and
-// None by our own interpreters on the same screen.
+// emulation of the display settings: ANSI and VT100 by libvterm's parser and
+// state layer (cursor movement, erase, insert and delete, scrolling regions,
+// attributes and colours, the alternate screen, and the answers of device
+// attributes and cursor position reports, which go to the reply output),
+// VT52, TTY and None by our own interpreters, which hand the state layer
+// the equivalent ANSI input. The cells are ours: a scroll moves rows, not
+// characters, so a flood of lines costs little per line.
 //
 // The channel sets it up through CTerminalDisplayInput; a painter reads the
 // cells after changed(). Lines are numbered scroll-back first (0 = the
@@ -95,7 +98,12 @@ public:
     // x = column, y = row of the screen.
     QPoint CursorPosition() const;
     bool IsCursorVisible() const { return m_bCursorVisible; }
+    // DECSCNM: the screen's own colours are swapped.
+    bool IsReverseVideo() const { return m_bReverseVideo; }
+    bool IsAlternateScreen() const { return m_nBuffer != 0; }
     int BellCount() const { return m_nBells; }
+    // Bytes interpreted since the settings were applied.
+    qint64 BytesWritten() const { return m_nBytesWritten; }
 
 Q_SIGNALS:
     // A fresh screen: size, emulation or cursor may be new.
@@ -111,12 +119,17 @@ private:
     void DestroyTerminal();
     void Input(const QByteArray& bytes);
     void Reply(const QByteArray& bytes);
-    void PushLine(QList<CTerminalCell>&& line);
+    void PushLine(const std::vector<CTerminalCell>& row);
+    std::vector<std::vector<CTerminalCell>>& Buffer() { return m_buffers[m_nBuffer]; }
+    const std::vector<std::vector<CTerminalCell>>& Buffer() const { return m_buffers[m_nBuffer]; }
+    // A cell erased with the current pen: its colours, no character.
+    CTerminalCell Blank() const { return CTerminalCell{0, m_pen.fg, m_pen.bg, 0}; }
+    void EraseRows(int first, int end, int startColumn, int endColumn);
     QByteArray VtermKey(int qtKey, Qt::KeyboardModifiers modifiers);
     QByteArray Vt52Key(int qtKey, Qt::KeyboardModifiers modifiers) const;
 
     VTerm* m_pTerm = nullptr;
-    VTermScreen* m_pScreen = nullptr;
+    VTermState* m_pState = nullptr;
     CByteOutput* m_pReplyOutput = nullptr;
     QByteArray* m_pKeyCapture = nullptr; // keyboard output goes here, not to the line
     CVt52Interpreter m_vt52;
@@ -132,8 +145,14 @@ private:
     bool m_bLocalEcho = false;
     QByteArray m_strFont;
     bool m_bCursorVisible = true;
+    bool m_bReverseVideo = false;
     int m_nBells = 0;
+    qint64 m_nBytesWritten = 0;
 
-    std::deque<QList<CTerminalCell>> m_scrollback; // trailing blanks left out
+    // The main screen (0) and the alternate screen (1), rows of cells.
+    std::vector<std::vector<CTerminalCell>> m_buffers[2];
+    int m_nBuffer = 0;
+    CTerminalCell m_pen; // colours and attributes of the next character
+    std::deque<std::vector<CTerminalCell>> m_scrollback; // trailing blanks left out
     qint64 m_nDropped = 0;
 };
