@@ -99,7 +99,17 @@ bool CTtyInterpreter::AppendPrintable(QByteArray& screen, char byte)
     // The undefined bytes stand for C1 control code points.
     if (codePoint < 0xA0 && codePoint >= 0x80)
         return false;
-    char utf8[4];
+    AppendCharacter(screen, codePoint);
+    return true;
+}
+
+void CTtyInterpreter::AppendCharacter(QByteArray& screen, char32_t codePoint)
+{
+    if (codePoint < 0x80) {
+        screen += char(codePoint);
+        return;
+    }
+    char utf8[3];
     int n = 0;
     if (codePoint < 0x800) {
         utf8[n++] = char(0xC0 | (codePoint >> 6));
@@ -109,5 +119,4 @@ bool CTtyInterpreter::AppendPrintable(QByteArray& screen, char byte)
     }
     utf8[n++] = char(0x80 | (codePoint & 0x3F));
     screen.append(utf8, n);
-    return true;
 }

@@ -24,6 +24,8 @@ public:
     // Appends the character of a printable byte as UTF-8; false (nothing
     // appended) for a control byte, DEL and the code page's undefined bytes.
     static bool AppendPrintable(QByteArray& screen, char byte);
+    // Appends a character of the Basic Multilingual Plane as UTF-8.
+    static void AppendCharacter(QByteArray& screen, char32_t codePoint);
 
 private:
     void Dispatch(char byte, QByteArray& screen);

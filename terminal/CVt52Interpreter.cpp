@@ -10,6 +10,15 @@ constexpr int ClearTailLength = 2;
 // Row and column of ESC Y come as the value + 32.
 constexpr int AddressOffset = 32;
 
+// The special graphics characters for 0x5F..0x7E.
+constexpr char32_t Graphics[] = {
+    U'\u00A0', U'\u25C6', U'\u2592', U'\u2409', U'\u240C', U'\u240D', U'\u240A', U'\u00B0',
+    U'\u00B1', U'\u2424', U'\u240B', U'\u2518', U'\u2510', U'\u250C', U'\u2514', U'\u253C',
+    U'\u23BA', U'\u23BB', U'\u2500', U'\u23BC', U'\u23BD', U'\u251C', U'\u2524', U'\u2534',
+    U'\u252C', U'\u2502', U'\u2264', U'\u2265', U'\u03C0', U'\u2260', U'\u00A3', U'\u00B7',
+};
+constexpr char FirstGraphic = 0x5F;
+
 } // namespace
 
 CVt52Interpreter::CVt52Interpreter(int rows)
@@ -24,6 +33,7 @@ void CVt52Interpreter::Reset(int rows)
     m_nRow = 0;
     m_nClearMatched = 0;
     m_bKeypadApplication = false;
+    m_bGraphics = false;
 }
 
 void CVt52Interpreter::Interpret(const QByteArray& bytes, QByteArray& screen, QByteArray& replies)
@@ -81,9 +91,20 @@ void CVt52Interpreter::Ground(char byte, QByteArray& screen)
         screen += byte;
         return;
     default:
-        CTtyInterpreter::AppendPrintable(screen, byte);
+        Printable(byte, screen);
         return;
     }
+}
+
+// The graphics are translated here, character by character, so that they
+// do not depend on how the screen's parser groups its text.
+void CVt52Interpreter::Printable(char byte, QByteArray& screen) const
+{
+    if (m_bGraphics && byte >= FirstGraphic && byte <= '~') {
+        CTtyInterpreter::AppendCharacter(screen, Graphics[byte - FirstGraphic]);
+        return;
+    }
+    CTtyInterpreter::AppendPrintable(screen, byte);
 }
 
 void CVt52Interpreter::Escape(char byte, QByteArray& screen, QByteArray& replies)
@@ -98,8 +119,8 @@ void CVt52Interpreter::Escape(char byte, QByteArray& screen, QByteArray& replies
     case 'I': screen += "\x1bM"; return;       // reverse index: scrolls down at the top
     case 'J': screen += "\x1b[J"; return;
     case 'K': screen += "\x1b[K"; return;
-    case 'F': screen += "\x1b(0"; return;      // graphics: the line-drawing set in G0
-    case 'G': screen += "\x1b(B"; return;
+    case 'F': m_bGraphics = true; return;
+    case 'G': m_bGraphics = false; return;
     case 'Z': replies += IdentifyReply; return;
     case '=': m_bKeypadApplication = true; return;
     case '>': m_bKeypadApplication = false; return;

@@ -6,7 +6,9 @@
 // (ESC H), direct cursor address (ESC Y row column, each + 32), erase to
 // the end of the screen and of the line (ESC J, K), reverse line feed
 // (ESC I), identify (ESC Z, answered ESC / Z), graphics on and off
-// (ESC F, G), alternate and numeric keypad (ESC =, >); the control bytes
+// (ESC F, G: the special graphics of the VT100 in its VT52 mode, line
+// drawing in place of 0x5F..0x7E), alternate and numeric keypad (ESC =, >);
+// the control bytes
 // CR, LF, BS, HT and BEL; printable characters; and ESC "[2J", which clears
 // the screen. Other escape sequences and control bytes are ignored. The
 // VT52 does not wrap at the right margin: characters there overwrite the
@@ -39,10 +41,12 @@ private:
     void Ground(char byte, QByteArray& screen);
     void Escape(char byte, QByteArray& screen, QByteArray& replies);
     void Address(int column, QByteArray& screen) const;
+    void Printable(char byte, QByteArray& screen) const;
 
     int m_nRows;
     State m_state = State::Ground;
     int m_nRow = 0;
     int m_nClearMatched = 0; // bytes of "2J" seen after ESC [
     bool m_bKeypadApplication = false;
+    bool m_bGraphics = false;
 };

@@ -74,6 +74,8 @@ private Q_SLOTS:
     void answersGoToTheLine();
     void colorsAndAttributes();
     void settingsOutOfRangeAreBroughtIntoRange();
+    void eraseTakesThePenBackground();
+    void regionsScrollIntoTheScrollbackOnlyFromTheTop();
     void scrollbackIsBounded();
     void noScrollbackWithoutScrollbar();
     void selectionTextSpansScrollbackAndScreen();
@@ -114,6 +116,8 @@ void tst_TerminalScreen::shownScreen_data()
         << int(E::EmulationVt52) << QByteArrayList{"top" + Esc("H") + Esc("I") + "new"} << Rows({"new", "top"});
     QTest::newRow("VT52 graphics on and off")
         << int(E::EmulationVt52) << QByteArrayList{Esc("F") + "q" + Esc("G") + "q"} << Rows({QStringLiteral("\u2500q")});
+    QTest::newRow("VT52 graphics right after a code page character, in one write")
+        << int(E::EmulationVt52) << QByteArrayList{Esc("F") + "\xffl" + Esc("G") + "l"} << Rows({QStringLiteral("ÿ\u250Cl")});
     QTest::newRow("VT52 does not wrap at the right margin")
         << int(E::EmulationVt52) << QByteArrayList{QByteArray(45, 'a') + "Z"}
         << Rows({QString(39, QLatin1Char('a')) + QLatin1Char('Z')});
@@ -160,6 +164,9 @@ void tst_TerminalScreen::shownScreen_data()
         << int(E::EmulationVt100)
         << QByteArrayList{"1\r\n2\r\n3\r\n4" + Esc("[2;3r") + Esc("[2;1H") + Esc("[L") + "n"}
         << Rows({"1", "n", "2", "4"});
+    QTest::newRow("ANSI insert and delete characters")
+        << int(E::EmulationAnsi) << QByteArrayList{"abcdef" + Esc("[1;3H") + Esc("[2@") + Esc("[1;1H") + Esc("[P")}
+        << Rows({"b  cdef"});
 }
 
 void tst_TerminalScreen::shownScreen()
@@ -228,6 +235,34 @@ void tst_TerminalScreen::settingsOutOfRangeAreBroughtIntoRange()
     QCOMPARE(screen.GetEmulation(), int(CTerminalScreen::EmulationAnsi));
     QCOMPARE(screen.Rows(), CTerminalScreen::MaxRows);
     QCOMPARE(screen.Columns(), CTerminalScreen::MinColumns);
+}
+
+void tst_TerminalScreen::eraseTakesThePenBackground()
+{
+    CTerminalScreen screen;
+    screen.ApplySettings(Settings(CTerminalScreen::EmulationAnsi));
+    screen.Write("text" + Esc("[44m") + Esc("[2K") + Esc("[0m") + "\r\nnext");
+    const CTerminalCell erased = screen.Cell(0, 10);
+    QCOMPARE(erased.ch, char32_t(0));
+    QVERIFY(erased.bg & CTerminalCell::ColorSet);
+    QCOMPARE(screen.Cell(1, 0).bg, CTerminalCell::DefaultColor);
+    QCOMPARE(screen.ScreenText().mid(0, 2), (QStringList{"", "next"}));
+}
+
+void tst_TerminalScreen::regionsScrollIntoTheScrollbackOnlyFromTheTop()
+{
+    CTerminalScreen screen;
+    screen.ApplySettings(Settings(CTerminalScreen::EmulationVt100));
+    // A region from the first row: what leaves its top is kept.
+    screen.Write("top\r\n" + Esc("[1;5r") + Esc("[5;1H") + "\n\n");
+    QCOMPARE(screen.ScrollbackCount(), 2);
+    QCOMPARE(screen.LineText(0), QStringLiteral("top"));
+    // A region below it: the lines are gone, as on a real terminal.
+    screen.Write(Esc("[3;6r") + Esc("[6;1H") + "\n\n\n");
+    QCOMPARE(screen.ScrollbackCount(), 2);
+    // The alternate screen keeps nothing either.
+    screen.Write(Esc("[r") + Esc("[?1049h") + QByteArray(30, '\n') + Esc("[?1049l"));
+    QCOMPARE(screen.ScrollbackCount(), 2);
 }
 
 void tst_TerminalScreen::scrollbackIsBounded()
