@@ -28,6 +28,9 @@ public:
 
     virtual void SetPaneText(int nPane, const QString& text) = 0;
     virtual QLabel* PaneWidget(int nPane) const = 0;
+    // The count message: the received-byte count for pane 1, posted (from
+    // any thread) and shown when the main window gets to it.
+    virtual void PostShowCount(int nCount) = 0;
 
     // The item of the menu shown now: popup index (0 = "&File") and
     // command; nullptr when the menu has no such item.

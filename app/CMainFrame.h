@@ -68,8 +68,8 @@ public:
     QLabel* PaneWidget(int nPane) const override;
     // The received-byte count in pane 1, "%8d".
     void OnShowCount(int nCount);
-    // Posts the count message to the program's main window (any thread).
-    static void PostCount(int nCount);
+    // Posts the count message to this window (any thread).
+    void PostShowCount(int nCount) override;
 
     // The item of the menu shown now: popup index (0 = "&File") and command.
     // The instrument window rewrites "&Connect" (popup 3) and checks items of

@@ -12,7 +12,7 @@
 
 #include <memory>
 
-class CMainFrame;
+class CFrameServices;
 
 // The view of an instrument window. On creation it reads the driver named
 // by the application's last used driver, opens the line and shows the
@@ -32,7 +32,9 @@ class COrvalisView : public CCommView, public CTextSink
     Q_OBJECT
 
 public:
-    explicit COrvalisView(QWidget* parent = nullptr);
+    // services: the main window's function-key bar, status bar and menus
+    // (nullptr: none).
+    explicit COrvalisView(CFrameServices* services, QWidget* parent = nullptr);
     ~COrvalisView() override;
 
     bool OnCommand(int nID) override;
@@ -90,8 +92,9 @@ private:
     bool SaveTo(const QString& path);
     void WriteDriverBack();
     void NoteTransferStart();
-    static CMainFrame* Frame();
+    CFrameServices* Frame() const { return m_pServices; }
 
+    CFrameServices* m_pServices;
     CCommByteSource m_source;
     CReceivePipeline m_pipeline;
     CTextAppender m_appender;

@@ -81,6 +81,7 @@ CTermView::CTermView(CFrameServices* services, const QString& driverPath, QWidge
     , m_document(this)
     , m_pDisplay(new CTerminalDisplay(m_screen, this))
     , m_source(m_comm)
+    , m_transferStatus(services)
     , m_pSerialNumberPrompt(std::make_unique<CSerialNumberDlgPrompt>(this))
 {
     setObjectName(QStringLiteral("CTermView"));

@@ -3,6 +3,7 @@
 // far end of the line on the master end.
 
 #include "../core/PtyPair.h"
+#include "CFrameServices.h"
 #include "CFunctionKeyBar.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
@@ -32,6 +33,35 @@
 
 #include <memory>
 
+namespace {
+
+// The main window's part, as a view sees it, without the main window.
+class CFakeFrame : public CFrameServices
+{
+public:
+    int SetFunctionKeyText(int nID, const QString& text) override
+    {
+        m_captions[nID] = text;
+        return 1;
+    }
+    int GetFunctionKeyText(int nID, QString& text) const override
+    {
+        text = m_captions.value(nID);
+        return int(text.size());
+    }
+    void ShowFunctionKeyBar(int bShow) override { m_bBarShown = bShow != 0; }
+    void SetPaneText(int nPane, const QString& text) override { m_panes[nPane] = text; }
+    QLabel* PaneWidget(int) const override { return nullptr; }
+    void PostShowCount(int) override {}
+    QAction* MenuItem(int, int) const override { return nullptr; }
+
+    QHash<int, QString> m_captions;
+    QHash<int, QString> m_panes;
+    bool m_bBarShown = false;
+};
+
+} // namespace
+
 class tst_TerminalWindow : public QObject
 {
     Q_OBJECT
@@ -58,6 +88,7 @@ private Q_SLOTS:
     void copyAndPaste();
     void sendFileAndStopTransmission();
     void scrollbackStaysPutWhileScrolledUp();
+    void viewNeedsOnlyTheFrameServices();
 
 private:
     static CTerminalFile Driver(const QString& connector, int emulation = 4);
@@ -503,6 +534,28 @@ void tst_TerminalWindow::scrollbackStaysPutWhileScrolledUp()
     // Typing goes back to the bottom.
     QTest::keyClicks(view->Display(), QStringLiteral("q"));
     QCOMPARE(bar->value(), bar->maximum());
+}
+
+void tst_TerminalWindow::viewNeedsOnlyTheFrameServices()
+{
+    CTerminalFile records = Driver(m_pty->SlaveName());
+    QVERIFY(records.Store(Home(QStringLiteral("alone.drv"))).IsOk());
+    CFakeFrame frame;
+    {
+        CTermView view(&frame, Home(QStringLiteral("alone.drv")));
+        view.show();
+        QCOMPARE(frame.m_captions.value(ID_FUNCTION_KEY_F1), QStringLiteral("Status"));
+        QVERIFY(frame.m_bBarShown);
+        QVERIFY(view.OnCommand(ID_FUNCTION_KEY_F1));
+        QCOMPARE(m_pty->ReadMaster(6), QByteArray("STAT?\r"));
+        QVERIFY(m_pty->WriteMaster("ok"));
+        QTRY_COMPARE(ScreenRows(&view, 1), QStringList{"ok"});
+        QVERIFY(view.close());
+        QVERIFY(!frame.m_bBarShown);
+    }
+    CTerminalFile written;
+    QVERIFY(written.Load(Home(QStringLiteral("alone.drv"))).IsOk());
+    QCOMPARE(written.m_FunctionKeys.m_Names.size(), 16);
 }
 
 QTEST_MAIN(tst_TerminalWindow)
