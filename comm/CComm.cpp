@@ -40,6 +40,20 @@ void RaiseReaderPriority()
         qCDebug(lcComm) << "reader keeps its normal priority:" << strerror(errno);
 }
 
+// One byte given timeoutMs to find room; with a stop flag the time is
+// given in slices of CComm::StopSliceMs, and a byte still without room when
+// the flag is set times out after its slice.
+CCommPort::WriteResult WriteWithin(CCommPort& port, char byte, int timeoutMs, const std::atomic<bool>* stop)
+{
+    for (int left = timeoutMs;;) {
+        const int slice = stop ? qMin(left, CComm::StopSliceMs) : left;
+        const CCommPort::WriteResult result = port.WriteByte(byte, slice);
+        left -= slice;
+        if (result != CCommPort::TimedOut || left <= 0 || (stop && *stop))
+            return result;
+    }
+}
+
 struct LineEventEntry
 {
     std::uint32_t portEvent;
@@ -112,7 +126,6 @@ int CComm::OpenPort(const CCommParameter& parameters, bool /*unused*/)
     dcb.ApplyLineSettings(parameters);
     QString error;
     if (!m_pPort->SetState(dcb, &error)) {
-        qCWarning(lcComm) << error;
         SetLastError(error);
         return 0;
     }
@@ -163,7 +176,7 @@ bool CComm::OpenHandle()
             port.reset();
     }
     if (port == nullptr) {
-        qCInfo(lcComm) << error;
+        qCDebug(lcComm) << error;
         SetLastError(error);
         return false;
     }
@@ -283,7 +296,7 @@ void CComm::ReaderMain(qint64 portHandle)
         if (m_bStopping)
             break;
         if (result.lineLost) {
-            qCWarning(lcComm) << "line" << m_strConnector << "lost:" << result.reason;
+            qCDebug(lcComm) << "line" << m_strConnector << "lost:" << result.reason;
             // The reason first: whoever sees IsLineLost() can tell why.
             SetLastError(QStringLiteral("Connection to %1 lost: %2").arg(QString::fromLocal8Bit(m_strConnector), result.reason));
             m_bLineLost = true;
@@ -356,12 +369,26 @@ QByteArray CComm::GetInput()
 
 void CComm::SetOutput(const QByteArray& text)
 {
+    Write(text, nullptr);
+}
+
+void CComm::SetOutputUntil(const QByteArray& text, const std::atomic<bool>& stop)
+{
+    Write(text, &stop);
+}
+
+void CComm::Write(const QByteArray& text, const std::atomic<bool>* stop)
+{
     std::lock_guard lock(m_writeMutex);
     for (const char byte : text) {
         if (m_pPort == nullptr || m_bStopping)
             return;
-        const CCommPort::WriteResult result = m_pPort->WriteByte(byte, m_nWriteTimeoutMs);
+        const CCommPort::WriteResult result = WriteWithin(*m_pPort, byte, m_nWriteTimeoutMs, stop);
         if (result == CCommPort::Failed || result == CCommPort::Cancelled)
+            return;
+        // A stopped transfer still sends its block while the line takes the
+        // bytes; a line that takes none does not hold it.
+        if (result == CCommPort::TimedOut && stop && *stop)
             return;
         if (result == CCommPort::TimedOut)
             qCDebug(lcComm) << "byte dropped on" << m_strConnector << ": no room within" << m_nWriteTimeoutMs << "ms";

@@ -117,6 +117,11 @@ public:
     // GetWriteTimeout() ms to find room on the line; a byte that does not is
     // dropped. Nothing when closed. Safe to call from a second thread.
     void SetOutput(const QByteArray& text) override;
+    // The same for the file transfer: once stop is set, the first byte that
+    // finds no room within StopSliceMs ends the write, so a stalled line
+    // cannot hold a stopped transfer.
+    void SetOutputUntil(const QByteArray& text, const std::atomic<bool>& stop) override;
+    static constexpr int StopSliceMs = 100;
     // A typed character: carriage return gains a line feed when the terminal
     // record says so; shown on the display too with local echo. While a file
     // is sent it waits in the sender's queue instead.
@@ -164,6 +169,7 @@ private:
     bool Notify(quint16 event, qint64 lParam, qint64 portHandle, bool lineLost);
     void SetLastError(const QString& text);
     void SendTyped(const QByteArray& text);
+    void Write(const QByteArray& text, const std::atomic<bool>* stop);
 
     QObject* m_pOwner = nullptr;
     QByteArray m_strConnector;

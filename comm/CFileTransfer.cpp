@@ -1,6 +1,7 @@
 #include "CFileTransfer.h"
 
 #include "CByteOutput.h"
+#include "CRegularFile.h"
 
 #include <QFile>
 #include <QLoggingCategory>
@@ -46,7 +47,10 @@ void CFileTransfer::Wait()
 void CFileTransfer::Run(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    QString notRegular;
+    if (!CRegularFile::Check(path, &notRegular)) {
+        qCWarning(lcTransfer).noquote() << QStringLiteral("Cannot send %1: %2").arg(path, notRegular);
+    } else if (!file.open(QIODevice::ReadOnly)) {
         qCWarning(lcTransfer).noquote()
             << QStringLiteral("Cannot send %1: %2").arg(path, file.errorString());
     } else {
@@ -54,7 +58,7 @@ void CFileTransfer::Run(const QString& path)
         qint64 sent = 0;
         for (;;) {
             const QByteArray block = file.read(BlockSize);
-            m_output.SetOutput(block);
+            m_output.SetOutputUntil(block, m_bStop);
             sent += BlockSize;
             if (m_progress)
                 m_progress(sent, total);

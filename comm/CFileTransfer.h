@@ -30,7 +30,8 @@ public:
 
     // False while a transfer runs.
     bool Start(const QString& path);
-    // Takes effect after the block being sent; its bytes all go out.
+    // Ends the transfer after the block being sent; a line that takes no
+    // bytes does not hold it (the rest of that block is then dropped).
     void Stop() { m_bStop = true; }
     bool IsRunning() const { return m_bRunning; }
     // Waits for a transfer that has sent its end notification.

@@ -1,5 +1,7 @@
 #include "CPlaybackFile.h"
 
+#include "CRegularFile.h"
+
 #include <QLoggingCategory>
 
 #include <limits>
@@ -11,6 +13,11 @@ Q_LOGGING_CATEGORY(lcPlayback, "orvalis.comm")
 bool CPlaybackFile::Open(const QString& path)
 {
     Close();
+    QString notRegular;
+    if (!CRegularFile::Check(path, &notRegular)) {
+        m_strError = QStringLiteral("Cannot open playback file %1: %2").arg(path, notRegular);
+        return false;
+    }
     m_file.setFileName(path);
     if (m_file.open(QIODevice::ReadOnly)) {
         m_strError.clear();
@@ -18,7 +25,6 @@ bool CPlaybackFile::Open(const QString& path)
         return true;
     }
     m_strError = QStringLiteral("Cannot open playback file %1: %2").arg(path, m_file.errorString());
-    qCWarning(lcPlayback).noquote() << m_strError;
     return false;
 }
 

@@ -1,8 +1,11 @@
 #include "CArchiveFile.h"
 
 #include "CArchive.h"
+#include "CFileReplacer.h"
 #include "CRecord.h"
+#include "CRegularFile.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QLoggingCategory>
 
@@ -45,6 +48,9 @@ CFileResult CArchiveFile::Store(QIODevice& device, const QString& name, Records 
 
 CFileResult CArchiveFile::Load(const QString& path, Records records)
 {
+    QString notRegular;
+    if (!CRegularFile::Check(path, &notRegular))
+        return Logged(CFileResult::OpenFailed(path, notRegular));
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return Logged(CFileResult::OpenFailed(path, file.errorString()));
@@ -53,14 +59,10 @@ CFileResult CArchiveFile::Load(const QString& path, Records records)
 
 CFileResult CArchiveFile::Store(const QString& path, Records records)
 {
-    QFile file(path);
-    // ReadWrite creates a missing file and, unlike WriteOnly, keeps the length.
-    if (!file.open(QIODevice::ReadWrite))
-        return Logged(CFileResult::OpenFailed(path, file.errorString()));
-    const CFileResult result = Store(file, path, records);
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    const CFileResult result = Store(buffer, path, records);
     if (!result.IsOk())
         return result;
-    if (!file.flush())
-        return Logged(CFileResult::WriteFailed(path, -1, file.errorString()));
-    return result;
+    return Logged(CFileReplacer::Replace(path, buffer.data(), CFileReplacer::Tail::Keep));
 }

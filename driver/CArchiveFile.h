@@ -20,6 +20,7 @@ public:
     static CFileResult Load(const QString& path, Records records);
     // Writes over the file from its start without shortening it (the tail of
     // a longer old version stays; readers ignore it); creates a missing file.
+    // The file changes all at once: a failure leaves the old one untouched.
     static CFileResult Store(const QString& path, Records records);
 
     // The same over a device that is already open; name is used in messages.

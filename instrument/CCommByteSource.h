@@ -7,7 +7,9 @@
 // processing pass reads at most PassBudget bytes: under a flood a pass
 // would otherwise go on reading for as long as data keeps coming, and the
 // window would not get to paint. What is left is not lost: the channel
-// reports it again at once, since the window has read meanwhile.
+// reports it again at once, since the window has read meanwhile. A pass
+// begins with the question for the event code, so every owner of the
+// channel gets a fresh budget per notification without having to ask.
 class CCommByteSource : public CByteSource
 {
 public:
@@ -18,10 +20,11 @@ public:
     {
     }
 
-    // Before each processing pass.
-    void StartPass() { m_nLeft = PassBudget; }
-
-    quint16 GetCommEvent() override { return m_comm.GetCommEvent(); }
+    quint16 GetCommEvent() override
+    {
+        m_nLeft = PassBudget;
+        return m_comm.GetCommEvent();
+    }
     quint16 GetInBufferCount() override { return m_comm.GetInBufferCount(); }
     QByteArray GetInput() override
     {

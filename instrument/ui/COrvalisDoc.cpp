@@ -2,10 +2,11 @@
 
 #include "CCodePage.h"
 #include "CDisplayText.h"
+#include "CFileReplacer.h"
+#include "CRegularFile.h"
 
 #include <QFile>
 #include <QPlainTextEdit>
-#include <QSaveFile>
 #include <QTextDocument>
 
 COrvalisDoc::COrvalisDoc(QPlainTextEdit* text, QObject* parent)
@@ -16,6 +17,11 @@ COrvalisDoc::COrvalisDoc(QPlainTextEdit* text, QObject* parent)
 
 bool COrvalisDoc::OnOpenDocument(const QString& path, QString* error)
 {
+    QString notRegular;
+    if (!CRegularFile::Check(path, &notRegular)) {
+        *error = QStringLiteral("Cannot open %1: %2").arg(path, notRegular);
+        return false;
+    }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         *error = QStringLiteral("Cannot open %1: %2").arg(path, file.errorString());
@@ -35,14 +41,9 @@ bool COrvalisDoc::OnOpenDocument(const QString& path, QString* error)
 
 bool COrvalisDoc::OnSaveDocument(const QString& path, QString* error)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        *error = QStringLiteral("Cannot write %1: %2").arg(path, file.errorString());
-        return false;
-    }
-    const QByteArray bytes = PlainText();
-    if (file.write(bytes) != bytes.size() || !file.commit()) {
-        *error = QStringLiteral("Cannot write %1: %2").arg(path, file.errorString());
+    const CFileResult result = CFileReplacer::Replace(path, PlainText(), CFileReplacer::Tail::Drop);
+    if (!result.IsOk()) {
+        *error = result.Message();
         return false;
     }
     m_strPathName = path;

@@ -150,6 +150,7 @@ void COrvalisView::OnCreate()
         m_terminalParam.m_bLocalEcho = 1;
         SetLineState();
     }
+    m_bEpsonPrinter = m_v24Printer.CheckPrinter() ? 1 : 0;
     m_bProgress = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("Progress"));
     if (m_bProgress)
         m_pipeline.SetProgressReporter([frame = Frame()](qint64 total) {
@@ -212,6 +213,8 @@ void COrvalisView::OnDestroy()
         app->m_bConnectRequested = 0;
     }
     CCommView::OnDestroy();
+    // The printer line closes and its job prints.
+    m_v24Printer.SwitchOff();
     m_transferStatus.Finish();
     if (CFrameServices* frame = Frame())
         frame->ShowFunctionKeyBar(0);
@@ -319,7 +322,6 @@ void COrvalisView::OnComMessage(const CCommEvent& event)
 void COrvalisView::OnCommEvent()
 {
     ++m_nPassDepth;
-    m_source.StartPass();
     m_pipeline.OnCommEvent();
     --m_nPassDepth;
     NoteTransferStart();
@@ -381,6 +383,7 @@ void COrvalisView::OnActivateView(bool bActivate)
     if (!bActivate)
         return;
     UpdateConnectMenuText();
+    m_v24Printer.UpdateMenu();
     // The bar shows the keys of the window that is active.
     ShowFunctionKeys();
     if (!m_strLineProblem.isEmpty() && !m_comm.IsPortOpen()) {
@@ -424,6 +427,8 @@ bool COrvalisView::OnCommand(int nID)
     case ID_OPTIONS: OnOptions(); return true;
     case ID_SEND_FILE: OnSendFile(); return true;
     case ID_STOP_TRANSMISSION: OnStopTransmission(); return true;
+    case ID_V24_PRINTER: OnV24Printer(); return true;
+    case ID_V24_PRINTER_SETTINGS: OnV24PrinterSettings(); return true;
     case ID_FILE_SAVE: OnFileSave(); return true;
     case ID_FILE_SAVE_AS: OnFileSaveAs(); return true;
     default: break;
@@ -443,7 +448,12 @@ bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
         ui.bEnabled = m_bOpenedByConnect;
         return true;
     case ID_V24_PRINTER:
-        ui.bEnabled = m_bEpsonPrinter != 0;
+        // Once on, it can always be switched off.
+        ui.bEnabled = m_bEpsonPrinter != 0 || m_v24Printer.IsOn();
+        ui.bCheckable = true;
+        ui.bChecked = m_v24Printer.IsOn();
+        return true;
+    case ID_V24_PRINTER_SETTINGS:
         return true;
     case ID_STOP_TRANSMISSION:
         ui.bEnabled = m_bSending != 0;

@@ -269,7 +269,6 @@ void CTermView::OnComMessage(const CCommEvent& event)
 
 void CTermView::OnReceivedData()
 {
-    m_source.StartPass();
     const QByteArray input = CTerminalReceiver::OnReceivedData(m_source, m_termParam.m_bReceiveCRLF != 0);
     if (!input.isEmpty())
         m_screen.DisplayInput(input);

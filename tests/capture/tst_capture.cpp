@@ -9,6 +9,8 @@
 #include <QtEndian>
 
 #include <csignal>
+#include <sys/stat.h>
+#include <thread>
 
 namespace {
 
@@ -69,6 +71,10 @@ public:
     // Waits until standard error (or output) holds the text.
     bool WaitForError(const QString& text) { return WaitFor([&] { return m_err.contains(text); }); }
     bool WaitForOutput(const QByteArray& text) { return WaitFor([&] { return m_out.contains(text); }); }
+    bool WaitForOutputEnd(const QByteArray& text, int timeoutMs)
+    {
+        return WaitFor([&] { return m_out.endsWith(text); }, timeoutMs);
+    }
     void Interrupt() { ::kill(pid_t(m_process.processId()), SIGINT); }
     void Input(const QByteArray& bytes) { m_process.write(bytes); }
     void CloseInput() { m_process.closeWriteChannel(); }
@@ -87,11 +93,11 @@ public:
 
 private:
     template <class Condition>
-    bool WaitFor(Condition done)
+    bool WaitFor(Condition done, int timeoutMs = 10000)
     {
         QElapsedTimer timer;
         timer.start();
-        while (!done() && timer.elapsed() < 10000 && m_process.state() == QProcess::Running) {
+        while (!done() && timer.elapsed() < timeoutMs && m_process.state() == QProcess::Running) {
             m_process.waitForReadyRead(50);
             Collect();
         }
@@ -127,17 +133,21 @@ private Q_SLOTS:
     void replayShowsWhatTheWindowShows();
     void replayWritesCellsAsCsv();
     void replayUsesTheBytesOfACutBlock();
+    void replayGoesOnAfterAnEmptyBlock();
     void replayReportsBadInput_data();
     void replayReportsBadInput();
     void captureShowsRecordsAndEndsOnCtrlC();
     void captureAnswersFromThePlaybackFile();
     void captureEndsWhenTheLineGoesAway();
+    void captureKeepsUpWithAFlood_data();
+    void captureKeepsUpWithAFlood();
     void captureReportsALineThatCannotOpen();
     void captureRefusesBadOptions_data();
     void captureRefusesBadOptions();
     void sendText_data();
     void sendText();
     void sendFileShowsProgress();
+    void sendStopsOnALineThatTakesNothing();
     void sendAsksForTheSerialNumber();
     void sendStopsWithoutSerialNumber();
     void sendRefusesAKeyWithoutName();
@@ -157,6 +167,7 @@ void tst_capture::initTestCase()
 {
     QVERIFY(m_dir.isValid());
     qputenv("ORVALIS_HOME", m_dir.path().toLocal8Bit());
+    QCOMPARE(::mkfifo(QFile::encodeName(m_dir.filePath(QStringLiteral("fifo"))).constData(), 0600), 0);
 }
 
 QString tst_capture::Write(const QString& name, const QByteArray& bytes)
@@ -236,9 +247,19 @@ void tst_capture::replayUsesTheBytesOfACutBlock()
     QByteArray capture = Framed({"AB\n", "CDEFGH"});
     capture.chop(3);
     const CliRun run = RunCli({QStringLiteral("replay"), driver, Write(QStringLiteral("cut.bin"), capture)});
-    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(run.exitCode, 1);
     QCOMPARE(run.out, QByteArray("AB\nCDE"));
     QVERIFY2(run.err.contains(QStringLiteral("is cut short (3 of 6 bytes)")), qPrintable(run.err));
+}
+
+void tst_capture::replayGoesOnAfterAnEmptyBlock()
+{
+    const QString driver = Driver(QStringLiteral("empty.tbb"), false, false);
+    const CliRun run
+        = RunCli({QStringLiteral("replay"), driver, Write(QStringLiteral("empty.bin"), Framed({"AB\n", "", "CD\n", ""}))});
+    QCOMPARE(run.err, QString());
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(run.out, QByteArray("AB\nCD\n"));
 }
 
 void tst_capture::replayReportsBadInput_data()
@@ -255,6 +276,13 @@ void tst_capture::replayReportsBadInput_data()
     QTest::newRow("missing driver")
         << QStringList{QStringLiteral("replay"), QStringLiteral("/nonexistent/x.tbb"), QStringLiteral("y")} << 1
         << QStringLiteral("Cannot open /nonexistent/x.tbb: No such file or directory");
+    // Opening a FIFO would wait for a writer for ever.
+    const QString fifo = m_dir.filePath(QStringLiteral("fifo"));
+    QTest::newRow("driver is a FIFO") << QStringList{QStringLiteral("replay"), fifo, QStringLiteral("y")} << 1
+                                      << QStringLiteral("Cannot open %1: a FIFO, not a regular file").arg(fifo);
+    QTest::newRow("recording is a FIFO")
+        << QStringList{QStringLiteral("replay"), Driver(QStringLiteral("fifo.tbb"), false, false), fifo} << 1
+        << QStringLiteral("Cannot open %1: a FIFO, not a regular file").arg(fifo);
 }
 
 void tst_capture::replayReportsBadInput()
@@ -287,6 +315,7 @@ void tst_capture::captureShowsRecordsAndEndsOnCtrlC()
     QCOMPARE(cli.Finish(), 0);
     QCOMPARE(cli.Output(), QByteArray("12.5\tg\n*E03\n7.25\tg\n"));
     QCOMPARE(FileBytes(csv), QByteArray("12.5,g\n*E03\n7.25,g\n"));
+    QVERIFY(!QFile::exists(record + QStringLiteral(".part")));
 
     const CliRun replay = RunCli({QStringLiteral("replay"), driver, record});
     QCOMPARE(replay.exitCode, 0);
@@ -333,13 +362,52 @@ void tst_capture::captureEndsWhenTheLineGoesAway()
              qPrintable(cli.Error()));
 }
 
+void tst_capture::captureKeepsUpWithAFlood_data()
+{
+    QTest::addColumn<int>("piece");
+    QTest::addColumn<int>("pauseUs");
+
+    QTest::newRow("in one go") << (1 << 30) << 0;
+    QTest::newRow("small pieces with pauses") << 3000 << 500;
+}
+
+// Far more than one processing pass reads, sent while the tool prints:
+// every reading shown once, in order, and none after the last.
+void tst_capture::captureKeepsUpWithAFlood()
+{
+    QFETCH(int, piece);
+    QFETCH(int, pauseUs);
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    QByteArray readings;
+    for (int i = 0; readings.size() < 1200 * 1024; ++i)
+        readings += QByteArray::number(i).rightJustified(7, '0') + "    12.345 g\n";
+    CCliProcess cli({QStringLiteral("capture"), Driver(QStringLiteral("flood.tbb"), false, false),
+                     QStringLiteral("--port"), pty.SlaveName()});
+    QVERIFY2(cli.WaitForError(QStringLiteral("Ctrl-C ends")), qPrintable(cli.Error()));
+
+    std::thread instrument([&] {
+        for (qsizetype at = 0; at < readings.size(); at += piece) {
+            if (!pty.WriteMaster(readings.mid(at, piece)))
+                return;
+            std::this_thread::sleep_for(std::chrono::microseconds(pauseUs));
+        }
+    });
+    const bool all = cli.WaitForOutputEnd(readings.right(20), 30000);
+    instrument.join();
+    QVERIFY2(all, qPrintable(QStringLiteral("%1 of %2 bytes shown").arg(cli.Output().size()).arg(readings.size())));
+    cli.Interrupt();
+    QCOMPARE(cli.Finish(), 0);
+    QVERIFY(cli.Output() == readings);
+}
+
 void tst_capture::captureReportsALineThatCannotOpen()
 {
     const CliRun run = RunCli({QStringLiteral("capture"), Driver(QStringLiteral("none.tbb"), false, false),
                                QStringLiteral("--port"), QStringLiteral("/dev/nonexistent-line")});
     QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(QStringLiteral("Cannot open /dev/nonexistent-line: No such file or directory")),
-             qPrintable(run.err));
+    // Said once, not again as a log line.
+    QCOMPARE(run.err.count(QStringLiteral("Cannot open /dev/nonexistent-line: No such file or directory")), 1);
 }
 
 void tst_capture::captureRefusesBadOptions_data()
@@ -440,6 +508,25 @@ void tst_capture::sendFileShowsProgress()
     const QString progress = QStringLiteral("Sending file %1: ").arg(path);
     for (const char* position : {"40% 00:00:0", "81% 00:00:0", "100% 00:00:0"})
         QVERIFY2(cli.Error().contains(progress + QLatin1String(position)), qPrintable(cli.Error()));
+}
+
+// The instrument never reads: the pty's buffer fills and every byte waits
+// for room. Ctrl-C must still end the program within a second.
+void tst_capture::sendStopsOnALineThatTakesNothing()
+{
+    const QString path = Write(QStringLiteral("big.bin"), QByteArray(1 << 20, 'x'));
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    CCliProcess cli({QStringLiteral("send"), Driver(QStringLiteral("stall.tbb"), false, false),
+                     QStringLiteral("--port"), pty.SlaveName(), QStringLiteral("--file"), path});
+    QVERIFY2(cli.WaitForError(QStringLiteral("Sending file")), qPrintable(cli.Error()));
+    QTest::qWait(300);
+    QElapsedTimer timer;
+    timer.start();
+    cli.Interrupt();
+    QCOMPARE(cli.Finish(), 1);
+    QVERIFY2(cli.Error().contains(QStringLiteral("orvalis-cli send: stopped")), qPrintable(cli.Error()));
+    QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
 }
 
 void tst_capture::sendAsksForTheSerialNumber()

@@ -118,6 +118,13 @@ void tst_cli_screen::readsCaptureFiles()
     const CliRun run = RunCli({"screen", dir.filePath("tty.drv"), dir.filePath("line.cap")});
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.out, Lines({"first", "second"}, 24));
+
+    // A capture cut short: what it holds is shown, and the run fails.
+    QVERIFY(WriteFile(dir.filePath("cut.cap"), capture.left(capture.size() - 3)));
+    const CliRun cut = RunCli({"screen", dir.filePath("tty.drv"), dir.filePath("cut.cap")});
+    QCOMPARE(cut.exitCode, 1);
+    QCOMPARE(cut.out, Lines({"first", "sec"}, 24));
+    QVERIFY2(cut.err.contains(QStringLiteral("is cut short")), qPrintable(cut.err));
 }
 
 void tst_cli_screen::refusals_data()

@@ -126,6 +126,7 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
         loop.quit();
     };
     CCaptureOwner owner(comm, pipeline, [&] {
+        session.FlushText();
         // The channel closes itself once its loss notification was answered.
         if (!comm.IsPortOpen())
             stop(QStringLiteral("the line went away: %1").arg(comm.GetLastError()));
@@ -157,6 +158,10 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
 
     comm.SetPortOpen(false);
     out.flush();
+    if (parser.isSet(record) && !source.Failed() && !writer.Finish()) {
+        err << writer.ErrorString() << "\n";
+        return ExitFailed;
+    }
     if (!session.Finish(error)) {
         err << error << "\n";
         return ExitFailed;

@@ -1,11 +1,17 @@
 #include "CCaptureReader.h"
 
 #include "CCaptureWriter.h"
+#include "CRegularFile.h"
 
 #include <QtEndian>
 
 bool CCaptureReader::Open(const QString& path)
 {
+    QString notRegular;
+    if (!CRegularFile::Check(path, &notRegular)) {
+        m_strError = QStringLiteral("Cannot open %1: %2").arg(path, notRegular);
+        return false;
+    }
     m_file.setFileName(path);
     if (!m_file.open(QIODevice::ReadOnly)) {
         m_strError = QStringLiteral("Cannot open %1: %2").arg(path, m_file.errorString());
@@ -27,16 +33,24 @@ QByteArray CCaptureReader::GetInput()
     return block;
 }
 
+// The next block that holds bytes; empty only at the end of the file.
 QByteArray CCaptureReader::ReadBlock()
 {
-    if (!m_bFramed)
-        return m_file.read(RawBlockSize);
+    for (;;) {
+        const QByteArray block = m_bFramed ? ReadFramedBlock() : m_file.read(RawBlockSize);
+        if (!block.isEmpty() || m_file.atEnd() || !m_strDamage.isEmpty())
+            return block;
+    }
+}
+
+QByteArray CCaptureReader::ReadFramedBlock()
+{
     const QByteArray length = m_file.read(4);
     if (length.isEmpty())
         return {};
     const qint64 offset = m_file.pos() - length.size();
     if (length.size() < 4) {
-        m_strWarning = QStringLiteral("%1: ends inside the block length at byte %2")
+        m_strDamage = QStringLiteral("%1: ends inside the block length at byte %2")
                            .arg(m_file.fileName())
                            .arg(offset);
         return {};
@@ -45,7 +59,7 @@ QByteArray CCaptureReader::ReadBlock()
     // Never more than the file still holds, whatever the length says.
     const QByteArray block = m_file.read(qMin<qint64>(size, m_file.bytesAvailable()));
     if (block.size() < qint64(size))
-        m_strWarning = QStringLiteral("%1: the block at byte %2 is cut short (%3 of %4 bytes)")
+        m_strDamage = QStringLiteral("%1: the block at byte %2 is cut short (%3 of %4 bytes)")
                            .arg(m_file.fileName())
                            .arg(offset)
                            .arg(block.size())

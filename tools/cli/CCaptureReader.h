@@ -7,8 +7,9 @@
 
 // Plays a capture file back as the line: the blocks of a file written by
 // CCaptureWriter one by one, or any other file as a raw byte stream in blocks
-// of 4096 bytes. A block cut short by the end of the file is delivered with
-// the bytes that are there (Warning() says so).
+// of 4096 bytes. Only the end of the file ends the blocks: an empty block is
+// passed over. A block cut short by the end of the file is delivered with
+// the bytes that are there, and Damage() says so.
 class CCaptureReader : public CByteSource
 {
 public:
@@ -16,7 +17,7 @@ public:
 
     bool Open(const QString& path);
     QString ErrorString() const { return m_strError; }
-    QString Warning() const { return m_strWarning; }
+    QString Damage() const { return m_strDamage; }
     bool AtEnd() const { return m_next.isEmpty(); }
 
     quint16 GetCommEvent() override { return EventReceive; }
@@ -25,10 +26,11 @@ public:
 
 private:
     QByteArray ReadBlock();
+    QByteArray ReadFramedBlock();
 
     QFile m_file;
     bool m_bFramed = false;
     QByteArray m_next; // the block GetInput hands out next
     QString m_strError;
-    QString m_strWarning;
+    QString m_strDamage;
 };

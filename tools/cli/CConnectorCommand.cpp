@@ -3,7 +3,7 @@
 #include "CConnectorName.h"
 #include "CDriverFile.h"
 
-#include <QSaveFile>
+#include <QTextStream>
 
 int CConnectorCommand::Run(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
@@ -27,15 +27,9 @@ int CConnectorCommand::Run(const QStringList& arguments, QTextStream& out, QText
     // -1: the name is the connector.
     driver.m_Comm.m_nConnector = -1;
     driver.m_Comm.m_strConnector = connector.ToString();
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        err << "Cannot write " << path << ": " << file.errorString() << "\n";
-        return ExitFailed;
-    }
-    const CFileResult stored = driver.Store(file, path);
-    if (!stored.IsOk() || !file.commit()) {
-        err << (stored.IsOk() ? QStringLiteral("Cannot write %1: %2").arg(path, file.errorString()) : stored.Message())
-            << "\n";
+    const CFileResult stored = driver.Store(path);
+    if (!stored.IsOk()) {
+        err << stored.Message() << "\n";
         return ExitFailed;
     }
     out << path << ": connector " << QString::fromLocal8Bit(driver.m_Comm.m_strConnector) << "\n";

@@ -5,11 +5,14 @@
 void CConsoleTextSink::AppendBytes(const QByteArray& bytes)
 {
     m_out << m_display.Convert(bytes);
-    m_out.flush();
 }
 
 void CConsoleTextSink::DeleteLastCharacter()
 {
     m_out << "\b \b";
+}
+
+void CConsoleTextSink::Flush()
+{
     m_out.flush();
 }

@@ -6,7 +6,9 @@
 class QTextStream;
 
 // Shows the pipeline's text on standard output as the instrument window
-// would, in UTF-8, written through at once so a pipe sees every line.
+// would, in UTF-8. The text is written through once per processing pass
+// (Flush), not per line: a flood is one write per pass, and a pipe still
+// sees every reading as soon as its pass ends.
 class CConsoleTextSink : public CTextSink
 {
 public:
@@ -17,6 +19,7 @@ public:
 
     void AppendBytes(const QByteArray& bytes) override;
     void DeleteLastCharacter() override;
+    void Flush();
 
 private:
     QTextStream& m_out;

@@ -24,6 +24,8 @@ public:
     bool OpenCells(const QString& path, QString& error);
     // Ends the CSV file; false with the message when a cell was not written.
     bool Finish(QString& error);
+    // Writes the text of the last processing pass through to the console.
+    void FlushText() { m_text.Flush(); }
     // The first failed write of a cell, "" while all went well.
     QString WriteError() const { return m_cells.ErrorString(); }
 

@@ -44,10 +44,13 @@ int CReplayCommand::Run(const QStringList& arguments, QTextStream& out, QTextStr
     while (!reader.AtEnd())
         pipeline.OnCommEvent();
     out.flush();
-    if (!reader.Warning().isEmpty())
-        err << reader.Warning() << "\n";
     if (!session.Finish(error)) {
         err << error << "\n";
+        return ExitFailed;
+    }
+    // What the damaged file held was shown; the run still failed.
+    if (!reader.Damage().isEmpty()) {
+        err << reader.Damage() << "\n";
         return ExitFailed;
     }
     return ExitOk;

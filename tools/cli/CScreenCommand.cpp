@@ -40,7 +40,10 @@ int CScreenCommand::Run(const QStringList& arguments, QTextStream& out, QTextStr
     for (const QString& row : screen.ScreenText())
         out << row << "\n";
     out.flush();
-    if (!reader.Warning().isEmpty())
-        err << reader.Warning() << "\n";
+    // What the damaged file held was shown; the run still failed.
+    if (!reader.Damage().isEmpty()) {
+        err << reader.Damage() << "\n";
+        return ExitFailed;
+    }
     return ExitOk;
 }

@@ -8,6 +8,7 @@
 #include "CLineOptions.h"
 #include "CParse.h"
 #include "CPlaybackFile.h"
+#include "CRegularFile.h"
 #include "CSignalNotifier.h"
 
 #include <QCommandLineParser>
@@ -109,6 +110,11 @@ int CSendCommand::Run(const QStringList& arguments, QTextStream&, QTextStream& e
         return ExitUsage;
     }
     const QString path = parser.isSet(file) ? QFileInfo(parser.value(file)).absoluteFilePath() : QString();
+    QString notRegular;
+    if (parser.isSet(file) && !CRegularFile::Check(path, &notRegular)) {
+        err << "Cannot open " << path << ": " << notRegular << "\n";
+        return ExitFailed;
+    }
     if (parser.isSet(file) && !QFileInfo(path).isReadable()) {
         err << "Cannot open " << path << ": " << (QFileInfo::exists(path) ? "Permission denied" : "No such file or directory")
             << "\n";
@@ -147,13 +153,22 @@ int CSendCommand::Run(const QStringList& arguments, QTextStream&, QTextStream& e
     }
 
     int exitCode = ExitOk;
+    bool stopped = false;
     if (comm.Sender().IsSending()) {
         CSignalNotifier interrupts;
         QObject::connect(&interrupts, &CSignalNotifier::Raised, &loop, [&](int) {
-            err << "\nStopping after the current block\n";
+            err << "\nStopping the transfer (Ctrl-C again ends at once)\n";
+            err.flush();
+            stopped = true;
             comm.Sender().StopTransmission();
         });
         exitCode = loop.exec();
+    }
+    if (stopped) {
+        // What the line has not taken yet is dropped with the line.
+        comm.SetPortOpen(false);
+        err << "orvalis-cli send: stopped\n";
+        return ExitFailed;
     }
     if (prompt.WasCancelled())
         exitCode = ExitFailed;

@@ -30,12 +30,21 @@ FileKind KindOf(const QString& path)
     return FileKind::Unknown;
 }
 
+// What is shown of one field at most: a damaged or hostile file may hold
+// strings of hundreds of megabytes.
+constexpr qsizetype ShownBytes = 4096;
+
 // A byte string as the user writes it: control codes in the control-code
-// notation, bytes 128..255 as Windows-1252, between double quotes.
-QString Text(QByteArray bytes)
+// notation, bytes 128..255 as Windows-1252, between double quotes. A longer
+// one shows its first ShownBytes bytes and its length.
+QString Text(const QByteArray& bytes)
 {
-    CParse().EncodeControlCodes(bytes);
-    return QLatin1Char('"') + CCodePage::ToUnicode(bytes) + QLatin1Char('"');
+    QByteArray shown = bytes.left(ShownBytes);
+    CParse().EncodeControlCodes(shown);
+    const QString text = QLatin1Char('"') + CCodePage::ToUnicode(shown) + QLatin1Char('"');
+    if (bytes.size() <= ShownBytes)
+        return text;
+    return text + QStringLiteral("\u2026 (%1 bytes)").arg(bytes.size());
 }
 
 QString Switch(int value)

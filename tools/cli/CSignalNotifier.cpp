@@ -13,8 +13,15 @@ int g_nPipe[2] = {-1, -1};
 struct sigaction g_previousInt;
 struct sigaction g_previousTerm;
 
+volatile sig_atomic_t g_nRaised = 0;
+
+// The first signal asks for a clean end; a second one ends the process at
+// once, whatever the first is still waiting for.
 void OnSignal(int signalNumber)
 {
+    if (g_nRaised != 0)
+        ::_exit(128 + signalNumber);
+    g_nRaised = 1;
     const unsigned char byte = static_cast<unsigned char>(signalNumber);
     const int saved = errno;
     [[maybe_unused]] const ssize_t n = ::write(g_nPipe[1], &byte, 1);
@@ -27,6 +34,7 @@ CSignalNotifier::CSignalNotifier()
 {
     if (::pipe2(g_nPipe, O_CLOEXEC | O_NONBLOCK) != 0)
         return;
+    g_nRaised = 0;
     struct sigaction action {};
     action.sa_handler = OnSignal;
     sigemptyset(&action.sa_mask);
