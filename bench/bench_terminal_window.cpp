@@ -11,6 +11,7 @@
 //
 // build/bench/bench_terminal_window [MEGABYTES]
 
+#include "CBenchFlood.h"
 #include "CBenchPty.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
@@ -21,13 +22,11 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QLoggingCategory>
 #include <QTemporaryDir>
 #include <QTimer>
 
 #include <fcntl.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -62,17 +61,6 @@ QByteArray Flood(qsizetype size)
     return stream;
 }
 
-std::thread Writer(int master, const QByteArray& stream)
-{
-    return std::thread([master, &stream] {
-        for (qsizetype sent = 0; sent < stream.size();) {
-            const ssize_t n = ::write(master, stream.constData() + sent, size_t(qMin<qsizetype>(4096, stream.size() - sent)));
-            if (n > 0)
-                sent += n;
-        }
-    });
-}
-
 // CPU time of the whole process (the writer thread included), in seconds:
 // on a shared machine the wall clock also counts the time others had.
 double ProcessCpuSeconds()
@@ -80,41 +68,6 @@ double ProcessCpuSeconds()
     timespec now{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
     return double(now.tv_sec) + now.tv_nsec / 1e9;
-}
-
-qint64 StatusKilobytes(const char* key)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith(key))
-            return line.mid(qstrlen(key)).trimmed().split(' ').value(0).toLongLong();
-    }
-    return -1;
-}
-
-double PlainReadLoop(const CBenchPty& pty, const QByteArray& stream)
-{
-    const int fd = ::open(pty.path.constData(), O_RDWR | O_NOCTTY);
-    termios raw{};
-    tcgetattr(fd, &raw);
-    cfmakeraw(&raw);
-    tcsetattr(fd, TCSANOW, &raw);
-    QElapsedTimer timer;
-    timer.start();
-    std::thread writer = Writer(pty.master, stream);
-    char buffer[32768];
-    qsizetype received = 0;
-    while (received < stream.size()) {
-        const ssize_t n = ::read(fd, buffer, sizeof buffer);
-        if (n > 0)
-            received += n;
-    }
-    const double seconds = timer.nsecsElapsed() / 1e9;
-    writer.join();
-    ::close(fd);
-    return stream.size() / 1e6 / seconds;
 }
 
 struct WindowFigures
@@ -168,7 +121,7 @@ WindowFigures WindowRun(const QString& home, const CBenchPty& pty, const QByteAr
         sinceTick.restart();
         const qint64 total = screen.BytesWritten();
         if (!figures.rssHalfKb && total - initial >= stream.size() / 2)
-            figures.rssHalfKb = StatusKilobytes("VmRSS:");
+            figures.rssHalfKb = BenchFlood::StatusKilobytes("VmRSS:");
         if (total >= expected)
             loop.quit();
     });
@@ -177,7 +130,7 @@ WindowFigures WindowRun(const QString& home, const CBenchPty& pty, const QByteAr
     clock.start();
     sinceTick.start();
     ticker.start();
-    std::thread writer = Writer(pty.master, stream);
+    std::thread writer = BenchFlood::Write(pty.master, stream);
     loop.exec();
     const double seconds = clock.nsecsElapsed() / 1e9;
     figures.mbPerCpuSecond = (screen.BytesWritten() - initial) / 1e6 / (ProcessCpuSeconds() - cpuStart);
@@ -185,7 +138,7 @@ WindowFigures WindowRun(const QString& home, const CBenchPty& pty, const QByteAr
     figures.complete = screen.BytesWritten() >= expected;
     figures.mbPerSecond = (screen.BytesWritten() - initial) / 1e6 / seconds;
     figures.refreshesPerSecond = (view->Display()->RefreshCount() - refreshesBefore) / seconds;
-    figures.rssEndKb = StatusKilobytes("VmRSS:");
+    figures.rssEndKb = BenchFlood::StatusKilobytes("VmRSS:");
     figures.scrollback = screen.ScrollbackCount();
     app.MainFrame()->close();
     return figures;
@@ -212,7 +165,7 @@ int main(int argc, char* argv[])
     double plain = 0;
     WindowFigures window;
     for (int round = 0; round < Rounds; ++round) {
-        plain = qMax(plain, PlainReadLoop(pty, stream));
+        plain = qMax(plain, BenchFlood::PlainReadLoop(pty.path, pty.master, stream));
         const WindowFigures figures = WindowRun(home.path(), pty, stream);
         const WindowFigures best = figures.mbPerSecond > window.mbPerSecond ? figures : window;
         const qint64 stall = qMax(window.longestStallMs, figures.longestStallMs);
@@ -225,7 +178,7 @@ int main(int argc, char* argv[])
         window.rssHalfKb = rssHalf;
         window.rssEndKb = rssEnd;
     }
-    const qint64 hwm = StatusKilobytes("VmHWM:");
+    const qint64 hwm = BenchFlood::StatusKilobytes("VmHWM:");
 
     const bool flat = window.rssEndKb <= window.rssHalfKb * 11 / 10 + 8 * 1024;
     std::printf("flood: %lld MB of text and VT100 sequences, VT100 terminal 80 x 24, offscreen, best of %d rounds %s\n",
