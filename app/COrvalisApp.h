@@ -73,7 +73,6 @@ public:
     int m_nModifyInstrumentPage = 0;
     int m_nModifyTerminalPage = 0;
     int m_nInstrumentOptionsPage = 0;
-    int m_nTerminalOptionsPage = 0;
 
 private:
     void ParseCommandLine(const QStringList& arguments);

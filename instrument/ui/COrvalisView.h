@@ -13,7 +13,7 @@
 
 #include <memory>
 
-class CMainFrame;
+class CFrameServices;
 class QLabel;
 
 // The view of an instrument window. On creation it reads the driver named
@@ -35,7 +35,9 @@ class COrvalisView : public CCommView, public CTextSink
     Q_OBJECT
 
 public:
-    explicit COrvalisView(QWidget* parent = nullptr);
+    // services: the main window's function-key bar, status bar and menus
+    // (nullptr: none).
+    explicit COrvalisView(CFrameServices* services, QWidget* parent = nullptr);
     ~COrvalisView() override;
 
     bool OnCommand(int nID) override;
@@ -107,8 +109,9 @@ private:
     void ReportDriverProblem(bool bDriverOpened);
     void WriteDriverBack();
     void NoteTransferStart();
-    static CMainFrame* Frame();
+    CFrameServices* Frame() const { return m_pServices; }
 
+    CFrameServices* m_pServices;
     CCommByteSource m_source;
     CReceivePipeline m_pipeline;
     CTextAppender m_appender;
@@ -116,7 +119,7 @@ private:
     CTransferStatusBar m_transferStatus;
     std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
     QLabel* m_pMessageLine;
-    CV24Printer m_v24Printer{this};
+    CV24Printer m_v24Printer{this, m_pServices};
     QString m_strDriverPath;
     QString m_strLineProblem;
     QString m_strDriverProblem;

@@ -289,7 +289,7 @@ void tst_MainFrame::countMessage()
     StartApp();
     CMainFrame* frame = m_app->MainFrame();
     QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString());
-    CMainFrame::PostCount(1234);
+    frame->PostShowCount(1234);
     QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString()); // shown when delivered
     QCoreApplication::sendPostedEvents(frame);
     QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("    1234"));
