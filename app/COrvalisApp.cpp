@@ -81,6 +81,10 @@ bool COrvalisApp::InitInstance(const QStringList& arguments)
     m_pMainFrame->show();
     if (!m_strLastUsedDriver.isEmpty() && m_bDriverOnCommandLine)
         m_pMainFrame->RouteCommand(ID_CONNECT_INSTRUMENT);
+    if (!m_strTerminalOnCommandLine.isEmpty()) {
+        m_strLastTerminalDriver = m_strTerminalOnCommandLine;
+        m_pMainFrame->OpenNewDocument(CDocTemplate(IDR_TERMINALTYPE).NewFileName());
+    }
     return true;
 }
 
@@ -90,6 +94,7 @@ void COrvalisApp::ParseCommandLine(const QStringList& arguments)
     m_bDriverOnCommandLine = info.bDriverOnCommandLine ? 1 : 0;
     if (info.bDriverOnCommandLine)
         m_strLastUsedDriver = info.strDriver;
+    m_strTerminalOnCommandLine = info.strTerminalDriver;
     if (info.bMinimize)
         m_nCmdShow = Qt::WindowMinimized;
     m_bRunEmbedded = info.RunsEmbedded();

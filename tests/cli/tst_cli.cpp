@@ -1,3 +1,5 @@
+#include "Version.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -57,6 +59,7 @@ private Q_SLOTS:
     void setConnectorChangesOnlyTheConnector();
     void setConnectorErrors_data();
     void setConnectorErrors();
+    void programAnswersWithoutADisplay();
 };
 
 void tst_cli::showPrintsEveryRecord_data()
@@ -150,6 +153,7 @@ void tst_cli::usageErrors_data()
     QTest::newRow("show without a file") << QStringList{"show"} << 2 << "usage: orvalis-cli show FILE";
     QTest::newRow("help lists show") << QStringList{"help"} << 0 << "  show FILE";
     QTest::newRow("help lists set-connector") << QStringList{"help"} << 0 << "  set-connector DRIVER CONNECTOR";
+    QTest::newRow("--version prints the version") << QStringList{"--version"} << 0 << "orvalis-cli " ORVALIS_VERSION "\n";
 }
 
 void tst_cli::usageErrors()
@@ -226,6 +230,31 @@ void tst_cli::setConnectorErrors()
     QVERIFY2(run.err.contains(expected), qPrintable(run.err));
     // A refused change leaves the driver as it was.
     QCOMPARE(FileBytes(driver), FileBytes(Example(QStringLiteral("Balance.tbb"))));
+}
+
+void tst_cli::programAnswersWithoutADisplay()
+{
+#ifndef ORVALIS_PROGRAM
+    QSKIP("the desktop program is not built");
+#else
+    // No display at all: the answers come before the window system is asked.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        environment.remove(QString::fromLatin1(name));
+    QProcess program;
+    program.setProcessEnvironment(environment);
+    program.start(QStringLiteral(ORVALIS_PROGRAM), {QStringLiteral("--version")});
+    QVERIFY(program.waitForFinished(10000));
+    QCOMPARE(program.exitCode(), 0);
+    QCOMPARE(program.readAllStandardOutput(), QByteArray("orvalis " ORVALIS_VERSION "\n"));
+
+    program.start(QStringLiteral(ORVALIS_PROGRAM), {QStringLiteral("--help")});
+    QVERIFY(program.waitForFinished(10000));
+    QCOMPARE(program.exitCode(), 0);
+    const QByteArray help = program.readAllStandardOutput();
+    QVERIFY2(help.startsWith("usage: orvalis ") && help.contains("/D<driver>") && help.contains("--version"),
+             help.constData());
+#endif
 }
 
 QTEST_GUILESS_MAIN(tst_cli)

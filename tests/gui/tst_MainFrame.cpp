@@ -13,6 +13,7 @@
 #include "ResourceIds.h"
 #include "ScriptedDialogs.h"
 
+#include <QFile>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -38,6 +39,7 @@ private Q_SLOTS:
     void maximisedWindowKeepsRestoredRectangle();
     void commandLineDriverConnectsAfterShowing();
     void embeddedStartShowsNothing();
+    void driversOpenedFromTheDesktop();
     void functionKeyBarLayout_data();
     void functionKeyBarLayout();
     void functionKeyTexts_data();
@@ -167,6 +169,26 @@ void tst_MainFrame::embeddedStartShowsNothing()
     QVERIFY(!m_app->MainFrame()->isVisible());
     QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 0);
     QCOMPARE(m_app->m_bConnectRequested, 0);
+}
+
+void tst_MainFrame::driversOpenedFromTheDesktop()
+{
+    // A file manager passes full paths: an instrument driver connects, a
+    // terminal driver opens a terminal window, without asking for a file.
+    CScriptedDialogs dialogs;
+    const QString instrument = m_home->filePath(QStringLiteral("Lab Balance.tbb"));
+    const QString terminal = m_home->filePath(QStringLiteral("VT100.drv"));
+    QVERIFY(QFile::copy(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/Balance.tbb"), instrument));
+    QVERIFY(QFile::copy(QStringLiteral(ORVALIS_TEST_DATA "/VT100.drv"), terminal));
+    StartApp({instrument, terminal});
+    QCOMPARE(dialogs.m_nOpenCalls, 0);
+    QCOMPARE(m_app->m_strLastUsedDriver, instrument);
+    QCOMPARE(m_app->m_bDriverOnCommandLine, 1);
+    QCOMPARE(m_app->m_strLastTerminalDriver, terminal);
+    const QList<QMdiSubWindow*> windows = m_app->MainFrame()->MdiArea()->subWindowList();
+    QCOMPARE(windows.size(), 2);
+    QVERIFY(qobject_cast<CChildFrame*>(windows.at(0)));
+    QVERIFY(qobject_cast<CTerminalFrame*>(windows.at(1)));
 }
 
 void tst_MainFrame::functionKeyBarLayout_data()
