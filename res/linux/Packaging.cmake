@@ -73,8 +73,8 @@ set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libreoffice-calc")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION_SUMMARY}
-Orvalis talks to balances, titrators, pH meters and other instruments that
+# The long description; CPack puts the summary above it.
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Orvalis talks to balances, titrators, pH meters and other instruments that
 send their readings over a serial line (RS-232, USB serial converters). An
 instrument driver says how to talk to one kind of instrument: line settings,
 eight function keys, and a script that recognises and rewrites the strings
