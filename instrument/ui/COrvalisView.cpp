@@ -155,6 +155,7 @@ void COrvalisView::OnCreate()
         m_terminalParam.m_bLocalEcho = 1;
         SetLineState();
     }
+    m_bEpsonPrinter = m_v24Printer.CheckPrinter() ? 1 : 0;
     m_bProgress = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("Progress"));
     if (m_bProgress)
         m_pipeline.SetProgressReporter([](qint64 total) { CMainFrame::PostCount(int(total)); });
@@ -214,6 +215,8 @@ void COrvalisView::OnDestroy()
         app->m_bConnectRequested = 0;
     }
     CCommView::OnDestroy();
+    // The printer line closes and its job prints.
+    m_v24Printer.SwitchOff();
     m_transferStatus.Finish();
     if (CMainFrame* frame = Frame())
         frame->ShowFunctionKeyBar(0);
@@ -382,6 +385,7 @@ void COrvalisView::OnActivateView(bool bActivate)
     if (!bActivate)
         return;
     UpdateConnectMenuText();
+    m_v24Printer.UpdateMenu();
     // The bar shows the keys of the window that is active.
     ShowFunctionKeys();
     if (!m_strLineProblem.isEmpty() && !m_comm.IsPortOpen()) {
@@ -425,6 +429,8 @@ bool COrvalisView::OnCommand(int nID)
     case ID_OPTIONS: OnOptions(); return true;
     case ID_SEND_FILE: OnSendFile(); return true;
     case ID_STOP_TRANSMISSION: OnStopTransmission(); return true;
+    case ID_V24_PRINTER: OnV24Printer(); return true;
+    case ID_V24_PRINTER_SETTINGS: OnV24PrinterSettings(); return true;
     case ID_FILE_SAVE: OnFileSave(); return true;
     case ID_FILE_SAVE_AS: OnFileSaveAs(); return true;
     default: break;
@@ -444,7 +450,12 @@ bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
         ui.bEnabled = m_bOpenedByConnect;
         return true;
     case ID_V24_PRINTER:
-        ui.bEnabled = m_bEpsonPrinter != 0;
+        // Once on, it can always be switched off.
+        ui.bEnabled = m_bEpsonPrinter != 0 || m_v24Printer.IsOn();
+        ui.bCheckable = true;
+        ui.bChecked = m_v24Printer.IsOn();
+        return true;
+    case ID_V24_PRINTER_SETTINGS:
         return true;
     case ID_STOP_TRANSMISSION:
         ui.bEnabled = m_bSending != 0;

@@ -9,6 +9,7 @@
 #include "CTextAppender.h"
 #include "CTextSink.h"
 #include "CTransferStatusBar.h"
+#include "CV24Printer.h"
 
 #include <memory>
 
@@ -44,6 +45,8 @@ public:
     void OnOptions();
     void OnSendFile();
     void OnStopTransmission();
+    void OnV24Printer() { m_v24Printer.Toggle(); }
+    void OnV24PrinterSettings() { m_v24Printer.EditSettings(); }
     // k = 0..7 for F1..F8.
     void OnFunctionKey(int k);
     void OnFileSave();
@@ -61,6 +64,7 @@ public:
     // Why the line is not open (it could not be opened, or it was lost);
     // empty while it is open.
     QString LineProblem() const { return m_strLineProblem; }
+    CV24Printer& V24Printer() { return m_v24Printer; }
 
     int m_bSending = 0;
     CFunctionKeysParameter m_functionKeys;
@@ -98,6 +102,7 @@ private:
     COrvalisDoc m_document;
     CTransferStatusBar m_transferStatus;
     std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
+    CV24Printer m_v24Printer{this};
     QString m_strDriverPath;
     QString m_strLineProblem;
     bool m_bOpenedByConnect = false;
