@@ -50,7 +50,7 @@ if [[ $(id -u) -eq 0 ]]; then
   chown nobody "$home"
   as_user=(setpriv --reuid=nobody --regid=nogroup --clear-groups)
 fi
-run() { env -i PATH=/usr/bin:/bin HOME="$home" LANG=C.UTF-8 "${as_user[@]}" "$@"; }
+run() { env -i PATH=/usr/bin:/bin HOME="$home" LANG=C.UTF-8 "${as_user[@]}" env "$@"; }
 [[ $(run "$bin/orvalis" --version) == "orvalis $version" ]] || fail "orvalis --version: $(run "$bin/orvalis" --version)"
 [[ $(run "$bin/orvalis-cli" --version) == "orvalis-cli $version" ]] || fail "orvalis-cli --version"
 run "$bin/orvalis" --help | grep -q '/D<driver>' || fail "orvalis --help names no options"
@@ -58,6 +58,14 @@ run "$bin/orvalis-balance-sim" --help | grep -q -- '--interval' || fail "orvalis
 shown=$(run "$bin/orvalis-cli" show "$tmp/root/usr/share/orvalis/examples/Balance.tbb") \
   || fail "orvalis-cli show on the installed example failed"
 grep -q 'Name: *"Balance"' <<<"$shown" || fail "orvalis-cli show: $shown"
+
+# First start of the installed program (/Automation: it ends after starting
+# up): the program folder is the user's data folder, the settings file is in
+# the user's config folder.
+run QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR="$home" "$bin/orvalis" /Automation >/dev/null 2>&1 \
+  || fail "the unpacked program did not start"
+[[ -f "$home/.config/Orvalis/Orvalis.ini" ]] || fail "no settings file in ~/.config/Orvalis"
+[[ -d "$home/.local/share/Orvalis" ]] || fail "no program folder ~/.local/share/Orvalis"
 
 step "lintian"
 lintian_log="$tmp/lintian.log"
