@@ -11,6 +11,7 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -26,24 +27,16 @@ QString SystemError(int error)
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
-QString UserName(uid_t uid)
+// The name of a user or group id (getpwuid_r, getgrgid_r); the number when it has none.
+template <class Entry, class Id>
+QString NameOf(Id id, int (*lookup)(Id, Entry*, char*, size_t, Entry**), char* Entry::*field)
 {
-    passwd entry{};
-    passwd* found = nullptr;
+    Entry entry{};
+    Entry* found = nullptr;
     std::vector<char> buffer(16384);
-    if (getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
-        return QString::number(uid);
-    return QString::fromLocal8Bit(found->pw_name);
-}
-
-QString GroupName(gid_t gid)
-{
-    group entry{};
-    group* found = nullptr;
-    std::vector<char> buffer(16384);
-    if (getgrgid_r(gid, &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
-        return QString::number(gid);
-    return QString::fromLocal8Bit(found->gr_name);
+    if (lookup(id, &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
+        return QString::number(id);
+    return QString::fromLocal8Bit(found->*field);
 }
 
 bool ProcessHasGroup(gid_t gid)
@@ -54,11 +47,7 @@ bool ProcessHasGroup(gid_t gid)
     std::vector<gid_t> groups(count > 0 ? count : 0);
     if (count > 0 && getgroups(count, groups.data()) < 0)
         return false;
-    for (const gid_t member : groups) {
-        if (member == gid)
-            return true;
-    }
-    return false;
+    return std::ranges::find(groups, gid) != groups.end();
 }
 
 // The groups the user database gives this user at the next login.
@@ -77,11 +66,7 @@ bool UserListedInGroup(gid_t gid)
             return false;
     }
     groups.resize(count);
-    for (const gid_t member : groups) {
-        if (member == gid)
-            return true;
-    }
-    return false;
+    return std::ranges::find(groups, gid) != groups.end();
 }
 
 bool ProcessAlive(long long pid)
@@ -193,8 +178,8 @@ CDeviceAccess::Facts CDeviceAccess::Probe(const QByteArray& path, int error)
     facts.bNodeKnown = true;
     facts.mode = node.st_mode;
     if (error == EACCES || error == EPERM) {
-        facts.owner = UserName(node.st_uid);
-        facts.group = GroupName(node.st_gid);
+        facts.owner = NameOf(node.st_uid, &getpwuid_r, &passwd::pw_name);
+        facts.group = NameOf(node.st_gid, &getgrgid_r, &group::gr_name);
         facts.bGroupIsRoot = node.st_gid == 0;
         facts.bInGroupNow = ProcessHasGroup(node.st_gid);
         facts.bInGroupListed = UserListedInGroup(node.st_gid);

@@ -2,10 +2,13 @@
 // on the master side.
 #include "CommTestSupport.h"
 
+#include "CDeviceAccess.h"
 #include "CDeviceControlBlock.h"
 #include "CSerialPort.h"
 
+#include <QProcess>
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QTemporaryFile>
 
 #include <sys/stat.h>
@@ -40,6 +43,7 @@ private Q_SLOTS:
     void connectorsThatDoNotOpen_data();
     void connectorsThatDoNotOpen();
     void secondOpenerIsRefusedAsBusy();
+    void busyLineNamesTheProgramHoldingIt();
     void carriesEveryByteBothWays_data();
     void carriesEveryByteBothWays();
     void notificationWaitsForTheAcknowledge();
@@ -254,6 +258,29 @@ void tst_CommChannel::secondOpenerIsRefusedAsBusy()
                                          .arg(pty.SlaveName()));
     first.SetPortOpen(false);
     QVERIFY(second.OpenPort(Line(PathOf(pty))));
+}
+
+void tst_CommChannel::busyLineNamesTheProgramHoldingIt()
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("flock")).isEmpty())
+        QSKIP("flock (util-linux) is not installed: no other program can hold the line");
+    CPtyPair pty;
+    // flock --no-fork becomes "sleep" holding the lock on the line.
+    QProcess holder;
+    holder.start(QStringLiteral("flock"), {QStringLiteral("--no-fork"), pty.SlaveName(), QStringLiteral("sleep"),
+                                           QStringLiteral("30")});
+    QVERIFY(holder.waitForStarted());
+    QTRY_COMPARE(CDeviceAccess::Probe(PathOf(pty), EBUSY).holder, QStringLiteral("sleep"));
+
+    CComm channel;
+    QCOMPARE(channel.OpenPort(Line(PathOf(pty))), 0);
+    QCOMPARE(channel.GetLastError(),
+             QStringLiteral("Cannot open %1: Device or resource busy (in use by sleep, process %2)")
+                 .arg(pty.SlaveName())
+                 .arg(holder.processId()));
+    holder.kill();
+    holder.waitForFinished();
+    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
 }
 
 void tst_CommChannel::carriesEveryByteBothWays_data()

@@ -1,11 +1,7 @@
-#include "CComm.h"
-#include "CCommParameter.h"
 #include "CDeviceAccess.h"
-#include "PtyPair.h"
 
 #include <QFile>
 #include <QProcess>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -26,7 +22,6 @@ private Q_SLOTS:
     void text();
     void modeText();
     void lockFileNamesItsLivingProcess();
-    void busyLineNamesTheProgramHoldingIt();
 };
 
 namespace {
@@ -56,14 +51,6 @@ CDeviceAccess::Facts BusyNode(const QString& holder, long long pid, bool bSelf)
     facts.holderPid = pid;
     facts.bHolderIsSelf = bSelf;
     return facts;
-}
-
-CCommParameter Line(const QString& path)
-{
-    CCommParameter parameters;
-    parameters.m_strConnector = path.toLocal8Bit();
-    parameters.m_nConnector = -1;
-    return parameters;
 }
 
 } // namespace
@@ -148,30 +135,6 @@ void tst_CDeviceAccess::lockFileNamesItsLivingProcess()
     QVERIFY(finished.waitForFinished());
     write("LCK..ttyUSB0", QByteArray::number(finished.processId()) + '\n');
     QCOMPARE(CDeviceAccess::LockFilePid(folder.path(), "/dev/ttyUSB0"), 0LL);
-}
-
-void tst_CDeviceAccess::busyLineNamesTheProgramHoldingIt()
-{
-    if (QStandardPaths::findExecutable(QStringLiteral("flock")).isEmpty())
-        QSKIP("flock (util-linux) is not installed: no other program can hold the line");
-    CPtyPair pty;
-    QVERIFY(pty.IsOpen());
-    // flock --no-fork becomes "sleep" holding the lock on the line.
-    QProcess holder;
-    holder.start(QStringLiteral("flock"), {QStringLiteral("--no-fork"), pty.SlaveName(), QStringLiteral("sleep"),
-                                           QStringLiteral("30")});
-    QVERIFY(holder.waitForStarted());
-    QTRY_COMPARE(CDeviceAccess::Probe(pty.SlaveName().toLocal8Bit(), EBUSY).holder, QStringLiteral("sleep"));
-
-    CComm channel;
-    QCOMPARE(channel.OpenPort(Line(pty.SlaveName())), 0);
-    QCOMPARE(channel.GetLastError(),
-             QStringLiteral("Cannot open %1: Device or resource busy (in use by sleep, process %2)")
-                 .arg(pty.SlaveName())
-                 .arg(holder.processId()));
-    holder.kill();
-    holder.waitForFinished();
-    QVERIFY(channel.OpenPort(Line(pty.SlaveName())));
 }
 
 QTEST_GUILESS_MAIN(tst_CDeviceAccess)
