@@ -332,8 +332,11 @@ void CMainFrame::SetPaneText(int nPane, const QString& text)
 {
     if (nPane < 0 || nPane >= m_panes.size())
         return;
-    if (nPane == PaneMessage)
+    if (nPane == PaneMessage) {
         statusBar()->clearMessage();
+        // A long reason (a refused device) is cut at the pane's edge; the tip shows it whole.
+        m_panes[nPane]->setToolTip(text);
+    }
     m_panes[nPane]->setText(text);
 }
 

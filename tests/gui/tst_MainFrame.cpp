@@ -283,6 +283,7 @@ void tst_MainFrame::statusBarPanes()
     QCOMPARE(frame.PaneWidget(CMainFrame::PaneCount)->width(), 300);
     frame.SetPaneText(CMainFrame::PaneMessage, QStringLiteral("Sending file /tmp/a.txt"));
     QCOMPARE(frame.GetPaneText(CMainFrame::PaneMessage), QStringLiteral("Sending file /tmp/a.txt"));
+    QCOMPARE(frame.PaneWidget(CMainFrame::PaneMessage)->toolTip(), QStringLiteral("Sending file /tmp/a.txt"));
     // A transfer shows its elapsed time in pane 4.
     frame.SetPaneText(CMainFrame::PaneScrl, QStringLiteral("00:00:05"));
     QCOMPARE(frame.GetPaneText(CMainFrame::PaneScrl), QStringLiteral("00:00:05"));
