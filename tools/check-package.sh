@@ -38,15 +38,17 @@ done
 
 step "programs run from an unpacked copy"
 tmp=$(mktemp -d)
-trap 'rm -rf "$tmp"' EXIT
+trap 'chmod -R u+w "$tmp"; rm -rf "$tmp"' EXIT
 chmod 755 "$tmp"
 dpkg -x "$deb" "$tmp/root"
 home="$tmp/home"
 mkdir -p "$home"
 bin="$tmp/root/usr/bin"
+# The programs' folder is not writable, as /usr/bin is not; root writes
+# anywhere, so then the programs run as the user nobody.
+chmod a-w "$bin"
 as_user=()
 if [[ $(id -u) -eq 0 ]]; then
-  # An ordinary user, for whom the programs' folder is not writable.
   chown nobody "$home"
   as_user=(setpriv --reuid=nobody --regid=nogroup --clear-groups)
 fi
