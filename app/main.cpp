@@ -1,4 +1,3 @@
-#include "CAppIcon.h"
 #include "CCommandLine.h"
 #include "COrvalisApp.h"
 #include "Version.h"
@@ -33,11 +32,7 @@ int main(int argc, char* argv[])
     if (AnswersAlone(argc, argv))
         return 0;
     QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Orvalis"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Orvalis"));
-    QApplication::setWindowIcon(CAppIcon::Icon());
-    // The desktop entry's name: the window system matches windows to it.
-    QGuiApplication::setDesktopFileName(QStringLiteral(ORVALIS_APP_ID));
+#include "CCommandLine.h"
 
     COrvalisApp app;
     if (!app.InitInstance(QApplication::arguments().mid(1)))

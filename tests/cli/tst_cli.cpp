@@ -1,3 +1,4 @@
+#include "CliRun.h"
 #include "Version.h"
 
 #include <QFile>
@@ -6,30 +7,6 @@
 #include <QTest>
 
 namespace {
-
-struct CliRun
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-CliRun RunCli(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(ORVALIS_CLI), arguments);
-    CliRun run;
-    if (!process.waitForFinished(10000)) {
-        process.kill();
-        process.waitForFinished();
-        run.err = QStringLiteral("orvalis-cli did not finish");
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
 
 QString Example(const QString& name)
 {
@@ -59,6 +36,9 @@ private Q_SLOTS:
     void setConnectorChangesOnlyTheConnector();
     void setConnectorErrors_data();
     void setConnectorErrors();
+    void terminalDriverIsNoInstrumentDriver_data();
+    void terminalDriverIsNoInstrumentDriver();
+    void setNameRenamesDriverAndFileName();
     void programAnswersWithoutADisplay();
 };
 
@@ -230,6 +210,48 @@ void tst_cli::setConnectorErrors()
     QVERIFY2(run.err.contains(expected), qPrintable(run.err));
     // A refused change leaves the driver as it was.
     QCOMPARE(FileBytes(driver), FileBytes(Example(QStringLiteral("Balance.tbb"))));
+}
+
+void tst_cli::terminalDriverIsNoInstrumentDriver_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("set-connector") << QStringList{"set-connector", "DRIVER", "COM1"};
+    QTest::newRow("set-name") << QStringList{"set-name", "DRIVER", "Lab"};
+    QTest::newRow("replay") << QStringList{"replay", "DRIVER", "DRIVER"};
+    QTest::newRow("send") << QStringList{"send", "DRIVER", "--port", "None", "--text", "x"};
+}
+
+void tst_cli::terminalDriverIsNoInstrumentDriver()
+{
+    QFETCH(QStringList, arguments);
+    QTemporaryDir dir;
+    const QString driver = dir.filePath(QStringLiteral("x.drv"));
+    QVERIFY(QFile::copy(QStringLiteral(ORVALIS_SOURCE_DIR "/tests/data/VT100.drv"), driver));
+    QFile::setPermissions(driver, QFile::ReadOwner | QFile::WriteOwner);
+    const QByteArray before = FileBytes(driver);
+    arguments.replaceInStrings(QStringLiteral("DRIVER"), driver);
+    const CliRun run = RunCli(arguments);
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(driver + QStringLiteral(" is a terminal driver, not an instrument driver")),
+             qPrintable(run.err));
+    QVERIFY(!run.err.contains(QStringLiteral("damaged")));
+    QCOMPARE(FileBytes(driver), before);
+}
+
+void tst_cli::setNameRenamesDriverAndFileName()
+{
+    // The demo's copy of the example carries its own name, so Modify
+    // Instrument saves it under that name.
+    QTemporaryDir dir;
+    const QString driver = dir.filePath(QStringLiteral("Balance-sim.tbb"));
+    QVERIFY(QFile::copy(Example(QStringLiteral("Balance.tbb")), driver));
+    QFile::setPermissions(driver, QFile::ReadOwner | QFile::WriteOwner);
+    const CliRun run = RunCli({"set-name", driver, "Balance-sim"});
+    QCOMPARE(run.exitCode, 0);
+    const QString shown = RunCli({"show", driver}).out;
+    QVERIFY2(shown.contains(QStringLiteral("\"Balance-sim\"")), qPrintable(shown));
+    QVERIFY2(shown.contains(QStringLiteral("\"Balance-sim.tbb\"")), qPrintable(shown));
+    QCOMPARE(RunCli({"set-name", driver, ""}).exitCode, 2);
 }
 
 void tst_cli::programAnswersWithoutADisplay()

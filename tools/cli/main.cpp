@@ -5,7 +5,9 @@
 #include "CCliCommand.h"
 #include "CConnectorCommand.h"
 #include "CExamplesCommand.h"
+#include "CNameCommand.h"
 #include "CReplayCommand.h"
+#include "CScreenCommand.h"
 #include "CSendCommand.h"
 #include "CShowCommand.h"
 #include "Version.h"
@@ -38,7 +40,9 @@ const CCommandEntry Commands[] = {
     {"capture", "DRIVER [--port NAME] [--cells FILE.csv] [--record FILE] [--serial N] [--key N] [--playback NAME]",
      "show what the instrument sends, until Ctrl-C", &Make<CCaptureCommand>},
     {"replay", "DRIVER FILE [--cells FILE.csv]", "run recorded bytes through the driver's pipeline offline", &Make<CReplayCommand>},
+    {"screen", "DRIVER.drv FILE", "show the terminal screen that received bytes leave", &Make<CScreenCommand>},
     {"set-connector", "DRIVER CONNECTOR", "point an instrument driver at another line", &Make<CConnectorCommand>},
+    {"set-name", "DRIVER NAME", "rename an instrument driver (its file name becomes NAME.tbb)", &Make<CNameCommand>},
     {"send", "DRIVER [--port NAME] [--serial N] (--key N | --text TEXT | --file PATH)",
      "send a function key's command, a command text or a file", &Make<CSendCommand>},
     {"write-examples", "FOLDER", nullptr, &Make<CExamplesCommand>},
