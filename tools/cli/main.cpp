@@ -10,6 +10,7 @@
 #include "CScreenCommand.h"
 #include "CSendCommand.h"
 #include "CShowCommand.h"
+#include "Version.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -62,6 +63,7 @@ void PrintUsage(QTextStream& stream)
             stream << "  " << qSetFieldWidth(column) << Qt::left << call << qSetFieldWidth(0) << entry.summary
                    << "\n";
     }
+    stream << "\n  --version             print the version\n";
 }
 
 } // namespace
@@ -82,6 +84,10 @@ int main(int argc, char* argv[])
     const QString name = arguments.takeFirst();
     if (name == "help" || name == "--help" || name == "-h") {
         PrintUsage(out);
+        return CCliCommand::ExitOk;
+    }
+    if (name == "--version") {
+        out << "orvalis-cli " << ORVALIS_VERSION << "\n";
         return CCliCommand::ExitOk;
     }
     for (const CCommandEntry& entry : Commands) {
