@@ -68,7 +68,9 @@ public:
             std::lock_guard lock(m_owner.m_mutex);
             m_owner.m_strJournalPath = m_journal.Path();
         }
-        m_owner.SetState(State::Retrying, QStringLiteral("connecting to %1").arg(m_options.broker.m_strHost));
+        m_owner.SetState(State::Retrying, QStringLiteral("connecting to %1:%2")
+                                              .arg(m_options.broker.m_strHost)
+                                              .arg(m_options.broker.m_nPort));
         Clock::time_point drainEnd{};
         while (true) {
             const bool stopping = TakePending();

@@ -5,6 +5,7 @@
 #include "CSerialNumberPrompt.h"
 #include "CFunctionKeysParameter.h"
 #include "COrvalisDoc.h"
+#include "CPublishingLink.h"
 #include "CReceivePipeline.h"
 #include "CTextAppender.h"
 #include "CTextSink.h"
@@ -65,6 +66,7 @@ public:
     // empty while it is open.
     QString LineProblem() const { return m_strLineProblem; }
     CV24Printer& V24Printer() { return m_v24Printer; }
+    CPublishingLink& Publishing() { return m_publishing; }
 
     int m_bSending = 0;
     CFunctionKeysParameter m_functionKeys;
@@ -103,6 +105,8 @@ private:
     CTransferStatusBar m_transferStatus;
     std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
     CV24Printer m_v24Printer{this};
+    // Every line shown also goes to the driver's broker, if it has one.
+    CPublishingLink m_publishing{this};
     QString m_strDriverPath;
     QString m_strLineProblem;
     bool m_bOpenedByConnect = false;
