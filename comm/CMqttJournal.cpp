@@ -179,6 +179,7 @@ bool CMqttJournal::DropOldest(QString& error)
 
 bool CMqttJournal::Release(qint64 offset, QString& error)
 {
+    m_nMoved = 0;
     if (offset <= m_nHead)
         return true;
     // Count the messages taken (the offsets come from Read, so they are
@@ -192,6 +193,7 @@ bool CMqttJournal::Release(qint64 offset, QString& error)
     }
     m_nHead = at;
     if (m_nHead == m_nEnd) {
+        m_nMoved = m_nHead - HeaderSize;
         m_nHead = m_nEnd = HeaderSize;
         m_nCount = 0;
         if (!m_file.resize(HeaderSize)) {
@@ -241,7 +243,8 @@ bool CMqttJournal::Compact(QString& error)
         error = Failure(QStringLiteral("cannot open it again"));
         return false;
     }
-    m_nEnd -= m_nHead - HeaderSize;
+    m_nMoved = m_nHead - HeaderSize;
+    m_nEnd -= m_nMoved;
     m_nHead = HeaderSize;
     return true;
 }

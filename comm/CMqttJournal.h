@@ -35,8 +35,10 @@ public:
     bool Read(qint64 offset, QByteArray& message, qint64& next, QString& error);
     // The broker took every message before offset: the head moves there and
     // is written down; an empty journal is shortened to its header, and a
-    // long taken part is cut off.
+    // long taken part is cut off. Both move every later message to a lower
+    // offset: by Moved() bytes (0 when nothing moved).
     bool Release(qint64 offset, QString& error);
+    qint64 Moved() const { return m_nMoved; }
 
     qint64 Head() const { return m_nHead; }
     qint64 End() const { return m_nEnd; }
@@ -57,4 +59,5 @@ private:
     qint64 m_nHead = HeaderSize;
     qint64 m_nEnd = HeaderSize;
     qint64 m_nCount = 0;
+    qint64 m_nMoved = 0;
 };

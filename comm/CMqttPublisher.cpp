@@ -23,6 +23,9 @@ constexpr milliseconds FirstRetry(500);
 constexpr milliseconds LastRetry(5000);
 constexpr milliseconds ConnectTimeout(10000);
 constexpr milliseconds OfflineTimeout(1000);
+// Messages in flight and no acknowledgement for this long: the connection
+// is taken as stuck, dropped and made anew (the journal sends them again).
+constexpr milliseconds AckTimeout(3000);
 
 void InitLibrary()
 {
@@ -94,6 +97,8 @@ public:
                 m_strLost = ErrorText(rc);
             if (m_strLost.isEmpty() && !m_bConnected && Clock::now() - m_connectStart > ConnectTimeout)
                 m_strLost = QStringLiteral("no answer from the broker");
+            if (m_strLost.isEmpty() && m_bConnected && !m_inFlight.empty() && Clock::now() - m_lastAck > AckTimeout)
+                m_strLost = QStringLiteral("no acknowledgement from the broker");
             if (!m_strLost.isEmpty())
                 Retry(m_strLost);
             Release();
@@ -167,7 +172,9 @@ private:
             return;
         }
         mosquitto_int_option(m_pMosq, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V311);
-        mosquitto_max_inflight_messages_set(m_pMosq, Window);
+        // The window is ours (SendWindow); libmosquitto 2.0.11's own quota
+        // can stop sending for good after a lost acknowledgement count.
+        mosquitto_max_inflight_messages_set(m_pMosq, 0);
         mosquitto_connect_callback_set(m_pMosq, [](mosquitto*, void* self, int rc) {
             static_cast<Worker*>(self)->OnConnect(rc);
         });
@@ -203,6 +210,7 @@ private:
             return;
         }
         m_bConnected = true;
+        m_lastAck = Clock::now();
         m_retry = FirstRetry;
         m_inFlight.clear();
         m_nCursor = m_journal.Head();
@@ -240,6 +248,7 @@ private:
             m_bOfflineAcked = true;
             return;
         }
+        m_lastAck = Clock::now();
         for (auto& sent : m_inFlight) {
             if (sent.mid == mid) {
                 sent.bAcked = true;
@@ -265,6 +274,12 @@ private:
         if (m_journal.IsEmpty())
             m_bDropReported = false;
         m_nAcked = 0;
+        // The journal was shortened: what is sent and in flight moved with it.
+        if (const qint64 moved = m_journal.Moved()) {
+            m_nCursor -= moved;
+            for (Sent& sent : m_inFlight)
+                sent.next -= moved;
+        }
         m_nCursor = qMax(m_nCursor, m_journal.Head());
         UpdateWaiting();
     }
@@ -330,6 +345,7 @@ private:
     QString m_strLost;
     Clock::time_point m_connectStart{};
     Clock::time_point m_nextAttempt{};
+    Clock::time_point m_lastAck{};
     milliseconds m_retry = FirstRetry;
     std::deque<Sent> m_inFlight;
     qint64 m_nCursor = 0;

@@ -57,9 +57,14 @@ private Q_SLOTS:
         QVERIFY(journal.Open(Path(), error));
         QCOMPARE(ReadAll(journal), Numbers(2, 5));
         QCOMPARE(journal.Count(), 3);
-        QVERIFY(journal.Release(journal.End(), error));
+        const qint64 end = journal.End();
+        QVERIFY(journal.Release(end, error));
         QVERIFY(journal.IsEmpty());
         QCOMPARE(QFileInfo(Path()).size(), CMqttJournal::HeaderSize);
+        // Offsets handed out before refer to the old place of the messages.
+        QCOMPARE(journal.Moved(), end - CMqttJournal::HeaderSize);
+        QVERIFY(journal.Append(Numbers(7, 8), dropped, error));
+        QCOMPARE(ReadAll(journal), Numbers(7, 8));
     }
 
     void fullJournalDropsTheOldest()
@@ -127,6 +132,7 @@ private Q_SLOTS:
         for (int n = 0; n < 100; ++n, at = next)
             QVERIFY(journal.Read(at, message, next, error));
         QVERIFY(journal.Release(at, error));
+        QCOMPARE(journal.Moved(), at - CMqttJournal::HeaderSize);
         QVERIFY(QFileInfo(Path()).size() < 1000);
         QCOMPARE(ReadAll(journal), QByteArrayList{"last"});
     }

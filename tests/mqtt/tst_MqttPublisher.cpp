@@ -123,6 +123,27 @@ private Q_SLOTS:
         QVERIFY(late.Messages().front().bRetained);
     }
 
+    void queueRunningEmptyBetweenReadingsLosesNothing()
+    {
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        QVERIFY(broker.Start());
+        MqttTestSubscriber subscriber(broker.Port(), Readings, "orvalis-test-paced");
+        QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
+        CMqttPublisher publisher;
+        publisher.Start(Options(broker));
+        // The journal is emptied (and shortened) again and again while
+        // readings keep coming.
+        for (int round = 0; round < 20; ++round) {
+            for (int n = round * 5; n < round * 5 + 5; ++n)
+                publisher.Publish(Line(n).chopped(2));
+            QTRY_COMPARE_WITH_TIMEOUT(publisher.Waiting(), 0, 5000);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Payloads(Readings).size(), 100, 5000);
+        QCOMPARE(subscriber.Payloads(Readings), Expected(0, 100));
+    }
+
     void brokerRestartMidStreamLosesNothing()
     {
         MqttTestBroker broker;
