@@ -130,13 +130,13 @@ private:
     void OnPrintSetup();
     void OnCloseDocument();
     void ArrangeIcons();
-    void ShowStatusMessage(const QString& text);
     // Shows a driver's records in its sheet; the page active at OK, or -1 on Cancel.
     int EditInstrumentDriver(CDriverFile& records, int startPage);
     int EditTerminalDriver(CTerminalFile& records, int startPage);
-    void StoreInstrumentDriver(CDriverFile& records);
-    static void LogLoadProblem(const CFileResult& result);
-    void ReportStoreProblem(const CFileResult& result);
+    // Writes into the program folder; openedPath is the file Modify read
+    // (readProblem: why it was not read completely), empty for Add.
+    void StoreInstrumentDriver(CDriverFile& records, const QString& openedPath, const QString& readProblem);
+    QString ReportLoadProblem(const CFileResult& result);
 
     QMdiArea* m_pMdiArea;
     CFunctionKeyBar* m_pFunctionKeyBar;

@@ -1,4 +1,3 @@
-#include "CAppIcon.h"
 #include "COrvalisApp.h"
 
 #include <QApplication>
@@ -6,9 +5,7 @@
 int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Orvalis"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Orvalis"));
-    QApplication::setWindowIcon(CAppIcon::Icon());
+    COrvalisApp::InitApplication();
 
     COrvalisApp app;
     if (!app.InitInstance(QApplication::arguments().mid(1)))

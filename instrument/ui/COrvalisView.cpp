@@ -15,6 +15,7 @@
 #include "COrvalisApp.h"
 #include "CParse.h"
 #include "CPublishingPage.h"
+#include "CSaveElsewhere.h"
 #include "CScriptPage.h"
 #include "CSerialNumberDlgPrompt.h"
 #include "CSettingsPage.h"
@@ -28,6 +29,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QLabel>
 #include <QLoggingCategory>
 #include <QMdiSubWindow>
@@ -82,8 +84,17 @@ COrvalisView::COrvalisView(QWidget* parent)
     , m_appender(this)
     , m_document(this)
     , m_pSerialNumberPrompt(std::make_unique<CSerialNumberDlgPrompt>(this))
+    , m_pMessageLine(new QLabel(this))
 {
     setObjectName(QStringLiteral("COrvalisView"));
+    m_pMessageLine->setObjectName(QStringLiteral("MessageLine"));
+    m_pMessageLine->setWordWrap(true);
+    m_pMessageLine->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_pMessageLine->setAutoFillBackground(true);
+    m_pMessageLine->setBackgroundRole(QPalette::ToolTipBase);
+    m_pMessageLine->setForegroundRole(QPalette::ToolTipText);
+    m_pMessageLine->setContentsMargins(4, 2, 4, 2);
+    m_pMessageLine->hide();
     if (COrvalisApp* app = COrvalisApp::Get())
         m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
     m_pipeline.SetByteSource(&m_source);
@@ -132,11 +143,14 @@ void COrvalisView::OnCreate()
     SetPlaybackFile(&app->m_filePlayback);
 
     m_strDriverPath = app->m_strLastUsedDriver;
+    bool driverOpened = true;
     if (!m_strDriverPath.isEmpty()) {
         // A driver that cannot be read leaves the defaults (or what was read
         // before a damaged block).
         const CFileResult loaded =
             CDriverFile::Load(m_strDriverPath, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script);
+        m_strDriverProblem = CSaveElsewhere::LoadProblem(loaded);
+        driverOpened = loaded.GetStatus() != CFileResult::Status::NotOpened;
         if (!loaded.IsOk())
             qCInfo(lcView).noquote() << loaded.Message();
     }
@@ -155,10 +169,16 @@ void COrvalisView::OnCreate()
     // A window not opened by Connect Instrument (a saved text) is an
     // ordinary text window: its line is not opened at all.
     if (m_bOpenedByConnect) {
-        OpenPort();
+        // Without its driver there is no line to open: the window says why.
+        if (driverOpened)
+            OpenPort();
+        else
+            ReportLineProblem(m_strDriverProblem);
         EnableWindow(!m_comm.IsPortOpen());
         if (!m_comm.IsPortOpen())
             m_terminalParam.m_bLocalEcho = 1;
+        if (!m_strDriverProblem.isEmpty())
+            QTimer::singleShot(0, this, [this, driverOpened] { ReportDriverProblem(driverOpened); });
     } else {
         EnableWindow(true);
         m_terminalParam.m_bLocalEcho = 1;
@@ -236,19 +256,45 @@ void COrvalisView::OnDestroy()
         app->m_pCommView = nullptr;
 }
 
+void COrvalisView::ReportDriverProblem(bool bDriverOpened)
+{
+    const QString consequence =
+        bDriverOpened ? QStringLiteral("The window uses what was read before the damage; the file is written "
+                                       "back only when you change the settings and confirm.")
+                      : QStringLiteral("The instrument is not connected.");
+    CUserDialogs::Current().ShowMessage(this, QStringLiteral("%1\n\n%2").arg(m_strDriverProblem, consequence));
+}
+
 void COrvalisView::WriteDriverBack()
 {
     if (m_strDriverPath.isEmpty())
         return;
-    // An existing file is overwritten from its start and not shortened; a
-    // missing one is created.
-    const CFileResult stored =
-        CDriverFile::Store(m_strDriverPath, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script);
-    if (stored.IsOk())
+    const auto write = [this](const QString& path) {
+        // Saved elsewhere, the driver carries the name it is saved under.
+        if (path != m_strDriverPath)
+            m_driver.m_strFileName = CCodePage::FromUnicode(QFileInfo(path).fileName());
+        return CDriverFile::Store(path, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script).Message();
+    };
+    const COrvalisApp* app = COrvalisApp::Get();
+    // While the program is torn down nobody can be asked.
+    const bool canAsk = app && app->MainFrame();
+    if (!m_strDriverProblem.isEmpty()) {
+        // A file not read completely is left as it is, unless the user
+        // changed the settings and confirms.
+        if (m_bDriverEdited && canAsk)
+            CSaveElsewhere::WriteOverIncomplete(window(), m_strDriverPath, m_strDriverProblem,
+                                                CFileFilter::FromResource(IDS_INSTRUMENT_DRIVER_FILTER), write);
         return;
-    qCWarning(lcView).noquote() << stored.Message();
-    if (CMainFrame* frame = Frame())
-        frame->SetPaneText(CMainFrame::PaneMessage, stored.Message());
+    }
+    // An existing file is overwritten from its start and not shortened.
+    if (canAsk) {
+        CSaveElsewhere::Write(window(), m_strDriverPath, CFileFilter::FromResource(IDS_INSTRUMENT_DRIVER_FILTER),
+                              write);
+        return;
+    }
+    const QString problem = write(m_strDriverPath);
+    if (!problem.isEmpty())
+        qCWarning(lcView).noquote() << problem;
 }
 
 // ---------------------------------------------------------------------------
@@ -257,8 +303,7 @@ void COrvalisView::WriteDriverBack()
 void COrvalisView::OpenPort()
 {
     if (m_comm.OpenPort(m_commParam) && m_comm.IsPortOpen()) {
-        m_strLineProblem.clear();
-        setPlaceholderText(QString());
+        ClearLineProblem();
     } else {
         QString reason = m_comm.GetLastError();
         if (reason.isEmpty())
@@ -277,12 +322,49 @@ void COrvalisView::SetLineState()
     document()->setUndoRedoEnabled(!open);
 }
 
+void COrvalisView::ClearLineProblem()
+{
+    // The status bar no longer tells of a problem that is over (another
+    // window's message stays).
+    CMainFrame* frame = Frame();
+    if (frame && !m_strLineProblem.isEmpty() && frame->GetPaneText(CMainFrame::PaneMessage) == m_strLineProblem)
+        frame->SetPaneText(CMainFrame::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
+    m_strLineProblem.clear();
+    setPlaceholderText(QString());
+    ShowMessageLine(QString());
+}
+
+void COrvalisView::ShowMessageLine(const QString& text)
+{
+    m_pMessageLine->setText(text);
+    m_pMessageLine->setVisible(!text.isEmpty());
+    LayOutMessageLine();
+}
+
+void COrvalisView::LayOutMessageLine()
+{
+    // Below the text, as wide as it, as high as the whole message needs.
+    const int height =
+        m_pMessageLine->isHidden() ? 0 : m_pMessageLine->heightForWidth(contentsRect().width());
+    setViewportMargins(0, 0, 0, height);
+    const QRect text = viewport()->geometry();
+    m_pMessageLine->setGeometry(text.left(), text.bottom() + 1, text.width(), height);
+}
+
+void COrvalisView::resizeEvent(QResizeEvent* event)
+{
+    CCommView::resizeEvent(event);
+    LayOutMessageLine();
+}
+
 void COrvalisView::ReportLineProblem(const QString& text)
 {
     m_strLineProblem = text;
     qCWarning(lcView).noquote() << text;
-    // An empty window says it too, in grey.
+    // An empty window says it too, in grey; the window's own message line
+    // keeps the whole text however narrow the status bar is.
     setPlaceholderText(QStringLiteral("Not connected.\n%1").arg(text));
+    ShowMessageLine(text);
     if (CMainFrame* frame = Frame())
         frame->SetPaneText(CMainFrame::PaneMessage, text);
 }
@@ -507,6 +589,7 @@ void COrvalisView::OnOptions()
         return;
     }
     app->m_nInstrumentOptionsPage = sheet.m_nLastActivePage;
+    m_bDriverEdited = true;
     const int showControlChars = m_terminalParam.m_bShowControlChars;
     sheet.m_pGeneralPage->GetData(m_driver);
     sheet.m_pSettingsPage->SaveTo(m_terminalParam);
@@ -559,8 +642,8 @@ void COrvalisView::ConvertShownText(bool bShowControlChars)
 void COrvalisView::OnSendFile()
 {
     COrvalisApp* app = COrvalisApp::Get();
-    const QString path = CUserDialogs::Current().GetOpenFileName(this, app->ProgramFolder(),
-                                                                 CFileFilter::FromResource(IDS_ALL_FILES_FILTER));
+    const QString path = CUserDialogs::Current().GetOpenFileName(
+        this, app->ProgramFolder(), CFileFilter::FromResource(IDS_ALL_FILES_FILTER), QStringLiteral("Send File"));
     if (path.isEmpty())
         return;
     CMainFrame* frame = Frame();
@@ -649,14 +732,16 @@ void COrvalisView::OnFileSaveAs()
 bool COrvalisView::SaveTo(const QString& path)
 {
     m_appender.Flush();
-    QString error;
-    if (!m_document.OnSaveDocument(path, &error)) {
-        CUserDialogs::Current().ShowMessage(this, error);
+    const QString written =
+        CSaveElsewhere::Write(this, path, CFileFilter::FromResource(IDS_ALL_FILES_FILTER), [this](const QString& target) {
+            QString error;
+            return m_document.OnSaveDocument(target, &error) ? QString() : error;
+        });
+    if (written.isEmpty())
         return false;
-    }
     if (COrvalisApp* app = COrvalisApp::Get())
-        app->AddToRecentFileList(path);
+        app->AddToRecentFileList(written);
     if (auto* frame = qobject_cast<CChildFrame*>(parentWidget()))
-        frame->SetDocumentPath(path);
+        frame->SetDocumentPath(written);
     return true;
 }

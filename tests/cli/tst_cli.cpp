@@ -57,6 +57,9 @@ private Q_SLOTS:
     void setConnectorChangesOnlyTheConnector();
     void setConnectorErrors_data();
     void setConnectorErrors();
+    void terminalDriverIsNoInstrumentDriver_data();
+    void terminalDriverIsNoInstrumentDriver();
+    void setNameRenamesDriverAndFileName();
 };
 
 void tst_cli::showPrintsEveryRecord_data()
@@ -226,6 +229,48 @@ void tst_cli::setConnectorErrors()
     QVERIFY2(run.err.contains(expected), qPrintable(run.err));
     // A refused change leaves the driver as it was.
     QCOMPARE(FileBytes(driver), FileBytes(Example(QStringLiteral("Balance.tbb"))));
+}
+
+void tst_cli::terminalDriverIsNoInstrumentDriver_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("set-connector") << QStringList{"set-connector", "DRIVER", "COM1"};
+    QTest::newRow("set-name") << QStringList{"set-name", "DRIVER", "Lab"};
+    QTest::newRow("replay") << QStringList{"replay", "DRIVER", "DRIVER"};
+    QTest::newRow("send") << QStringList{"send", "DRIVER", "--port", "None", "--text", "x"};
+}
+
+void tst_cli::terminalDriverIsNoInstrumentDriver()
+{
+    QFETCH(QStringList, arguments);
+    QTemporaryDir dir;
+    const QString driver = dir.filePath(QStringLiteral("x.drv"));
+    QVERIFY(QFile::copy(QStringLiteral(ORVALIS_SOURCE_DIR "/tests/data/VT100.drv"), driver));
+    QFile::setPermissions(driver, QFile::ReadOwner | QFile::WriteOwner);
+    const QByteArray before = FileBytes(driver);
+    arguments.replaceInStrings(QStringLiteral("DRIVER"), driver);
+    const CliRun run = RunCli(arguments);
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(driver + QStringLiteral(" is a terminal driver, not an instrument driver")),
+             qPrintable(run.err));
+    QVERIFY(!run.err.contains(QStringLiteral("damaged")));
+    QCOMPARE(FileBytes(driver), before);
+}
+
+void tst_cli::setNameRenamesDriverAndFileName()
+{
+    // The demo's copy of the example carries its own name, so Modify
+    // Instrument saves it under that name.
+    QTemporaryDir dir;
+    const QString driver = dir.filePath(QStringLiteral("Balance-sim.tbb"));
+    QVERIFY(QFile::copy(Example(QStringLiteral("Balance.tbb")), driver));
+    QFile::setPermissions(driver, QFile::ReadOwner | QFile::WriteOwner);
+    const CliRun run = RunCli({"set-name", driver, "Balance-sim"});
+    QCOMPARE(run.exitCode, 0);
+    const QString shown = RunCli({"show", driver}).out;
+    QVERIFY2(shown.contains(QStringLiteral("\"Balance-sim\"")), qPrintable(shown));
+    QVERIFY2(shown.contains(QStringLiteral("\"Balance-sim.tbb\"")), qPrintable(shown));
+    QCOMPARE(RunCli({"set-name", driver, ""}).exitCode, 2);
 }
 
 QTEST_GUILESS_MAIN(tst_cli)

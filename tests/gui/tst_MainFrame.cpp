@@ -14,6 +14,7 @@
 #include "ScriptedDialogs.h"
 
 #include <QLabel>
+#include <QDir>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
@@ -34,6 +35,8 @@ private Q_SLOTS:
     void cleanup();
 
     void firstStartWithoutProfile();
+    void firstStartCopiesExamplesIntoEmptyFolder_data();
+    void firstStartCopiesExamplesIntoEmptyFolder();
     void remembersItsRectangle();
     void maximisedWindowKeepsRestoredRectangle();
     void commandLineDriverConnectsAfterShowing();
@@ -98,6 +101,48 @@ void tst_MainFrame::firstStartWithoutProfile()
     QCOMPARE(dialogs.m_nOpenCalls, 0);
     QCOMPARE(frame->CurrentMenuId(), IDR_MAINFRAME);
     QVERIFY(!frame->IsFunctionKeyBarVisible());
+}
+
+void tst_MainFrame::firstStartCopiesExamplesIntoEmptyFolder_data()
+{
+    QTest::addColumn<QByteArray>("profile");
+    QTest::addColumn<QString>("ownDriver");
+    QTest::addColumn<QStringList>("expected");
+    const QStringList examples{"Balance.tbb", "Meter.tbb"};
+    QTest::newRow("first start, empty folder: the examples") << QByteArray() << QString() << examples;
+    QTest::newRow("first start, the user's own driver: nothing added")
+        << QByteArray() << QStringLiteral("lab.tbb") << QStringList{"lab.tbb"};
+    QTest::newRow("a terminal driver counts too") << QByteArray() << QStringLiteral("vt.drv") << QStringList{};
+    QTest::newRow("a later start: examples the user deleted stay deleted")
+        << QByteArray("[Settings]\nWindow=10 20 810 620\n") << QString() << QStringList{};
+}
+
+void tst_MainFrame::firstStartCopiesExamplesIntoEmptyFolder()
+{
+    QFETCH(QByteArray, profile);
+    QFETCH(QString, ownDriver);
+    QFETCH(QStringList, expected);
+    const QDir folder(m_home->path());
+    if (!ownDriver.isEmpty()) {
+        QFile own(folder.filePath(ownDriver));
+        QVERIFY(own.open(QIODevice::WriteOnly));
+    }
+    CScriptedDialogs dialogs;
+    StartApp({}, profile);
+    QCOMPARE(folder.entryList({QStringLiteral("*.tbb")}, QDir::Files, QDir::Name), expected);
+    if (!ownDriver.isEmpty() || !profile.isEmpty())
+        return;
+    // The Connect Instrument dialog opens where they are; they are the
+    // examples as shipped, and the user's to change.
+    m_app->MainFrame()->OnConnectInstrument();
+    QCOMPARE(dialogs.m_strLastFolder, QDir::cleanPath(folder.path()));
+    for (const QString& name : expected) {
+        QFile copy(folder.filePath(name));
+        QFile shipped(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/") + name);
+        QVERIFY(copy.permissions().testFlag(QFileDevice::WriteOwner));
+        QVERIFY(copy.open(QIODevice::ReadWrite) && shipped.open(QIODevice::ReadOnly));
+        QCOMPARE(copy.readAll(), shipped.readAll());
+    }
 }
 
 void tst_MainFrame::remembersItsRectangle()

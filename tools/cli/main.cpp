@@ -5,6 +5,7 @@
 #include "CCliCommand.h"
 #include "CConnectorCommand.h"
 #include "CExamplesCommand.h"
+#include "CNameCommand.h"
 #include "CReplayCommand.h"
 #include "CSendCommand.h"
 #include "CShowCommand.h"
@@ -38,6 +39,7 @@ const CCommandEntry Commands[] = {
      "show what the instrument sends, until Ctrl-C", &Make<CCaptureCommand>},
     {"replay", "DRIVER FILE [--cells FILE.csv]", "run recorded bytes through the driver's pipeline offline", &Make<CReplayCommand>},
     {"set-connector", "DRIVER CONNECTOR", "point an instrument driver at another line", &Make<CConnectorCommand>},
+    {"set-name", "DRIVER NAME", "rename an instrument driver (its file name becomes NAME.tbb)", &Make<CNameCommand>},
     {"send", "DRIVER [--port NAME] [--serial N] (--key N | --text TEXT | --file PATH)",
      "send a function key's command, a command text or a file", &Make<CSendCommand>},
     {"write-examples", "FOLDER", nullptr, &Make<CExamplesCommand>},
