@@ -37,7 +37,7 @@ std::unique_ptr<CCliCommand> Make()
 
 const CCommandEntry Commands[] = {
     {"show", "FILE", "print every record of a .tbb, .drv or v24print.drv file", &Make<CShowCommand>},
-    {"capture", "DRIVER [--port NAME] [--cells FILE.csv] [--record FILE] [--serial N] [--key N] [--playback NAME]",
+    {"capture", "DRIVER [--port NAME] [--cells FILE.csv] [--record FILE] [--serial N] [--key N] [--playback NAME] [--mqtt URL [--topic PREFIX]]",
      "show what the instrument sends, until Ctrl-C", &Make<CCaptureCommand>},
     {"replay", "DRIVER FILE [--cells FILE.csv]", "run recorded bytes through the driver's pipeline offline", &Make<CReplayCommand>},
     {"screen", "DRIVER.drv FILE", "show the terminal screen that received bytes leave", &Make<CScreenCommand>},
