@@ -13,8 +13,10 @@
 #include <QThread>
 
 #include <arpa/inet.h>
+#include <csignal>
 #include <netinet/in.h>
 #include <pwd.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -57,6 +59,8 @@ public:
         conf.close();
         m_process.setProgram(m_program);
         m_process.setArguments({QStringLiteral("-c"), conf.fileName()});
+        // A test that is killed takes its broker with it.
+        m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
         m_process.setStandardOutputFile(QProcess::nullDevice());
         m_process.setStandardErrorFile(m_dir.filePath(QStringLiteral("broker.err")), QIODevice::Append);
         m_process.start();
