@@ -4,6 +4,7 @@
 
 class QAction;
 class QLabel;
+class QStatusBar;
 
 // What a view inside an instrument or terminal window needs of the main
 // window: the function-key bar, the status bar panes and the items of the
@@ -29,6 +30,8 @@ public:
     virtual void SetPaneText(int nPane, const QString& text) = 0;
     virtual QString GetPaneText(int nPane) const = 0;
     virtual QLabel* PaneWidget(int nPane) const = 0;
+    // The status bar itself, for panes a feature adds; may be null.
+    virtual QStatusBar* StatusBar() = 0;
     // The count message: the received-byte count for pane 1, posted (from
     // any thread) and shown when the main window gets to it.
     virtual void PostShowCount(int nCount) = 0;

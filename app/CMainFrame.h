@@ -65,6 +65,7 @@ public:
     // progress bar over pane 1 (PaneWidget gives its place).
     void SetPaneText(int nPane, const QString& text) override;
     QString GetPaneText(int nPane) const override;
+    QStatusBar* StatusBar() override { return statusBar(); }
     QLabel* PaneWidget(int nPane) const override;
     // The received-byte count in pane 1, "%8d".
     void OnShowCount(int nCount);

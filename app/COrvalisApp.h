@@ -83,6 +83,7 @@ private:
 
     CProfile m_profile;
     QString m_strProgramFolder;
+    QString m_strTerminalOnCommandLine; // a terminal driver opened from the desktop
     QList<CDocTemplate> m_templates;
     QStringList m_recentFiles;
     std::unique_ptr<CMainFrame> m_pMainFrame;

@@ -13,6 +13,7 @@
 #include "CNameLineBreaks.h"
 #include "COrvalisApp.h"
 #include "CParse.h"
+#include "CPublishingPage.h"
 #include "CSaveElsewhere.h"
 #include "CScriptPage.h"
 #include "CSerialNumberDlgPrompt.h"
@@ -98,7 +99,11 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     if (COrvalisApp* app = COrvalisApp::Get())
         m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
     m_pipeline.SetByteSource(&m_source);
-    m_pipeline.SetTextSink(this);
+    m_pipeline.SetTextSink(m_publishing.Sink());
+    connect(&m_publishing, &CPublishingLink::Message, this, [this](const QString& text) {
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage, text);
+    });
     m_pipeline.SetCommandTarget(&CommandSink());
     m_pipeline.SetSleeper(&WaitPumpingEvents);
     SetSerialNumberPrompt(m_pSerialNumberPrompt.get());
@@ -145,6 +150,10 @@ void COrvalisView::OnCreate()
             qCInfo(lcView).noquote() << loaded.Message();
     }
     m_appender.SetNameLineBreaks(m_terminalParam.m_bShowControlChars != 0);
+    if (m_bOpenedByConnect)
+        m_publishing.StartFromProfile(app->Profile().Path(), CCodePage::ToUnicode(m_driver.m_strName));
+    if (CFrameServices* frame = Frame())
+        m_publishing.ShowIn(frame->StatusBar());
 
     // Every opened window adds eight empty keys; only 0..7 are used.
     m_functionKeys.AppendEmptyKeys();
@@ -233,6 +242,7 @@ void COrvalisView::OnDestroy()
         app->m_bConnectRequested = 0;
     }
     CCommView::OnDestroy();
+    m_publishing.Stop();
     // The printer line closes and its job prints.
     m_v24Printer.SwitchOff();
     m_transferStatus.Finish();
@@ -464,6 +474,8 @@ void COrvalisView::OnActivateView(bool bActivate)
 {
     if (!bActivate)
         return;
+    if (CFrameServices* frame = Frame())
+        m_publishing.ShowIn(frame->StatusBar());
     UpdateConnectMenuText();
     m_v24Printer.UpdateMenu();
     // The bar shows the keys of the window that is active.
@@ -561,6 +573,8 @@ void COrvalisView::OnOptions()
     sheet.m_pSettingsPage->LoadFrom(m_terminalParam);
     sheet.m_pFunctionKeysPage->LoadFrom(m_functionKeys);
     sheet.m_pScriptPage->LoadFrom(m_script);
+    const QString driverName = CCodePage::ToUnicode(m_driver.m_strName);
+    sheet.m_pPublishingPage->LoadFor(app->Profile().Path(), driverName);
 
     m_appender.Flush();
     if (m_comm.IsPortOpen())
@@ -584,6 +598,9 @@ void COrvalisView::OnOptions()
         ConvertShownText(m_terminalParam.m_bShowControlChars != 0);
     sheet.m_pFunctionKeysPage->SaveTo(m_functionKeys);
     ShowFunctionKeys();
+    sheet.m_pPublishingPage->SaveFor(driverName);
+    if (m_bOpenedByConnect)
+        m_publishing.Start(sheet.m_pPublishingPage->Settings(), driverName);
     if (m_bOpenedByConnect)
         UpdateConnectMenuText();
 }

@@ -5,6 +5,7 @@
 #include "CSerialNumberPrompt.h"
 #include "CFunctionKeysParameter.h"
 #include "COrvalisDoc.h"
+#include "CPublishingLink.h"
 #include "CReceivePipeline.h"
 #include "CTextAppender.h"
 #include "CTextSink.h"
@@ -73,6 +74,7 @@ public:
     // and confirms.
     QString DriverProblem() const { return m_strDriverProblem; }
     CV24Printer& V24Printer() { return m_v24Printer; }
+    CPublishingLink& Publishing() { return m_publishing; }
 
     int m_bSending = 0;
     CFunctionKeysParameter m_functionKeys;
@@ -120,6 +122,8 @@ private:
     std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
     QLabel* m_pMessageLine;
     CV24Printer m_v24Printer{this, m_pServices};
+    // Every line shown also goes to the driver's broker, if it has one.
+    CPublishingLink m_publishing{this};
     QString m_strDriverPath;
     QString m_strLineProblem;
     QString m_strDriverProblem;

@@ -53,6 +53,7 @@ public:
     void SetPaneText(int nPane, const QString& text) override { m_panes[nPane] = text; }
     QString GetPaneText(int nPane) const override { return m_panes.value(nPane); }
     QLabel* PaneWidget(int) const override { return nullptr; }
+    QStatusBar* StatusBar() override { return nullptr; }
     void PostShowCount(int) override {}
     QAction* MenuItem(int, int) const override { return nullptr; }
 
