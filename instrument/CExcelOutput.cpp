@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QSet>
 #include <QStandardPaths>
+#include <QTimer>
 
 namespace {
 
@@ -85,13 +86,15 @@ bool CExcelOutput::TryJournal(const QString& driverPath, const QDate& date)
     return false;
 }
 
-void CExcelOutput::Start()
+void CExcelOutput::Start(int connectTimeoutMilliseconds)
 {
     if (m_bStarted)
         return;
     m_bStarted = true;
     OpenJournal(m_strDriverPath, m_date);
     m_thread.Start();
+    QTimer::singleShot(connectTimeoutMilliseconds, this,
+                       [this, connectTimeoutMilliseconds] { OnConnectTimeout(connectTimeoutMilliseconds / 1000); });
 }
 
 bool CExcelOutput::PutCell(int row, int column, const QByteArray& text)
@@ -127,7 +130,7 @@ void CExcelOutput::EndRow(int row)
 
 void CExcelOutput::OnConnected()
 {
-    if (m_state != Connecting)
+    if (m_state != Connecting && !(m_state == Unreachable && m_bConnectTimedOut))
         return;
     m_state = Linked;
     if (!m_strJournal.isEmpty())
@@ -136,8 +139,18 @@ void CExcelOutput::OnConnected()
 
 void CExcelOutput::OnConnectFailed(const QString& reason)
 {
+    const bool bTold = m_state == Unreachable;
     m_state = Unreachable;
-    Q_EMIT message(QStringLiteral("%1: values go %2").arg(reason, ValuesGoTo()));
+    if (!bTold)
+        Q_EMIT message(QStringLiteral("%1: values go %2").arg(reason, ValuesGoTo()));
+}
+
+void CExcelOutput::OnConnectTimeout(int seconds)
+{
+    if (m_state != Connecting)
+        return;
+    m_bConnectTimedOut = true;
+    OnConnectFailed(QStringLiteral("LibreOffice did not answer within %1 s").arg(seconds));
 }
 
 void CExcelOutput::OnLost(const QString& reason)

@@ -21,6 +21,10 @@ class CExcelOutput : public QObject, public CCellSink
 
 public:
     enum State { Connecting, Linked, Unreachable, Lost };
+    // A program that has not answered by then is taken as unreachable (a
+    // hung one never ends the attempt); should it answer later, the cells
+    // go to it again.
+    static constexpr int DefaultConnectTimeoutMilliseconds = 30000;
 
     // The journal belongs to the driver at driverPath (an empty path: the
     // user's data folder; a folder that refuses it moves it there too).
@@ -30,7 +34,7 @@ public:
     ~CExcelOutput() override;
 
     // Opens the journal and starts connecting; the cells are queued meanwhile.
-    void Start();
+    void Start(int connectTimeoutMilliseconds = DefaultConnectTimeoutMilliseconds);
     bool PutCell(int row, int column, const QByteArray& text) override;
     void EndRow(int row) override;
 
@@ -51,6 +55,7 @@ private:
     bool TryJournal(const QString& driverPath, const QDate& date);
     void OnConnected();
     void OnConnectFailed(const QString& reason);
+    void OnConnectTimeout(int seconds);
     void OnLost(const QString& reason);
     void OnRefused(int row, int column, const QString& reason);
     void ReportJournalError();
@@ -63,6 +68,7 @@ private:
     QString m_strJournal;
     State m_state = Connecting;
     bool m_bStarted = false;
+    bool m_bConnectTimedOut = false;
     bool m_bBehind = false;
     bool m_bJournalErrorShown = false;
     bool m_bJournalWritten = false;

@@ -20,6 +20,7 @@ struct CFakeSpreadsheet
     bool bConnects = true;
     QString strConnectError = QStringLiteral("LibreOffice Calc is not installed");
     bool bHung = false;    // writes wait until Release()
+    bool bConnectHangs = false; // Connect waits until Release()
     int nGoneAfter = -1;   // cells written before the document goes
     int nRefuseFromRow = 0; // cells from this row on are refused
 
@@ -33,6 +34,7 @@ struct CFakeSpreadsheet
         {
             std::lock_guard lock(mutex);
             bHung = false;
+            bConnectHangs = false;
         }
         released.notify_all();
     }
@@ -58,8 +60,9 @@ public:
 
     bool Connect() override
     {
-        std::lock_guard lock(m_sheet->mutex);
+        std::unique_lock lock(m_sheet->mutex);
         m_sheet->calls.append(QStringLiteral("connect"));
+        m_sheet->released.wait(lock, [this] { return !m_sheet->bConnectHangs; });
         m_strError = m_sheet->bConnects ? QString() : m_sheet->strConnectError;
         return m_sheet->bConnects;
     }

@@ -92,6 +92,7 @@ private Q_SLOTS:
     void journalMovesToTheDataFolderWhenTheDriverFolderRefuses();
     void windowThatReceivedNothingLeavesNoJournal();
     void unreachableProgramNamesTheJournal();
+    void hungProgramAtConnectIsGivenUpAndTakenBackWhenItAnswers();
     void lostProgramIsToldOnceAndTheJournalGoesOn();
     void programBehindIsToldOncePerEpisode();
     void journalSurvivesAKilledProgram();
@@ -215,6 +216,24 @@ void tst_ExcelOutput::unreachableProgramNamesTheJournal()
     Window(&out.output).Receive("1\t2\r\n");
     QCOMPARE(Lines(out.output.JournalPath()), QStringList{"1,2"});
     QCOMPARE(out.messages.size(), 1);
+}
+
+void tst_ExcelOutput::hungProgramAtConnectIsGivenUpAndTakenBackWhenItAnswers()
+{
+    QTemporaryDir folder;
+    Output out(folder.filePath("Balance.tbb"));
+    out.sheet->bConnectHangs = true;
+    out.output.Start(2000);
+    Window window(&out.output);
+    QTRY_COMPARE_WITH_TIMEOUT(out.output.GetState(), CExcelOutput::Unreachable, 10000);
+    QCOMPARE(out.messages.last().first().toString(),
+             QStringLiteral("LibreOffice did not answer within 2 s: values go only to %1").arg(out.output.JournalPath()));
+    window.Receive("while hung\r\n");
+    out.sheet->Release();
+    QTRY_COMPARE_WITH_TIMEOUT(out.output.GetState(), CExcelOutput::Linked, 10000);
+    window.Receive("answered\r\n");
+    QTRY_COMPARE_WITH_TIMEOUT(out.sheet->Cells(), QStringList{"2,1:answered"}, 10000);
+    QCOMPARE(Lines(out.output.JournalPath()), (QStringList{"while hung", "answered"}));
 }
 
 void tst_ExcelOutput::lostProgramIsToldOnceAndTheJournalGoesOn()
