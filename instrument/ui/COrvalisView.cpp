@@ -6,6 +6,8 @@
 #include "CCommGeneralPage.h"
 #include "CCommPage.h"
 #include "CDriverFile.h"
+#include "CExcel.h"
+#include "CExcelOutput.h"
 #include "CFileFilter.h"
 #include "CFunctionKeyBar.h"
 #include "CFunctionKeysPage.h"
@@ -136,6 +138,7 @@ void COrvalisView::OnCreate()
             qCInfo(lcView).noquote() << loaded.Message();
     }
     m_appender.SetNameLineBreaks(m_terminalParam.m_bShowControlChars != 0);
+    CreateExcelLink();
 
     // Every opened window adds eight empty keys; only 0..7 are used.
     m_functionKeys.AppendEmptyKeys();
@@ -213,6 +216,8 @@ void COrvalisView::OnDestroy()
             app->m_filePlayback.Close();
         app->m_bConnectRequested = 0;
     }
+    m_pipeline.SetCellSink(nullptr);
+    m_pExcel.reset();
     CCommView::OnDestroy();
     m_transferStatus.Finish();
     if (CMainFrame* frame = Frame())
@@ -349,6 +354,22 @@ void COrvalisView::OnLineLost()
     m_terminalParam.m_bLocalEcho = 1;
     if (m_bOpenedByConnect)
         UpdateConnectMenuText();
+}
+
+// The link connects on its own thread; the window goes on at once and the
+// status bar tells what became of it.
+void COrvalisView::CreateExcelLink()
+{
+    if (m_pExcel || !m_driver.m_bExcel)
+        return;
+    m_pExcel = std::make_unique<CExcelOutput>(std::make_unique<CExcel>(), m_strDriverPath);
+    connect(m_pExcel.get(), &CExcelOutput::message, this, [](const QString& text) {
+        qCInfo(lcView).noquote() << text;
+        if (CMainFrame* frame = Frame())
+            frame->SetPaneText(CMainFrame::PaneMessage, text);
+    });
+    m_pipeline.SetCellSink(m_pExcel.get());
+    m_pExcel->Start();
 }
 
 void COrvalisView::AppendBytes(const QByteArray& bytes)
@@ -494,6 +515,7 @@ void COrvalisView::OnOptions()
     ShowFunctionKeys();
     if (m_bOpenedByConnect)
         UpdateConnectMenuText();
+    CreateExcelLink();
 }
 
 void COrvalisView::ConvertShownText(bool bShowControlChars)

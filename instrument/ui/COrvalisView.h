@@ -12,6 +12,7 @@
 
 #include <memory>
 
+class CExcelOutput;
 class CMainFrame;
 
 // The view of an instrument window. On creation it reads the driver named
@@ -63,6 +64,9 @@ public:
     QString LineProblem() const { return m_strLineProblem; }
 
     int m_bSending = 0;
+    // Cells into LibreOffice Calc and the journal, while the driver's
+    // spreadsheet switch is on (created once, kept until the window goes).
+    std::unique_ptr<CExcelOutput> m_pExcel;
     CFunctionKeysParameter m_functionKeys;
     int m_bProgress = 0;
     int m_bDebugConnection = 0;
@@ -79,6 +83,7 @@ private:
     void OnCreate();
     void OnCommEvent();
     void OnLineLost();
+    void CreateExcelLink();
     void OpenPort();
     void SetLineState();
     void UpdateConnectMenuText();
