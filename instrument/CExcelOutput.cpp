@@ -1,5 +1,7 @@
 #include "CExcelOutput.h"
 
+#include "CCodePage.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -36,6 +38,7 @@ CExcelOutput::CExcelOutput(std::unique_ptr<CSpreadsheetLink> link, const QString
 
 CExcelOutput::~CExcelOutput()
 {
+    Flush();
     if (m_strJournal.isEmpty())
         return;
     m_journal.Finish();
@@ -78,6 +81,7 @@ bool CExcelOutput::TryJournal(const QString& driverPath, const QDate& date)
         const bool bExisted = QFile::exists(path);
         if (!m_journal.Open(path, CCsvCellSink::Append))
             return false;
+        m_journal.SetFlushPerRow(false);
         m_strJournal = path;
         m_bJournalCreated = !bExisted;
         JournalsInUse().insert(path);
@@ -97,17 +101,46 @@ void CExcelOutput::Start(int connectTimeoutMilliseconds)
                        [this, connectTimeoutMilliseconds] { OnConnectTimeout(connectTimeoutMilliseconds / 1000); });
 }
 
+// The cells and rows of a processing pass are collected and handed on
+// together when the pass is over: one lock for the connection thread's
+// queue and one write for the journal, not one per cell and row.
 bool CExcelOutput::PutCell(int row, int column, const QByteArray& text)
 {
     const bool bJournaled = m_journal.PutCell(row, column, text);
     if (m_state == Unreachable || m_state == Lost)
         return bJournaled;
-    switch (m_thread.Put(row, column, text)) {
+    m_pending.append({row, column, CCodePage::ToUnicode(text)});
+    ScheduleFlush();
+    return true;
+}
+
+void CExcelOutput::EndRow(int row)
+{
+    m_journal.EndRow(row);
+    ScheduleFlush();
+}
+
+void CExcelOutput::ScheduleFlush()
+{
+    if (m_bFlushScheduled)
+        return;
+    m_bFlushScheduled = true;
+    QMetaObject::invokeMethod(this, &CExcelOutput::Flush, Qt::QueuedConnection);
+}
+
+void CExcelOutput::Flush()
+{
+    m_bFlushScheduled = false;
+    if (m_journal.IsOpen() && !m_journal.Flush())
+        ReportJournalError();
+    if (m_pending.isEmpty())
+        return;
+    switch (m_thread.Put(m_pending)) {
     case CExcelThread::Queued:
         // Caught up again once half the queue is free.
         if (m_bBehind && m_thread.QueuedCells() < CExcelThread::DefaultMaxCells / 2)
             m_bBehind = false;
-        return true;
+        break;
     case CExcelThread::Full:
         if (!m_bBehind) {
             m_bBehind = true;
@@ -118,14 +151,7 @@ bool CExcelOutput::PutCell(int row, int column, const QByteArray& text)
     case CExcelThread::Gone:
         break;
     }
-    return bJournaled;
-}
-
-void CExcelOutput::EndRow(int row)
-{
-    m_journal.EndRow(row);
-    if (!m_journal.ErrorString().isEmpty())
-        ReportJournalError();
+    m_pending.clear();
 }
 
 void CExcelOutput::OnConnected()

@@ -13,8 +13,10 @@
 // Where an instrument window's cells go while its spreadsheet switch is on:
 // into the spreadsheet program through the connection thread, and every
 // row also into a CSV journal ("<driver> <date>.csv" beside the driver), so
-// no value depends on the program staying up. What goes wrong is said once
-// per occurrence through message(), naming the journal.
+// no value depends on the program staying up. Both get the cells of a
+// processing pass when it is over (the journal flushed then), from the
+// window's event loop. What goes wrong is said once per occurrence through
+// message(), naming the journal.
 class CExcelOutput : public QObject, public CCellSink
 {
     Q_OBJECT
@@ -37,6 +39,9 @@ public:
     void Start(int connectTimeoutMilliseconds = DefaultConnectTimeoutMilliseconds);
     bool PutCell(int row, int column, const QByteArray& text) override;
     void EndRow(int row) override;
+    // Hands the collected cells to the thread and the rows to the disk (runs
+    // by itself once the current event is handled).
+    void Flush();
 
     State GetState() const { return m_state; }
     // Empty when no journal could be written.
@@ -51,6 +56,7 @@ Q_SIGNALS:
     void message(const QString& text);
 
 private:
+    void ScheduleFlush();
     void OpenJournal(const QString& driverPath, const QDate& date);
     bool TryJournal(const QString& driverPath, const QDate& date);
     void OnConnected();
@@ -65,9 +71,11 @@ private:
     const QString m_strDriverPath;
     const QDate m_date;
     CCsvCellSink m_journal;
+    QList<CExcelThread::Cell> m_pending;
     QString m_strJournal;
     State m_state = Connecting;
     bool m_bStarted = false;
+    bool m_bFlushScheduled = false;
     bool m_bConnectTimedOut = false;
     bool m_bBehind = false;
     bool m_bJournalErrorShown = false;

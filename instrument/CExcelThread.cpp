@@ -10,10 +10,14 @@
 #include <deque>
 #include <mutex>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 namespace {
 
 // Cells taken from the queue for one round of writing.
 constexpr qsizetype BatchCells = 4096;
+constexpr int BackgroundNice = 10;
 // What a queued cell costs besides its text.
 constexpr qsizetype CellOverhead = 32;
 
@@ -117,20 +121,33 @@ void CExcelThread::Start()
 
 CExcelThread::PutResult CExcelThread::Put(int row, int column, const QByteArray& text)
 {
-    Cell cell{row, column, CCodePage::ToUnicode(text)};
-    const qsizetype cost = Cost(cell.strText);
+    QList<Cell> cells{{row, column, CCodePage::ToUnicode(text)}};
+    return Put(cells);
+}
+
+CExcelThread::PutResult CExcelThread::Put(QList<Cell>& cells)
+{
+    qsizetype taken = 0;
+    bool bWasEmpty = false;
     {
         std::lock_guard lock(m_shared->mutex);
         if (m_shared->bGone)
             return Gone;
-        if (qsizetype(m_shared->queue.size()) >= m_shared->nMaxCells ||
-            m_shared->nQueuedBytes + cost > m_shared->nMaxBytes)
-            return Full;
-        m_shared->queue.push_back(std::move(cell));
-        m_shared->nQueuedBytes += cost;
+        bWasEmpty = m_shared->queue.empty();
+        for (; taken < cells.size(); ++taken) {
+            const qsizetype cost = Cost(cells.at(taken).strText);
+            if (qsizetype(m_shared->queue.size()) >= m_shared->nMaxCells ||
+                m_shared->nQueuedBytes + cost > m_shared->nMaxBytes)
+                break;
+            m_shared->queue.push_back(std::move(cells[taken]));
+            m_shared->nQueuedBytes += cost;
+        }
     }
-    m_shared->wake.notify_one();
-    return Queued;
+    // The thread waits only on an empty queue.
+    if (taken > 0 && bWasEmpty)
+        m_shared->wake.notify_one();
+    cells.remove(0, taken);
+    return cells.isEmpty() ? Queued : Full;
 }
 
 qint64 CExcelThread::CellsWritten() const
@@ -146,6 +163,8 @@ qsizetype CExcelThread::QueuedCells() const
 
 void CExcelThread::Run(const std::shared_ptr<Shared>& shared)
 {
+    // Below the window's thread: on a busy machine the window comes first.
+    ::setpriority(PRIO_PROCESS, pid_t(::gettid()), BackgroundNice);
     CSpreadsheetLink& link = *shared->link;
     bool bReady = link.Connect();
     if (bReady) {

@@ -57,6 +57,9 @@ public:
     void Start();
     // The text is in the program's code page.
     PutResult Put(int row, int column, const QByteArray& text);
+    // Takes cells from the front of the list, in order, while the queue has
+    // room (one lock for all); Full when some are left in the list.
+    PutResult Put(QList<Cell>& cells);
     // Cells the program has taken so far (any thread).
     qint64 CellsWritten() const;
     qsizetype QueuedCells() const;

@@ -5,6 +5,8 @@
 
 #include <mutex>
 
+#include <csignal>
+
 using com::sun::star::uno::Reference;
 using com::sun::star::uno::XComponentContext;
 
@@ -14,6 +16,12 @@ Reference<XComponentContext> CUnoRuntime::LocalContext(QString& error)
     static Reference<XComponentContext> context;
     static QString startError;
     std::call_once(once, [] {
+        // The bridge writes to the office's socket without MSG_NOSIGNAL: an
+        // office that died would end this program with SIGPIPE instead of
+        // failing the call.
+        struct sigaction current = {};
+        if (::sigaction(SIGPIPE, nullptr, &current) == 0 && current.sa_handler == SIG_DFL)
+            ::signal(SIGPIPE, SIG_IGN);
         // Without URE_BOOTSTRAP naming the office's fundamentalrc the client
         // finds no type library and fails when it creates the desktop.
         const QString fundamental = ProgramFolder() + QStringLiteral("/fundamentalrc");
