@@ -7,6 +7,7 @@
 #include <QtGlobal>
 
 #include <pty.h>
+#include <thread>
 #include <termios.h>
 #include <unistd.h>
 
@@ -29,6 +30,20 @@ public:
     }
     CBenchPty(const CBenchPty&) = delete;
     CBenchPty& operator=(const CBenchPty&) = delete;
+
+    // The instrument floods the line from a thread of its own: the master
+    // end takes the bytes as fast as the program reads them.
+    static std::thread Flood(int master, const QByteArray& stream)
+    {
+        return std::thread([master, &stream] {
+            for (qsizetype sent = 0; sent < stream.size();) {
+                const ssize_t n = ::write(master, stream.constData() + sent,
+                                          size_t(qMin<qsizetype>(4096, stream.size() - sent)));
+                if (n > 0)
+                    sent += n;
+            }
+        });
+    }
 
     int master = -1;
     int slave = -1;

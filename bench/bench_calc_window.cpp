@@ -16,6 +16,7 @@
 //
 // build/bench/bench_calc_window [READINGS]
 
+#include "CBenchPty.h"
 #include "CDriverFile.h"
 #include "CExcel.h"
 #include "CExcelOutput.h"
@@ -23,7 +24,6 @@
 #include "COrvalisApp.h"
 #include "COrvalisView.h"
 #include "CTestOffice.h"
-#include "CBenchPty.h"
 
 #include <QApplication>
 #include <QDir>
@@ -95,13 +95,7 @@ Run Measure(CBenchPty& pty, COrvalisView* view, const QByteArray& stream, Done d
     clock.start();
     sinceTick.start();
     ticker.start();
-    std::thread writer([&] {
-        for (qsizetype sent = 0; sent < stream.size();) {
-            const ssize_t n = ::write(pty.master, stream.constData() + sent, size_t(stream.size() - sent));
-            if (n > 0)
-                sent += n;
-        }
-    });
+    std::thread writer = CBenchPty::Flood(pty.master, stream);
     loop.exec();
     run.seconds = clock.nsecsElapsed() / 1e9;
     writer.join();

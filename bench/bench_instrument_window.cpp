@@ -9,6 +9,7 @@
 //
 // build/bench/bench_instrument_window [MEGABYTES] [plain|script]
 
+#include "CBenchPty.h"
 #include "CDriverFile.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
@@ -51,17 +52,6 @@ QByteArray Lines(qsizetype size)
     return stream;
 }
 
-std::thread Flood(int master, const QByteArray& stream)
-{
-    return std::thread([master, &stream] {
-        for (qsizetype sent = 0; sent < stream.size();) {
-            const ssize_t n = ::write(master, stream.constData() + sent, size_t(qMin<qsizetype>(4096, stream.size() - sent)));
-            if (n > 0)
-                sent += n;
-        }
-    });
-}
-
 qint64 StatusKilobytes(const char* key)
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -83,7 +73,7 @@ double PlainReadLoop(const QByteArray& slave, int master, const QByteArray& stre
     tcsetattr(fd, TCSANOW, &raw);
     QElapsedTimer timer;
     timer.start();
-    std::thread writer = Flood(master, stream);
+    std::thread writer = CBenchPty::Flood(master, stream);
     char buffer[32768];
     qsizetype received = 0;
     while (received < stream.size()) {
@@ -170,7 +160,7 @@ WindowFigures WindowRun(const QString& home, const QByteArray& slave, int master
     clock.start();
     sinceTick.start();
     ticker.start();
-    std::thread writer = Flood(master, stream);
+    std::thread writer = CBenchPty::Flood(master, stream);
     loop.exec();
     view->Appender().Flush();
     const double seconds = clock.nsecsElapsed() / 1e9;

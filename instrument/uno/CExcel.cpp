@@ -216,29 +216,17 @@ bool CExcel::SelectCell(int row, int column)
 
 CSpreadsheetLink::Result CExcel::PutCell(int row, int column, const QString& text)
 {
-    // A link whose workbook never opened writes nothing.
-    if (!m_pUno->sheet.is())
-        return Failed(Gone, QStringLiteral("No spreadsheet is open"));
-    try {
+    return Write([&] {
         SelectCell(row, column);
         if (const std::optional<double> number = CCellValue::Number(text))
             m_pUno->range->setValue(*number);
         else
             Reference<text::XText>(m_pUno->range, UNO_QUERY_THROW)->setString(ToUno(text));
-        return Written;
-    } catch (const lang::IndexOutOfBoundsException&) {
-        return Failed(Refused, QStringLiteral("beyond the last row or column of the sheet"));
-    } catch (const uno::RuntimeException&) {
-        return Failed(Gone, GoneReason());
-    } catch (const uno::Exception& e) {
-        return Failed(Refused, FromUno(e.Message));
-    }
+    });
 }
 
 CSpreadsheetLink::Result CExcel::PutBlock(int row, int column, const QList<QStringList>& rows)
 {
-    if (!m_pUno->sheet.is())
-        return Failed(Gone, QStringLiteral("No spreadsheet is open"));
     if (rows.isEmpty() || rows.first().isEmpty())
         return Written;
     const qsizetype width = rows.first().size();
@@ -249,10 +237,22 @@ CSpreadsheetLink::Result CExcel::PutBlock(int row, int column, const QList<QStri
             line.getArray()[c] = CellContent(rows.at(r).value(c));
         data.getArray()[r] = line;
     }
-    try {
+    return Write([&] {
         const Reference<table::XCellRange> range = m_pUno->sheet->getCellRangeByPosition(
             column - 1, row - 1, column - 1 + sal_Int32(width) - 1, row - 1 + sal_Int32(rows.size()) - 1);
         Reference<sheet::XCellRangeData>(range, UNO_QUERY_THROW)->setDataArray(data);
+    });
+}
+
+// A row beyond the sheet is refused; a run-time failure means the document
+// or the office went.
+CSpreadsheetLink::Result CExcel::Write(const std::function<void()>& write)
+{
+    // A link whose workbook never opened writes nothing.
+    if (!m_pUno->sheet.is())
+        return Failed(Gone, QStringLiteral("No spreadsheet is open"));
+    try {
+        write();
         return Written;
     } catch (const lang::IndexOutOfBoundsException&) {
         return Failed(Refused, QStringLiteral("beyond the last row or column of the sheet"));

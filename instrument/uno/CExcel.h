@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 // The link to LibreOffice Calc over UNO: attaches to the office listening
@@ -56,6 +57,7 @@ private:
 
     bool Fail(const QString& error);
     Result Failed(Result result, const QString& error);
+    Result Write(const std::function<void()>& write);
     bool StartOffice();
     QString GoneReason() const;
 
