@@ -6,6 +6,9 @@
 #include <QHBoxLayout>
 #include <QPointer>
 #include <QPushButton>
+#include <QScreen>
+#include <QShortcut>
+#include <QGuiApplication>
 #include <QStyle>
 #include <QTextBrowser>
 #include <QVBoxLayout>
@@ -48,14 +51,35 @@ CHelpWindow::CHelpWindow(QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(buttons);
     layout->addWidget(m_pBrowser, 1);
+
+    auto* close = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    connect(close, &QShortcut::activated, this, &QWidget::close);
     resize(760, 640);
+}
+
+void CHelpWindow::FitInto(const QRect& available)
+{
+    // The frame around the window (title bar, borders) needs room too; before
+    // the window is shown its size is not known yet.
+    QSize frame = frameGeometry().size() - geometry().size();
+    if (frame.isNull())
+        frame = QSize(16, 48);
+    const QSize room = available.size() - frame;
+    resize(qMin(width(), room.width()), qMin(height(), room.height()));
+    QRect placed = frameGeometry();
+    placed.moveCenter(available.center());
+    move(placed.topLeft());
 }
 
 CHelpWindow* CHelpWindow::ShowManual(QWidget* owner)
 {
     static QPointer<CHelpWindow> s_window;
-    if (!s_window)
+    if (!s_window) {
         s_window = new CHelpWindow(owner);
+        // Never taller or wider than the screen the program is on.
+        if (const QScreen* screen = owner ? owner->screen() : QGuiApplication::primaryScreen())
+            s_window->FitInto(screen->availableGeometry());
+    }
     s_window->show();
     s_window->raise();
     s_window->activateWindow();

@@ -11,11 +11,15 @@
 #include "CHelpWindow.h"
 #include "CInstrumentSheet.h"
 #include "CKeyLockState.h"
+#include "CMdiWindows.h"
+#include "CMnemonicCycler.h"
 #include "COrvalisApp.h"
+#include "CSaveElsewhere.h"
 #include "CStringTable.h"
 #include "CTerminalFile.h"
 #include "CTerminalFrame.h"
 #include "CTerminalSheet.h"
+#include "CToolBarIcons.h"
 #include "CUserDialogs.h"
 #include "FrameworkIds.h"
 #include "ResourceIds.h"
@@ -24,6 +28,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QLabel>
 #include <QLoggingCategory>
@@ -33,7 +38,6 @@
 #include <QPageSetupDialog>
 #include <QPushButton>
 #include <QStatusBar>
-#include <QStyle>
 #include <QTimer>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -48,25 +52,6 @@ QStringList PromptParts(int nID)
 {
     return CStringTable::Text(nID).split(QLatin1Char('\n'));
 }
-
-struct ToolIcon
-{
-    int nID;
-    const char* themeName;
-    QStyle::StandardPixmap fallback;
-};
-
-// Icons of the desktop theme; the style's own pixmaps where the theme has none.
-constexpr ToolIcon kToolIcons[] = {
-    {ID_FILE_OPEN, "document-open", QStyle::SP_DialogOpenButton},
-    {ID_FILE_SAVE, "document-save", QStyle::SP_DialogSaveButton},
-    {ID_EDIT_CUT, "edit-cut", QStyle::SP_DialogDiscardButton},
-    {ID_EDIT_COPY, "edit-copy", QStyle::SP_FileDialogDetailedView},
-    {ID_EDIT_PASTE, "edit-paste", QStyle::SP_DialogApplyButton},
-    {ID_FILE_PRINT, "document-print", QStyle::SP_ComputerIcon},
-    {ID_APP_ABOUT, "help-about", QStyle::SP_MessageBoxInformation},
-    {ID_CONTEXT_HELP, "help-contextual", QStyle::SP_TitleBarContextHelpButton},
-};
 
 QString MenuTextWithoutShortcut(const QString& text)
 {
@@ -101,6 +86,7 @@ CMainFrame::CMainFrame(QWidget* parent)
 
     CreateActions();
     CreateMenus();
+    new CMnemonicCycler(menuBar());
     CreateToolBar();
     CreateStatusBar();
     ShowFunctionKeyBar(0);
@@ -122,6 +108,8 @@ CMainFrame::~CMainFrame()
 {
     // Child windows still open are hidden while this window is torn down.
     m_pMdiArea->disconnect(this);
+    // They go first, while their views can still reach this window.
+    qDeleteAll(m_pMdiArea->subWindowList());
     delete m_pKeyLocks;
 }
 
@@ -184,8 +172,14 @@ void CMainFrame::CreateMenus()
                 action->setProperty("recentPlaceholder", item.nID == ID_FILE_MRU_FILE1);
                 menu->addAction(action);
             }
-            connect(menu, &QMenu::aboutToShow, this, [this, menu] {
+            const bool windowMenu = std::any_of(popup.items.cbegin(), popup.items.cend(),
+                                                [](const CFrameResource::MenuItem& item) {
+                                                    return item.nID == ID_WINDOW_CASCADE;
+                                                });
+            connect(menu, &QMenu::aboutToShow, this, [this, menu, windowMenu] {
                 UpdateRecentFileItems(menu);
+                if (windowMenu)
+                    CMdiWindows::UpdateWindowList(menu, m_pMdiArea);
                 UpdateCommandUI();
             });
             popups.append(menu);
@@ -196,12 +190,7 @@ void CMainFrame::CreateMenus()
 
 void CMainFrame::CreateToolBar()
 {
-    // Without a desktop theme (a bare window manager, the offscreen
-    // platform) the freedesktop default theme still has these icons.
-    if (QIcon::themeName().isEmpty() && QDir(QStringLiteral("/usr/share/icons/Adwaita")).exists()) {
-        QIcon::setThemeSearchPaths(QIcon::themeSearchPaths() << QStringLiteral("/usr/share/icons"));
-        QIcon::setThemeName(QStringLiteral("Adwaita"));
-    }
+    CToolBarIcons::UseDesktopTheme();
     m_pToolBar = addToolBar(QStringLiteral("Standard"));
     m_pToolBar->setObjectName(QStringLiteral("ToolBar"));
     m_pToolBar->setIconSize(QSize(16, 16));
@@ -212,10 +201,7 @@ void CMainFrame::CreateToolBar()
             continue;
         }
         QAction* action = NewCommandAction(nID, PromptParts(nID).value(1));
-        for (const ToolIcon& icon : kToolIcons) {
-            if (icon.nID == nID)
-                action->setIcon(QIcon::fromTheme(QLatin1String(icon.themeName), style()->standardIcon(icon.fallback)));
-        }
+        action->setIcon(CToolBarIcons::Icon(nID));
         m_pToolBar->addAction(action);
     }
 }
@@ -332,8 +318,11 @@ void CMainFrame::SetPaneText(int nPane, const QString& text)
 {
     if (nPane < 0 || nPane >= m_panes.size())
         return;
-    if (nPane == PaneMessage)
+    if (nPane == PaneMessage) {
         statusBar()->clearMessage();
+        // A long message is cut at the pane's end; its whole text is at hand.
+        m_panes[nPane]->setToolTip(text);
+    }
     m_panes[nPane]->setText(text);
 }
 
@@ -352,10 +341,9 @@ void CMainFrame::OnShowCount(int nCount)
     SetPaneText(PaneCount, QString::asprintf("%8d", nCount));
 }
 
-void CMainFrame::PostCount(int nCount)
+void CMainFrame::PostShowCount(int nCount)
 {
-    if (COrvalisApp* app = COrvalisApp::Get(); app && app->MainFrame())
-        QCoreApplication::postEvent(app->MainFrame(), new CShowCountEvent(nCount));
+    QCoreApplication::postEvent(this, new CShowCountEvent(nCount));
 }
 
 void CMainFrame::customEvent(QEvent* event)
@@ -379,11 +367,6 @@ void CMainFrame::UpdateIndicators()
             continue;
         pane->setText(m_pKeyLocks->IsOn(locks[i]) ? indicator : QString());
     }
-}
-
-void CMainFrame::ShowStatusMessage(const QString& text)
-{
-    SetPaneText(PaneMessage, text);
 }
 
 // ---------------------------------------------------------------------------
@@ -488,6 +471,8 @@ QMdiSubWindow* CMainFrame::OpenNewDocument(const QString& newFileName)
         else
             window = new CChildFrame;
         window->setWindowTitle(title);
+        // A saved text renames its window after it is shown.
+        connect(window, &QWidget::windowTitleChanged, this, &CMainFrame::UpdateTitle);
         m_pMdiArea->addSubWindow(window);
         window->show();
         m_pMdiArea->setActiveSubWindow(window);
@@ -571,7 +556,7 @@ bool CMainFrame::OnCommand(int nID)
     case ID_CONTEXT_HELP: QWhatsThis::enterWhatsThisMode(); return true;
     case ID_VIEW_TOOLBAR: m_pToolBar->setVisible(m_pToolBar->isHidden()); return true;
     case ID_VIEW_STATUS_BAR: statusBar()->setVisible(statusBar()->isHidden()); return true;
-    case ID_WINDOW_CASCADE: m_pMdiArea->cascadeSubWindows(); return true;
+    case ID_WINDOW_CASCADE: CMdiWindows::Cascade(m_pMdiArea); return true;
     case ID_WINDOW_TILE_HORZ: m_pMdiArea->tileSubWindows(); return true;
     case ID_WINDOW_ARRANGE: ArrangeIcons(); return true;
     case ID_NEXT_PANE: m_pMdiArea->activateNextSubWindow(); return true;
@@ -622,13 +607,19 @@ QString InstrumentDriverTarget(const CDriverParameter& driver)
     return QDir(COrvalisApp::Get()->ProgramFolder()).filePath(CCodePage::ToUnicode(driver.m_strFileName));
 }
 
+bool IsSameFile(const QString& a, const QString& b)
+{
+    const QString canonical = QFileInfo(a).canonicalFilePath();
+    return !canonical.isEmpty() && canonical == QFileInfo(b).canonicalFilePath();
+}
+
 } // namespace
 
 void CMainFrame::OnAddInstrument()
 {
     CDriverFile records;
     if (EditInstrumentDriver(records, 0) >= 0)
-        StoreInstrumentDriver(records);
+        StoreInstrumentDriver(records, QString(), QString());
 }
 
 void CMainFrame::OnModifyInstrument()
@@ -640,14 +631,14 @@ void CMainFrame::OnModifyInstrument()
         return;
     CDriverFile records;
     // An unreadable file leaves the defaults; a damaged one what was read before the damage.
-    LogLoadProblem(records.Load(path));
+    const QString readProblem = ReportLoadProblem(records.Load(path));
     const int page = EditInstrumentDriver(records, app->m_nModifyInstrumentPage);
     if (page < 0)
         return;
     app->m_nModifyInstrumentPage = page;
     // Not necessarily the file opened: a renamed driver or one from another
     // folder is saved under its new name in the program folder.
-    StoreInstrumentDriver(records);
+    StoreInstrumentDriver(records, path, readProblem);
 }
 
 void CMainFrame::OnAddTerminal()
@@ -656,27 +647,31 @@ void CMainFrame::OnAddTerminal()
     CTerminalFile records;
     if (EditTerminalDriver(records, 0) < 0)
         return;
-    const QString path = CUserDialogs::Current().GetSaveFileName(
-        this, app->ProgramFolder(), CFileFilter::FromResource(IDS_TERMINAL_DRIVER_FILTER));
+    const CFileFilter filter = CFileFilter::FromResource(IDS_TERMINAL_DRIVER_FILTER);
+    const QString path = CUserDialogs::Current().GetSaveFileName(this, app->ProgramFolder(), filter);
     if (path.isEmpty())
         return;
-    ReportStoreProblem(records.Store(path));
+    CSaveElsewhere::Write(this, path, filter, [&records](const QString& target) { return records.Store(target).Message(); });
 }
 
 void CMainFrame::OnModifyTerminal()
 {
     COrvalisApp* app = COrvalisApp::Get();
-    const QString path = CUserDialogs::Current().GetOpenFileName(
-        this, app->ProgramFolder(), CFileFilter::FromResource(IDS_TERMINAL_DRIVER_FILTER));
+    const CFileFilter filter = CFileFilter::FromResource(IDS_TERMINAL_DRIVER_FILTER);
+    const QString path = CUserDialogs::Current().GetOpenFileName(this, app->ProgramFolder(), filter);
     if (path.isEmpty())
         return;
     CTerminalFile records;
-    LogLoadProblem(records.Load(path));
+    const QString readProblem = ReportLoadProblem(records.Load(path));
     const int page = EditTerminalDriver(records, app->m_nModifyTerminalPage);
     if (page < 0)
         return;
     app->m_nModifyTerminalPage = page;
-    ReportStoreProblem(records.Store(path));
+    const auto write = [&records](const QString& target) { return records.Store(target).Message(); };
+    if (readProblem.isEmpty())
+        CSaveElsewhere::Write(this, path, filter, write);
+    else
+        CSaveElsewhere::WriteOverIncomplete(this, path, readProblem, filter, write);
 }
 
 int CMainFrame::EditInstrumentDriver(CDriverFile& records, int startPage)
@@ -701,26 +696,43 @@ int CMainFrame::EditTerminalDriver(CTerminalFile& records, int startPage)
     return sheet.m_nLastActivePage;
 }
 
-void CMainFrame::StoreInstrumentDriver(CDriverFile& records)
+void CMainFrame::StoreInstrumentDriver(CDriverFile& records, const QString& openedPath, const QString& readProblem)
 {
-    const CFileResult result = records.Store(InstrumentDriverTarget(records.m_Driver));
+    const CFileFilter filter = CFileFilter::FromResource(IDS_INSTRUMENT_DRIVER_FILTER);
+    // Saved elsewhere, the driver carries the name it is saved under.
+    const auto write = [&records](const QString& target) {
+        records.m_Driver.m_strFileName = CCodePage::FromUnicode(QFileInfo(target).fileName());
+        return records.Store(target).Message();
+    };
+    const QString target = InstrumentDriverTarget(records.m_Driver);
+    QString written;
+    if (records.m_Driver.m_strFileName.isEmpty()) {
+        written = CSaveElsewhere::OfferElsewhere(this, target + QLatin1Char('/'),
+                                                 QStringLiteral("The driver has no file name (page \"General\"): "
+                                                                "it was not written."),
+                                                 filter, write);
+    } else if (!readProblem.isEmpty() && IsSameFile(target, openedPath)) {
+        written = CSaveElsewhere::WriteOverIncomplete(this, target, readProblem, filter, write);
+    } else {
+        written = CSaveElsewhere::Write(this, target, filter, write);
+    }
     records.m_Script.DeleteContents();
-    ReportStoreProblem(result);
-}
-
-void CMainFrame::LogLoadProblem(const CFileResult& result)
-{
-    if (!result.IsOk())
-        qCInfo(lcFrame).noquote() << result.Message();
-}
-
-// The driver stays unwritten; the status bar says why.
-void CMainFrame::ReportStoreProblem(const CFileResult& result)
-{
-    if (result.IsOk())
+    if (written.isEmpty() || openedPath.isEmpty() || IsSameFile(written, openedPath))
         return;
-    qCWarning(lcFrame).noquote() << result.Message();
-    ShowStatusMessage(result.Message());
+    // The file opened stays as it was: say where the changes went.
+    CUserDialogs::Current().ShowMessage(
+        this, QStringLiteral("The driver was saved as %1.\n%2 is unchanged.").arg(written, openedPath));
+}
+
+// The sheet shows what could be read; the user is told what could not.
+QString CMainFrame::ReportLoadProblem(const CFileResult& result)
+{
+    const QString problem = CSaveElsewhere::LoadProblem(result);
+    if (!problem.isEmpty()) {
+        qCInfo(lcFrame).noquote() << problem;
+        CUserDialogs::Current().ShowMessage(this, problem);
+    }
+    return problem;
 }
 
 void CMainFrame::OnFileNew()

@@ -1,10 +1,14 @@
 #include "COrvalisApp.h"
 
+#include "CAppIcon.h"
 #include "CCommandLine.h"
+#include "CExampleDrivers.h"
 #include "CMainFrame.h"
 #include "CProgramFolder.h"
 #include "ResourceIds.h"
+#include "Version.h"
 
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QPrinter>
@@ -52,6 +56,14 @@ COrvalisApp* COrvalisApp::Get()
     return g_pApp;
 }
 
+void COrvalisApp::InitApplication()
+{
+    QGuiApplication::setApplicationName(QStringLiteral("Orvalis"));
+    QGuiApplication::setWindowIcon(CAppIcon::Icon());
+    // The desktop entry's name: the window system matches windows to it.
+    QGuiApplication::setDesktopFileName(QStringLiteral(ORVALIS_APP_ID));
+}
+
 QPrinter& COrvalisApp::Printer()
 {
     if (!m_pPrinter)
@@ -61,6 +73,8 @@ QPrinter& COrvalisApp::Printer()
 
 bool COrvalisApp::InitInstance(const QStringList& arguments)
 {
+    // Before the settings file exists: the first start.
+    const bool firstStart = !QFileInfo::exists(m_profile.Path());
     LoadRecentFileList();
     m_pMainFrame = std::make_unique<CMainFrame>();
     // An empty "Window" keeps the window system's choice.
@@ -77,10 +91,16 @@ bool COrvalisApp::InitInstance(const QStringList& arguments)
         qCInfo(lcApp) << "started for embedding or automation: no window is shown";
         return true;
     }
+    if (firstStart)
+        InstallExamples();
     m_pMainFrame->setWindowState(m_nCmdShow);
     m_pMainFrame->show();
     if (!m_strLastUsedDriver.isEmpty() && m_bDriverOnCommandLine)
         m_pMainFrame->RouteCommand(ID_CONNECT_INSTRUMENT);
+    if (!m_strTerminalOnCommandLine.isEmpty()) {
+        m_strLastTerminalDriver = m_strTerminalOnCommandLine;
+        m_pMainFrame->OpenNewDocument(CDocTemplate(IDR_TERMINALTYPE).NewFileName());
+    }
     return true;
 }
 
@@ -90,6 +110,7 @@ void COrvalisApp::ParseCommandLine(const QStringList& arguments)
     m_bDriverOnCommandLine = info.bDriverOnCommandLine ? 1 : 0;
     if (info.bDriverOnCommandLine)
         m_strLastUsedDriver = info.strDriver;
+    m_strTerminalOnCommandLine = info.strTerminalDriver;
     if (info.bMinimize)
         m_nCmdShow = Qt::WindowMinimized;
     m_bRunEmbedded = info.RunsEmbedded();
@@ -105,6 +126,20 @@ int COrvalisApp::ExitInstance(int exitCode)
     if (!m_profile.Flush(&reason))
         qCWarning(lcApp).noquote() << m_profile.Path() << reason;
     return exitCode;
+}
+
+void COrvalisApp::InstallExamples()
+{
+    if (CExampleDrivers::HasDrivers(m_strProgramFolder))
+        return;
+    QString error;
+    const QStringList written = CExampleDrivers::CopyInto(m_strProgramFolder, error);
+    if (!written.isEmpty())
+        qCInfo(lcApp).noquote() << "example drivers copied into" << m_strProgramFolder;
+    if (!error.isEmpty()) {
+        qCWarning(lcApp).noquote() << error;
+        m_pMainFrame->SetPaneText(CMainFrame::PaneMessage, error);
+    }
 }
 
 void COrvalisApp::AddToRecentFileList(const QString& path)

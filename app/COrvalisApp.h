@@ -31,10 +31,16 @@ public:
     ~COrvalisApp() override;
 
     static COrvalisApp* Get();
+    // The process's name and icon, before any window. The name "Orvalis"
+    // also names the settings folder and the message boxes; no display name
+    // is set, because the desktop appends one to every title that does not
+    // end with it ("Orvalis - Orvali1 — Orvalis").
+    static void InitApplication();
 
     // Reads the settings, creates the main window, parses the arguments
-    // (without the program name), shows the window and connects a driver
-    // named on the command line. False when the program must end.
+    // (without the program name), copies the example drivers into an empty
+    // program folder on the first start, shows the window and connects a
+    // driver named on the command line. False when the program must end.
     bool InitInstance(const QStringList& arguments);
     // Writes "Window", "LastUsedDriver", "LastTerminalDriver" and the recent files.
     int ExitInstance(int exitCode);
@@ -67,15 +73,17 @@ public:
     int m_nModifyInstrumentPage = 0;
     int m_nModifyTerminalPage = 0;
     int m_nInstrumentOptionsPage = 0;
-    int m_nTerminalOptionsPage = 0;
 
 private:
     void ParseCommandLine(const QStringList& arguments);
+    // First start: a program folder without drivers gets the examples.
+    void InstallExamples();
     void LoadRecentFileList();
     void SaveRecentFileList();
 
     CProfile m_profile;
     QString m_strProgramFolder;
+    QString m_strTerminalOnCommandLine; // a terminal driver opened from the desktop
     QList<CDocTemplate> m_templates;
     QStringList m_recentFiles;
     std::unique_ptr<CMainFrame> m_pMainFrame;

@@ -6,8 +6,8 @@
 #include <QByteArray>
 #include <QtGlobal>
 
+#include <fcntl.h>
 #include <pty.h>
-#include <thread>
 #include <termios.h>
 #include <unistd.h>
 
@@ -21,6 +21,9 @@ public:
         cfmakeraw(&raw);
         if (openpty(&master, &slave, name, &raw, nullptr) != 0)
             qFatal("openpty failed");
+        // A program a benchmark starts opens the line itself.
+        fcntl(master, F_SETFD, FD_CLOEXEC);
+        fcntl(slave, F_SETFD, FD_CLOEXEC);
         path = name;
     }
     ~CBenchPty()
@@ -30,20 +33,6 @@ public:
     }
     CBenchPty(const CBenchPty&) = delete;
     CBenchPty& operator=(const CBenchPty&) = delete;
-
-    // The instrument floods the line from a thread of its own: the master
-    // end takes the bytes as fast as the program reads them.
-    static std::thread Flood(int master, const QByteArray& stream)
-    {
-        return std::thread([master, &stream] {
-            for (qsizetype sent = 0; sent < stream.size();) {
-                const ssize_t n = ::write(master, stream.constData() + sent,
-                                          size_t(qMin<qsizetype>(4096, stream.size() - sent)));
-                if (n > 0)
-                    sent += n;
-            }
-        });
-    }
 
     int master = -1;
     int slave = -1;

@@ -16,6 +16,7 @@
 //
 // build/bench/bench_calc_window [READINGS]
 
+#include "CBenchFlood.h"
 #include "CBenchPty.h"
 #include "CDriverFile.h"
 #include "CExcel.h"
@@ -95,7 +96,7 @@ Run Measure(CBenchPty& pty, COrvalisView* view, const QByteArray& stream, Done d
     clock.start();
     sinceTick.start();
     ticker.start();
-    std::thread writer = CBenchPty::Flood(pty.master, stream);
+    std::thread writer = BenchFlood::Write(pty.master, stream);
     loop.exec();
     run.seconds = clock.nsecsElapsed() / 1e9;
     writer.join();

@@ -126,6 +126,9 @@ QByteArrayList CConnectorList::SerialDevices(const QString& sysfsRoot, const QSt
         if (QFileInfo::exists(QString::fromLocal8Bit(path)))
             devices.append(path);
     }
+    const QDir byId(devRoot + QStringLiteral("/serial/by-id"));
+    for (const QString& name : byId.entryList(QDir::Files | QDir::System, QDir::Name))
+        devices.append(byId.filePath(name).toLocal8Bit());
     return devices;
 }
 

@@ -17,7 +17,8 @@ public:
     static QByteArrayList UsbConverters();
     // Device paths of the serial devices present: /dev/ttyS*, /dev/ttyUSB*,
     // /dev/ttyACM* whose node exists and which the kernel knows as real
-    // hardware (a ttyS without a UART behind it is left out).
+    // hardware (a ttyS without a UART behind it is left out), then the
+    // stable names of /dev/serial/by-id, which survive replugging.
     static QByteArrayList SerialDevices();
 
     struct UsbTty

@@ -86,6 +86,13 @@ CConnectorName CConnectorName::FromDevicePath(const QByteArray& path)
     return name;
 }
 
+QString CConnectorName::BadNameMessage(const QString& text)
+{
+    return QStringLiteral("Bad connector \"%1\": expected COMn, a device path, a device name, "
+                          "a converter's serial number or None")
+        .arg(text);
+}
+
 QByteArray CConnectorName::ToString() const
 {
     if (m_kind == None)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
 
 // The connector of a line as the user names it, in driver files, on the
 // settings page and on the command line:
@@ -19,6 +20,8 @@ public:
     static CConnectorName Parse(const QByteArray& text);
     static CConnectorName FromComNumber(int number);
     static CConnectorName FromDevicePath(const QByteArray& path);
+    // What the settings page and the command line say about an Invalid name.
+    static QString BadNameMessage(const QString& text);
 
     Kind GetKind() const { return m_kind; }
     bool IsUsb() const { return m_kind == UsbConverter; }

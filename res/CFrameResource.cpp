@@ -38,6 +38,16 @@ Popup ExtrasPopup()
              {ID_STOP_TRANSMISSION, QStringLiteral("Stop &Transmission")}}};
 }
 
+// The instrument window's: serial printer forwarding at the end.
+Popup InstrumentExtrasPopup()
+{
+    Popup popup = ExtrasPopup();
+    popup.items += {Separator(),
+                    {ID_V24_PRINTER, QStringLiteral("V24 &Printer")},
+                    {ID_V24_PRINTER_SETTINGS, QStringLiteral("V24 Printer Se&ttings...")}};
+    return popup;
+}
+
 Popup HelpPopup()
 {
     return {QStringLiteral("&Help"),
@@ -88,7 +98,7 @@ QList<Popup> InstrumentMenu()
             EditPopup(),
             ViewPopup(),
             {QStringLiteral("&Connect"), {{ID_CONNECT_INSTRUMENT, QStringLiteral("&Disconnect Instrument...")}}},
-            ExtrasPopup(),
+            InstrumentExtrasPopup(),
             {QStringLiteral("&Window"),
              {{ID_WINDOW_NEW, QStringLiteral("&New Window")},
               {ID_WINDOW_CASCADE, QStringLiteral("&Cascade")},

@@ -68,6 +68,7 @@ constexpr CEntry kEntries[] = {
     {ID_OPTIONS, "Specify user options\nOptions"},
     {ID_MODIFY_INSTRUMENT, "Modifies Instrument Parameters\nModify"},
     {ID_V24_PRINTER, "Output of serial printer data to PC printer\nV24 Printer"},
+    {ID_V24_PRINTER_SETTINGS, "Settings of the serial printer line (v24print.drv)\nV24 Printer Settings"},
     {ID_SEND_FILE, "Send a file\nSend"},
     {ID_ADD_TERMINAL, "Adds new Terminal\nNew Terminal"},
     {ID_MODIFY_TERMINAL, "Modifies Terminal Parameters\nModify"},

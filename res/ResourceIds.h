@@ -48,6 +48,8 @@ constexpr int ID_SEND_FILE = 32781;
 constexpr int ID_ADD_TERMINAL = 32782;
 constexpr int ID_MODIFY_TERMINAL = 32783;
 constexpr int ID_STOP_TRANSMISSION = 32784;
+// The serial printer line's settings (v24print.drv), beside "V24 Printer".
+constexpr int ID_V24_PRINTER_SETTINGS = 32785;
 constexpr int ID_FUNCTION_KEY_F1 = 3048; // F1..F8 are 3048..3055
 constexpr int ID_FUNCTION_KEY_COUNT = 8;
 constexpr int ID_APP_ABOUT = 57664;

@@ -5,7 +5,6 @@
 // is played on the master end of a pseudo-terminal.
 
 #include "CAboutDlg.h"
-#include "CAppIcon.h"
 #include "CDriverFile.h"
 #include "CFunctionKeyBar.h"
 #include "CHelpWindow.h"
@@ -142,7 +141,7 @@ public:
         CUserDialogs::SetCurrent(this);
     }
     ~CChosenFile() override { CUserDialogs::SetCurrent(nullptr); }
-    QString GetOpenFileName(QWidget*, const QString&, const CFileFilter&) override { return m_strPath; }
+    QString GetOpenFileName(QWidget*, const QString&, const CFileFilter&, const QString&) override { return m_strPath; }
 
 private:
     QString m_strPath;
@@ -185,8 +184,7 @@ bool SaveSheet(CPropSheet& sheet, const QString& folder, const QStringList& name
 int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Orvalis"));
-    QApplication::setWindowIcon(CAppIcon::Icon());
+    COrvalisApp::InitApplication();
     const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("docs/screenshots");
     QDir().mkpath(folder);
 

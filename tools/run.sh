@@ -6,7 +6,8 @@
 #
 # The simulator (orvalis-balance-sim) plays the balance on a pseudo-terminal
 # reachable as build/demo/balance-sim-tty; the driver Balance-sim.tbb, the
-# example Balance.tbb pointed at that path, is made fresh on every run. The
+# example Balance.tbb pointed at that path and named after its own file, is
+# made fresh on every run. The
 # simulator stops when the program ends. Extra arguments go to the program.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -20,6 +21,8 @@ link="$demo/balance-sim-tty"
 log="$demo/balance-sim.log"
 cp -f "$root/res/examples/Balance.tbb" "$demo/Balance-sim.tbb"
 "$build/tools/orvalis-cli" set-connector "$demo/Balance-sim.tbb" "$link" >/dev/null
+# Its own name: Modify Instrument saves it as Balance-sim.tbb, not over Balance.tbb.
+"$build/tools/orvalis-cli" set-name "$demo/Balance-sim.tbb" Balance-sim >/dev/null
 
 : >"$log"
 "$build/tools/balance-sim/orvalis-balance-sim" --link "$link" >"$log" 2>&1 &

@@ -2,22 +2,20 @@
 
 #include "CCodePage.h"
 #include "CCommParameter.h"
-
-// The converter and device lists come with the channel (branch comm); until
-// it is in the tree the list offers None and COM1..COM255 only. Remove this
-// switch when CConnectorList.h has landed.
-#if __has_include("CConnectorList.h")
 #include "CConnectorList.h"
-#define ORVALIS_HAS_CONNECTOR_LIST 1
-#endif
+#include "CConnectorName.h"
+#include "CUserDialogs.h"
 
 #include <QButtonGroup>
 #include <QComboBox>
+#include <QCompleter>
 #include <QFocusEvent>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
 
@@ -61,6 +59,7 @@ QGroupBox* NewGroup(const QString& title, QButtonGroup* group, const QStringList
 CCommPage::CCommPage(QWidget* parent)
     : CPropertyPage(QStringLiteral("Communication Parameter"), parent)
     , m_pConnector(new QComboBox)
+    , m_pRefresh(new QPushButton(QStringLiteral("&Refresh")))
 {
     setObjectName(QStringLiteral("CCommPage"));
     for (QButtonGroup*& group : m_pGroups) {
@@ -94,11 +93,22 @@ CCommPage::CCommPage(QWidget* parent)
     m_pConnector->setObjectName(QStringLiteral("Connector"));
     m_pConnector->setMaxVisibleItems(20);
     m_pConnector->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    // A device path, tty name or serial number can be typed; typing never
+    // adds to the list, and no completion is put in what the user types.
+    m_pConnector->setEditable(true);
+    m_pConnector->setInsertPolicy(QComboBox::NoInsert);
+    m_pConnector->completer()->setCompletionMode(QCompleter::PopupCompletion);
+    m_pConnector->completer()->setCaseSensitivity(Qt::CaseSensitive);
     m_pConnector->installEventFilter(this);
     connect(m_pConnector, &QComboBox::activated, this, [this] { TakeConnectorName(); });
+    connect(m_pConnector->lineEdit(), &QLineEdit::returnPressed, this, [this] { TakeConnectorName(); });
+    m_pRefresh->setObjectName(QStringLiteral("RefreshConnectors"));
+    m_pRefresh->setToolTip(QStringLiteral("List the serial devices and USB converters plugged in now"));
+    connect(m_pRefresh, &QPushButton::clicked, this, &CCommPage::RefreshConnectors);
     auto* connectorRow = new QHBoxLayout;
     connectorRow->addWidget(connectorLabel);
     connectorRow->addWidget(m_pConnector, 1);
+    connectorRow->addWidget(m_pRefresh);
 
     auto* grid = new QGridLayout;
     grid->addWidget(baud, 0, 0, 2, 1);
@@ -137,26 +147,39 @@ QByteArrayList CCommPage::ConnectorEntries(bool bOfferNone, const QByteArray& no
 
 int CCommPage::FindConnector(const QByteArrayList& entries, const QByteArray& name)
 {
-    for (int i = 0; i < entries.size(); ++i) {
-        if (entries.at(i).contains(name))
-            return i;
-    }
-    return 0;
+    if (name.isEmpty())
+        return entries.isEmpty() ? -1 : 0;
+    return int(entries.indexOf(name));
 }
 
 void CCommPage::BuildConnectorList()
 {
     m_pConnector->clear();
-#ifdef ORVALIS_HAS_CONNECTOR_LIST
-    const QByteArrayList usbConverters = CConnectorList::UsbConverters();
-    const QByteArrayList devices = CConnectorList::SerialDevices();
-#else
-    const QByteArrayList usbConverters;
-    const QByteArrayList devices;
-#endif
-    const QByteArrayList entries = ConnectorEntries(m_bOfferNone != 0, m_strNone, usbConverters, devices);
+    const QByteArrayList entries = ConnectorEntries(m_bOfferNone != 0, m_strNone, CConnectorList::UsbConverters(),
+                                                    CConnectorList::SerialDevices());
     for (const QByteArray& entry : entries)
         m_pConnector->addItem(CCodePage::ToUnicode(entry));
+}
+
+void CCommPage::RefreshConnectors()
+{
+    BuildConnectorList();
+    ShowConnector();
+}
+
+void CCommPage::ShowConnector()
+{
+    QByteArrayList entries;
+    for (int i = 0; i < m_pConnector->count(); ++i)
+        entries.append(CCodePage::FromUnicode(m_pConnector->itemText(i)));
+    m_nListIndex = FindConnector(entries, m_strConnector);
+    if (m_nListIndex < 0) {
+        // Shown where it is seen first: after "None", before the devices.
+        m_nListIndex = m_bOfferNone ? 1 : 0;
+        m_pConnector->insertItem(m_nListIndex, CCodePage::ToUnicode(m_strConnector));
+    }
+    m_pConnector->setCurrentIndex(m_nListIndex);
+    m_strShown = m_pConnector->currentText();
 }
 
 void CCommPage::SetParameters(const CCommParameter& comm)
@@ -171,12 +194,8 @@ void CCommPage::SetParameters(const CCommParameter& comm)
     if (const int parity = IndexOf(kParities, comm.m_cParity); parity >= 0)
         m_nIndex[Parity] = parity;
     SelectButtons();
-
-    QByteArrayList entries;
-    for (int i = 0; i < m_pConnector->count(); ++i)
-        entries.append(CCodePage::FromUnicode(m_pConnector->itemText(i)));
-    m_nListIndex = FindConnector(entries, m_strConnector);
-    m_pConnector->setCurrentIndex(m_nListIndex);
+    m_bConnectorTyped = false;
+    ShowConnector();
 }
 
 void CCommPage::SelectButtons()
@@ -210,9 +229,26 @@ void CCommPage::GetParameters(CCommParameter& comm) const
 
 void CCommPage::TakeConnectorName()
 {
-    m_nListIndex = m_pConnector->currentIndex();
-    if (m_nListIndex >= 0)
-        m_strConnector = CCodePage::FromUnicode(m_pConnector->currentText());
+    const QString text = m_pConnector->currentText();
+    m_nListIndex = m_pConnector->findText(text, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    // Leaving the entry that shows the record's connector changes nothing
+    // ("None" shows an empty name too).
+    const QByteArray name = CCodePage::FromUnicode(text.trimmed());
+    if ((text == m_strShown && !m_bConnectorTyped) || name == m_strConnector)
+        return;
+    m_strConnector = name;
+    m_bConnectorTyped = true;
+}
+
+bool CCommPage::OnKillActive()
+{
+    TakeConnectorName();
+    if (!m_bConnectorTyped || CConnectorName::Parse(m_strConnector).GetKind() != CConnectorName::Invalid)
+        return true;
+    CUserDialogs::Current().ShowMessage(this, CConnectorName::BadNameMessage(CCodePage::ToUnicode(m_strConnector)));
+    m_pConnector->setFocus(Qt::OtherFocusReason);
+    m_pConnector->lineEdit()->selectAll();
+    return false;
 }
 
 bool CCommPage::eventFilter(QObject* watched, QEvent* event)

@@ -9,13 +9,14 @@
 #include "CExcel.h"
 #include "CExcelOutput.h"
 #include "CFileFilter.h"
-#include "CFunctionKeyBar.h"
 #include "CFunctionKeysPage.h"
 #include "CInstrumentSheet.h"
-#include "CMainFrame.h"
+#include "CFrameServices.h"
 #include "CNameLineBreaks.h"
 #include "COrvalisApp.h"
 #include "CParse.h"
+#include "CPublishingPage.h"
+#include "CSaveElsewhere.h"
 #include "CScriptPage.h"
 #include "CSerialNumberDlgPrompt.h"
 #include "CSettingsPage.h"
@@ -29,6 +30,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QLabel>
 #include <QLoggingCategory>
 #include <QMdiSubWindow>
@@ -76,19 +78,34 @@ void WaitPumpingEvents(quint32 milliseconds)
 
 } // namespace
 
-COrvalisView::COrvalisView(QWidget* parent)
+COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     : CCommView(parent)
+    , m_pServices(services)
     , m_source(m_comm)
     , m_pipeline(m_script, m_terminalParam, m_driver)
     , m_appender(this)
     , m_document(this)
+    , m_transferStatus(services)
     , m_pSerialNumberPrompt(std::make_unique<CSerialNumberDlgPrompt>(this))
+    , m_pMessageLine(new QLabel(this))
 {
     setObjectName(QStringLiteral("COrvalisView"));
+    m_pMessageLine->setObjectName(QStringLiteral("MessageLine"));
+    m_pMessageLine->setWordWrap(true);
+    m_pMessageLine->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_pMessageLine->setAutoFillBackground(true);
+    m_pMessageLine->setBackgroundRole(QPalette::ToolTipBase);
+    m_pMessageLine->setForegroundRole(QPalette::ToolTipText);
+    m_pMessageLine->setContentsMargins(4, 2, 4, 2);
+    m_pMessageLine->hide();
     if (COrvalisApp* app = COrvalisApp::Get())
         m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
     m_pipeline.SetByteSource(&m_source);
-    m_pipeline.SetTextSink(this);
+    m_pipeline.SetTextSink(m_publishing.Sink());
+    connect(&m_publishing, &CPublishingLink::Message, this, [this](const QString& text) {
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage, text);
+    });
     m_pipeline.SetCommandTarget(&CommandSink());
     m_pipeline.SetSleeper(&WaitPumpingEvents);
     SetSerialNumberPrompt(m_pSerialNumberPrompt.get());
@@ -108,12 +125,6 @@ COrvalisView::~COrvalisView()
     OnDestroy();
 }
 
-CMainFrame* COrvalisView::Frame()
-{
-    const COrvalisApp* app = COrvalisApp::Get();
-    return app ? app->MainFrame() : nullptr;
-}
-
 // ---------------------------------------------------------------------------
 // Creation and destruction
 
@@ -129,38 +140,55 @@ void COrvalisView::OnCreate()
     SetPlaybackFile(&app->m_filePlayback);
 
     m_strDriverPath = app->m_strLastUsedDriver;
+    bool driverOpened = true;
     if (!m_strDriverPath.isEmpty()) {
         // A driver that cannot be read leaves the defaults (or what was read
         // before a damaged block).
         const CFileResult loaded =
             CDriverFile::Load(m_strDriverPath, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script);
+        m_strDriverProblem = CSaveElsewhere::LoadProblem(loaded);
+        driverOpened = loaded.GetStatus() != CFileResult::Status::NotOpened;
         if (!loaded.IsOk())
             qCInfo(lcView).noquote() << loaded.Message();
     }
     m_appender.SetNameLineBreaks(m_terminalParam.m_bShowControlChars != 0);
     CreateExcelLink();
+    if (m_bOpenedByConnect)
+        m_publishing.StartFromProfile(app->Profile().Path(), CCodePage::ToUnicode(m_driver.m_strName));
+    if (CFrameServices* frame = Frame())
+        m_publishing.ShowIn(frame->StatusBar());
 
     // Every opened window adds eight empty keys; only 0..7 are used.
     m_functionKeys.AppendEmptyKeys();
     ShowFunctionKeys();
-    if (CMainFrame* frame = Frame())
-        frame->SetPaneText(CMainFrame::PaneCount, QString());
+    if (CFrameServices* frame = Frame())
+        frame->SetPaneText(CFrameServices::PaneCount, QString());
 
     // A window not opened by Connect Instrument (a saved text) is an
     // ordinary text window: its line is not opened at all.
     if (m_bOpenedByConnect) {
-        OpenPort();
+        // Without its driver there is no line to open: the window says why.
+        if (driverOpened)
+            OpenPort();
+        else
+            ReportLineProblem(m_strDriverProblem);
         EnableWindow(!m_comm.IsPortOpen());
         if (!m_comm.IsPortOpen())
             m_terminalParam.m_bLocalEcho = 1;
+        if (!m_strDriverProblem.isEmpty())
+            QTimer::singleShot(0, this, [this, driverOpened] { ReportDriverProblem(driverOpened); });
     } else {
         EnableWindow(true);
         m_terminalParam.m_bLocalEcho = 1;
         SetLineState();
     }
+    m_bEpsonPrinter = m_v24Printer.CheckPrinter() ? 1 : 0;
     m_bProgress = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("Progress"));
     if (m_bProgress)
-        m_pipeline.SetProgressReporter([](qint64 total) { CMainFrame::PostCount(int(total)); });
+        m_pipeline.SetProgressReporter([frame = Frame()](qint64 total) {
+            if (frame)
+                frame->PostShowCount(int(total));
+        });
 }
 
 void COrvalisView::closeEvent(QCloseEvent* event)
@@ -219,8 +247,11 @@ void COrvalisView::OnDestroy()
     m_pipeline.SetCellSink(nullptr);
     m_pExcel.reset();
     CCommView::OnDestroy();
+    m_publishing.Stop();
+    // The printer line closes and its job prints.
+    m_v24Printer.SwitchOff();
     m_transferStatus.Finish();
-    if (CMainFrame* frame = Frame())
+    if (CFrameServices* frame = Frame())
         frame->ShowFunctionKeyBar(0);
     WriteDriverBack();
     m_script.DeleteContents();
@@ -228,19 +259,45 @@ void COrvalisView::OnDestroy()
         app->m_pCommView = nullptr;
 }
 
+void COrvalisView::ReportDriverProblem(bool bDriverOpened)
+{
+    const QString consequence =
+        bDriverOpened ? QStringLiteral("The window uses what was read before the damage; the file is written "
+                                       "back only when you change the settings and confirm.")
+                      : QStringLiteral("The instrument is not connected.");
+    CUserDialogs::Current().ShowMessage(this, QStringLiteral("%1\n\n%2").arg(m_strDriverProblem, consequence));
+}
+
 void COrvalisView::WriteDriverBack()
 {
     if (m_strDriverPath.isEmpty())
         return;
-    // An existing file is overwritten from its start and not shortened; a
-    // missing one is created.
-    const CFileResult stored =
-        CDriverFile::Store(m_strDriverPath, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script);
-    if (stored.IsOk())
+    const auto write = [this](const QString& path) {
+        // Saved elsewhere, the driver carries the name it is saved under.
+        if (path != m_strDriverPath)
+            m_driver.m_strFileName = CCodePage::FromUnicode(QFileInfo(path).fileName());
+        return CDriverFile::Store(path, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script).Message();
+    };
+    const COrvalisApp* app = COrvalisApp::Get();
+    // While the program is torn down nobody can be asked.
+    const bool canAsk = app && app->MainFrame();
+    if (!m_strDriverProblem.isEmpty()) {
+        // A file not read completely is left as it is, unless the user
+        // changed the settings and confirms.
+        if (m_bDriverEdited && canAsk)
+            CSaveElsewhere::WriteOverIncomplete(window(), m_strDriverPath, m_strDriverProblem,
+                                                CFileFilter::FromResource(IDS_INSTRUMENT_DRIVER_FILTER), write);
         return;
-    qCWarning(lcView).noquote() << stored.Message();
-    if (CMainFrame* frame = Frame())
-        frame->SetPaneText(CMainFrame::PaneMessage, stored.Message());
+    }
+    // An existing file is overwritten from its start and not shortened.
+    if (canAsk) {
+        CSaveElsewhere::Write(window(), m_strDriverPath, CFileFilter::FromResource(IDS_INSTRUMENT_DRIVER_FILTER),
+                              write);
+        return;
+    }
+    const QString problem = write(m_strDriverPath);
+    if (!problem.isEmpty())
+        qCWarning(lcView).noquote() << problem;
 }
 
 // ---------------------------------------------------------------------------
@@ -249,8 +306,7 @@ void COrvalisView::WriteDriverBack()
 void COrvalisView::OpenPort()
 {
     if (m_comm.OpenPort(m_commParam) && m_comm.IsPortOpen()) {
-        m_strLineProblem.clear();
-        setPlaceholderText(QString());
+        ClearLineProblem();
     } else {
         QString reason = m_comm.GetLastError();
         if (reason.isEmpty())
@@ -269,14 +325,51 @@ void COrvalisView::SetLineState()
     document()->setUndoRedoEnabled(!open);
 }
 
+void COrvalisView::ClearLineProblem()
+{
+    // The status bar no longer tells of a problem that is over (another
+    // window's message stays).
+    CFrameServices* frame = Frame();
+    if (frame && !m_strLineProblem.isEmpty() && frame->GetPaneText(CFrameServices::PaneMessage) == m_strLineProblem)
+        frame->SetPaneText(CFrameServices::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
+    m_strLineProblem.clear();
+    setPlaceholderText(QString());
+    ShowMessageLine(QString());
+}
+
+void COrvalisView::ShowMessageLine(const QString& text)
+{
+    m_pMessageLine->setText(text);
+    m_pMessageLine->setVisible(!text.isEmpty());
+    LayOutMessageLine();
+}
+
+void COrvalisView::LayOutMessageLine()
+{
+    // Below the text, as wide as it, as high as the whole message needs.
+    const int height =
+        m_pMessageLine->isHidden() ? 0 : m_pMessageLine->heightForWidth(contentsRect().width());
+    setViewportMargins(0, 0, 0, height);
+    const QRect text = viewport()->geometry();
+    m_pMessageLine->setGeometry(text.left(), text.bottom() + 1, text.width(), height);
+}
+
+void COrvalisView::resizeEvent(QResizeEvent* event)
+{
+    CCommView::resizeEvent(event);
+    LayOutMessageLine();
+}
+
 void COrvalisView::ReportLineProblem(const QString& text)
 {
     m_strLineProblem = text;
     qCWarning(lcView).noquote() << text;
-    // An empty window says it too, in grey.
+    // An empty window says it too, in grey; the window's own message line
+    // keeps the whole text however narrow the status bar is.
     setPlaceholderText(QStringLiteral("Not connected.\n%1").arg(text));
-    if (CMainFrame* frame = Frame())
-        frame->SetPaneText(CMainFrame::PaneMessage, text);
+    ShowMessageLine(text);
+    if (CFrameServices* frame = Frame())
+        frame->SetPaneText(CFrameServices::PaneMessage, text);
 }
 
 void COrvalisView::OnConnectDisconnect()
@@ -363,10 +456,10 @@ void COrvalisView::CreateExcelLink()
     if (m_pExcel || !m_driver.m_bExcel)
         return;
     m_pExcel = std::make_unique<CExcelOutput>(std::make_unique<CExcel>(), m_strDriverPath);
-    connect(m_pExcel.get(), &CExcelOutput::message, this, [](const QString& text) {
+    connect(m_pExcel.get(), &CExcelOutput::message, this, [this](const QString& text) {
         qCInfo(lcView).noquote() << text;
-        if (CMainFrame* frame = Frame())
-            frame->SetPaneText(CMainFrame::PaneMessage, text);
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage, text);
     });
     m_pipeline.SetCellSink(m_pExcel.get());
     m_pExcel->Start();
@@ -390,7 +483,7 @@ void COrvalisView::DeleteLastCharacter()
 
 void COrvalisView::UpdateConnectMenuText()
 {
-    CMainFrame* frame = Frame();
+    CFrameServices* frame = Frame();
     if (!frame)
         return;
     if (QAction* item = frame->MenuItem(ConnectPopup, ID_CONNECT_INSTRUMENT)) {
@@ -402,21 +495,24 @@ void COrvalisView::OnActivateView(bool bActivate)
 {
     if (!bActivate)
         return;
+    if (CFrameServices* frame = Frame())
+        m_publishing.ShowIn(frame->StatusBar());
     UpdateConnectMenuText();
+    m_v24Printer.UpdateMenu();
     // The bar shows the keys of the window that is active.
     ShowFunctionKeys();
     if (!m_strLineProblem.isEmpty() && !m_comm.IsPortOpen()) {
-        if (CMainFrame* frame = Frame())
-            frame->SetPaneText(CMainFrame::PaneMessage, m_strLineProblem);
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage, m_strLineProblem);
     }
 }
 
 void COrvalisView::ShowFunctionKeys()
 {
-    CMainFrame* frame = Frame();
+    CFrameServices* frame = Frame();
     if (!frame)
         return;
-    for (int k = 0; k < CFunctionKeyBar::ButtonCount; ++k)
+    for (int k = 0; k < ID_FUNCTION_KEY_COUNT; ++k)
         frame->SetFunctionKeyText(ID_FUNCTION_KEY_F1 + k, CCodePage::ToUnicode(m_functionKeys.GetName(k)));
     frame->ShowFunctionKeyBar(m_functionKeys.m_bShowKeys);
 }
@@ -424,7 +520,7 @@ void COrvalisView::ShowFunctionKeys()
 void COrvalisView::OnFunctionKey(int k)
 {
     QString caption;
-    if (CMainFrame* frame = Frame())
+    if (CFrameServices* frame = Frame())
         frame->GetFunctionKeyText(ID_FUNCTION_KEY_F1 + k, caption);
     if (caption.isEmpty()) {
         MessageBeep();
@@ -446,6 +542,8 @@ bool COrvalisView::OnCommand(int nID)
     case ID_OPTIONS: OnOptions(); return true;
     case ID_SEND_FILE: OnSendFile(); return true;
     case ID_STOP_TRANSMISSION: OnStopTransmission(); return true;
+    case ID_V24_PRINTER: OnV24Printer(); return true;
+    case ID_V24_PRINTER_SETTINGS: OnV24PrinterSettings(); return true;
     case ID_FILE_SAVE: OnFileSave(); return true;
     case ID_FILE_SAVE_AS: OnFileSaveAs(); return true;
     default: break;
@@ -465,7 +563,12 @@ bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
         ui.bEnabled = m_bOpenedByConnect;
         return true;
     case ID_V24_PRINTER:
-        ui.bEnabled = m_bEpsonPrinter != 0;
+        // Once on, it can always be switched off.
+        ui.bEnabled = m_bEpsonPrinter != 0 || m_v24Printer.IsOn();
+        ui.bCheckable = true;
+        ui.bChecked = m_v24Printer.IsOn();
+        return true;
+    case ID_V24_PRINTER_SETTINGS:
         return true;
     case ID_STOP_TRANSMISSION:
         ui.bEnabled = m_bSending != 0;
@@ -491,6 +594,8 @@ void COrvalisView::OnOptions()
     sheet.m_pSettingsPage->LoadFrom(m_terminalParam);
     sheet.m_pFunctionKeysPage->LoadFrom(m_functionKeys);
     sheet.m_pScriptPage->LoadFrom(m_script);
+    const QString driverName = CCodePage::ToUnicode(m_driver.m_strName);
+    sheet.m_pPublishingPage->LoadFor(app->Profile().Path(), driverName);
 
     m_appender.Flush();
     if (m_comm.IsPortOpen())
@@ -503,6 +608,7 @@ void COrvalisView::OnOptions()
         return;
     }
     app->m_nInstrumentOptionsPage = sheet.m_nLastActivePage;
+    m_bDriverEdited = true;
     const int showControlChars = m_terminalParam.m_bShowControlChars;
     sheet.m_pGeneralPage->GetData(m_driver);
     sheet.m_pSettingsPage->SaveTo(m_terminalParam);
@@ -513,6 +619,9 @@ void COrvalisView::OnOptions()
         ConvertShownText(m_terminalParam.m_bShowControlChars != 0);
     sheet.m_pFunctionKeysPage->SaveTo(m_functionKeys);
     ShowFunctionKeys();
+    sheet.m_pPublishingPage->SaveFor(driverName);
+    if (m_bOpenedByConnect)
+        m_publishing.Start(sheet.m_pPublishingPage->Settings(), driverName);
     if (m_bOpenedByConnect)
         UpdateConnectMenuText();
     CreateExcelLink();
@@ -553,25 +662,25 @@ void COrvalisView::ConvertShownText(bool bShowControlChars)
 void COrvalisView::OnSendFile()
 {
     COrvalisApp* app = COrvalisApp::Get();
-    const QString path = CUserDialogs::Current().GetOpenFileName(this, app->ProgramFolder(),
-                                                                 CFileFilter::FromResource(IDS_ALL_FILES_FILTER));
+    const QString path = CUserDialogs::Current().GetOpenFileName(
+        this, app->ProgramFolder(), CFileFilter::FromResource(IDS_ALL_FILES_FILTER), QStringLiteral("Send File"));
     if (path.isEmpty())
         return;
-    CMainFrame* frame = Frame();
+    CFrameServices* frame = Frame();
     if (frame) {
-        frame->SetPaneText(CMainFrame::PaneMessage, QStringLiteral("Sending file %1").arg(path));
-        frame->PaneWidget(CMainFrame::PaneMessage)->repaint();
+        frame->SetPaneText(CFrameServices::PaneMessage, QStringLiteral("Sending file %1").arg(path));
+        frame->PaneWidget(CFrameServices::PaneMessage)->repaint();
     }
     if (!SendFile(path)) {
         // One file at a time: the one going out is not disturbed.
         if (frame)
-            frame->SetPaneText(CMainFrame::PaneMessage,
+            frame->SetPaneText(CFrameServices::PaneMessage,
                                QStringLiteral("Cannot send %1: a file is being sent already").arg(path));
         return;
     }
     NoteTransferStart();
     if (frame)
-        frame->SetPaneText(CMainFrame::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
+        frame->SetPaneText(CFrameServices::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
 }
 
 void COrvalisView::NoteTransferStart()
@@ -643,14 +752,16 @@ void COrvalisView::OnFileSaveAs()
 bool COrvalisView::SaveTo(const QString& path)
 {
     m_appender.Flush();
-    QString error;
-    if (!m_document.OnSaveDocument(path, &error)) {
-        CUserDialogs::Current().ShowMessage(this, error);
+    const QString written =
+        CSaveElsewhere::Write(this, path, CFileFilter::FromResource(IDS_ALL_FILES_FILTER), [this](const QString& target) {
+            QString error;
+            return m_document.OnSaveDocument(target, &error) ? QString() : error;
+        });
+    if (written.isEmpty())
         return false;
-    }
     if (COrvalisApp* app = COrvalisApp::Get())
-        app->AddToRecentFileList(path);
+        app->AddToRecentFileList(written);
     if (auto* frame = qobject_cast<CChildFrame*>(parentWidget()))
-        frame->SetDocumentPath(path);
+        frame->SetDocumentPath(written);
     return true;
 }

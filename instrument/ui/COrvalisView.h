@@ -5,15 +5,18 @@
 #include "CSerialNumberPrompt.h"
 #include "CFunctionKeysParameter.h"
 #include "COrvalisDoc.h"
+#include "CPublishingLink.h"
 #include "CReceivePipeline.h"
 #include "CTextAppender.h"
 #include "CTextSink.h"
 #include "CTransferStatusBar.h"
+#include "CV24Printer.h"
 
 #include <memory>
 
 class CExcelOutput;
-class CMainFrame;
+class CFrameServices;
+class QLabel;
 
 // The view of an instrument window. On creation it reads the driver named
 // by the application's last used driver, opens the line and shows the
@@ -22,7 +25,8 @@ class CMainFrame;
 // toggles the line: connected, the text only shows what comes in;
 // disconnected, it is an ordinary text editor. Options edits the driver's
 // five records with the line closed. On close the driver is written back to
-// the file it was read from.
+// the file it was read from; a failed write offers Save As, and a file that
+// was not read completely is only written when the user confirms.
 //
 // The window keeps for itself what it was opened with: whether Connect
 // Instrument opened it (its Connect and Send File commands and its menu
@@ -33,7 +37,9 @@ class COrvalisView : public CCommView, public CTextSink
     Q_OBJECT
 
 public:
-    explicit COrvalisView(QWidget* parent = nullptr);
+    // services: the main window's function-key bar, status bar and menus
+    // (nullptr: none).
+    explicit COrvalisView(CFrameServices* services, QWidget* parent = nullptr);
     ~COrvalisView() override;
 
     bool OnCommand(int nID) override;
@@ -45,6 +51,8 @@ public:
     void OnOptions();
     void OnSendFile();
     void OnStopTransmission();
+    void OnV24Printer() { m_v24Printer.Toggle(); }
+    void OnV24PrinterSettings() { m_v24Printer.EditSettings(); }
     // k = 0..7 for F1..F8.
     void OnFunctionKey(int k);
     void OnFileSave();
@@ -62,6 +70,12 @@ public:
     // Why the line is not open (it could not be opened, or it was lost);
     // empty while it is open.
     QString LineProblem() const { return m_strLineProblem; }
+    // Why the driver was not read completely (missing, unreadable, damaged);
+    // such a file is not written back unless the user changed the settings
+    // and confirms.
+    QString DriverProblem() const { return m_strDriverProblem; }
+    CV24Printer& V24Printer() { return m_v24Printer; }
+    CPublishingLink& Publishing() { return m_publishing; }
 
     int m_bSending = 0;
     // Cells into LibreOffice Calc and the journal, while the driver's
@@ -74,6 +88,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void OnComMessage(const CCommEvent& event) override;
     void OnSendProgressMessage(qint64 sent, qint64 total) override;
     void OnTransmissionEnded() override;
@@ -90,21 +105,34 @@ private:
     void ShowFunctionKeys();
     void ConvertShownText(bool bShowControlChars);
     void ReportLineProblem(const QString& text);
+    void ClearLineProblem();
+    // The line below the text that tells why the line is not open; hidden
+    // for an empty text.
+    void ShowMessageLine(const QString& text);
+    void LayOutMessageLine();
     void LoadDocument(const QString& path);
     bool SaveModified();
     bool SaveTo(const QString& path);
+    void ReportDriverProblem(bool bDriverOpened);
     void WriteDriverBack();
     void NoteTransferStart();
-    static CMainFrame* Frame();
+    CFrameServices* Frame() const { return m_pServices; }
 
+    CFrameServices* m_pServices;
     CCommByteSource m_source;
     CReceivePipeline m_pipeline;
     CTextAppender m_appender;
     COrvalisDoc m_document;
     CTransferStatusBar m_transferStatus;
     std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
+    QLabel* m_pMessageLine;
+    CV24Printer m_v24Printer{this, m_pServices};
+    // Every line shown also goes to the driver's broker, if it has one.
+    CPublishingLink m_publishing{this};
     QString m_strDriverPath;
     QString m_strLineProblem;
+    QString m_strDriverProblem;
+    bool m_bDriverEdited = false; // Options ended with OK
     bool m_bOpenedByConnect = false;
     bool m_bDestroyed = false;
     int m_nPassDepth = 0;

@@ -115,6 +115,9 @@ CSpreadsheetLink::Result CExcel::Failed(Result result, const QString& error)
 
 bool CExcel::Connect()
 {
+    // Without the office the UNO runtime has no types to start with.
+    if (!QFileInfo::exists(ProgramFolder() + QStringLiteral("/fundamentalrc")))
+        return Fail(QStringLiteral("LibreOffice Calc is not installed"));
     QString error;
     const Reference<uno::XComponentContext> local = CUnoRuntime::LocalContext(error);
     if (!local.is())

@@ -1,33 +1,12 @@
+#include "CliRun.h"
+#include "Version.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
 namespace {
-
-struct CliRun
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-CliRun RunCli(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(ORVALIS_CLI), arguments);
-    CliRun run;
-    if (!process.waitForFinished(10000)) {
-        process.kill();
-        process.waitForFinished();
-        run.err = QStringLiteral("orvalis-cli did not finish");
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
 
 QString Example(const QString& name)
 {
@@ -57,6 +36,10 @@ private Q_SLOTS:
     void setConnectorChangesOnlyTheConnector();
     void setConnectorErrors_data();
     void setConnectorErrors();
+    void terminalDriverIsNoInstrumentDriver_data();
+    void terminalDriverIsNoInstrumentDriver();
+    void setNameRenamesDriverAndFileName();
+    void programAnswersWithoutADisplay();
 };
 
 void tst_cli::showPrintsEveryRecord_data()
@@ -150,6 +133,7 @@ void tst_cli::usageErrors_data()
     QTest::newRow("show without a file") << QStringList{"show"} << 2 << "usage: orvalis-cli show FILE";
     QTest::newRow("help lists show") << QStringList{"help"} << 0 << "  show FILE";
     QTest::newRow("help lists set-connector") << QStringList{"help"} << 0 << "  set-connector DRIVER CONNECTOR";
+    QTest::newRow("--version prints the version") << QStringList{"--version"} << 0 << "orvalis-cli " ORVALIS_VERSION "\n";
 }
 
 void tst_cli::usageErrors()
@@ -226,6 +210,73 @@ void tst_cli::setConnectorErrors()
     QVERIFY2(run.err.contains(expected), qPrintable(run.err));
     // A refused change leaves the driver as it was.
     QCOMPARE(FileBytes(driver), FileBytes(Example(QStringLiteral("Balance.tbb"))));
+}
+
+void tst_cli::terminalDriverIsNoInstrumentDriver_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("set-connector") << QStringList{"set-connector", "DRIVER", "COM1"};
+    QTest::newRow("set-name") << QStringList{"set-name", "DRIVER", "Lab"};
+    QTest::newRow("replay") << QStringList{"replay", "DRIVER", "DRIVER"};
+    QTest::newRow("send") << QStringList{"send", "DRIVER", "--port", "None", "--text", "x"};
+}
+
+void tst_cli::terminalDriverIsNoInstrumentDriver()
+{
+    QFETCH(QStringList, arguments);
+    QTemporaryDir dir;
+    const QString driver = dir.filePath(QStringLiteral("x.drv"));
+    QVERIFY(QFile::copy(QStringLiteral(ORVALIS_SOURCE_DIR "/tests/data/VT100.drv"), driver));
+    QFile::setPermissions(driver, QFile::ReadOwner | QFile::WriteOwner);
+    const QByteArray before = FileBytes(driver);
+    arguments.replaceInStrings(QStringLiteral("DRIVER"), driver);
+    const CliRun run = RunCli(arguments);
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(driver + QStringLiteral(" is a terminal driver, not an instrument driver")),
+             qPrintable(run.err));
+    QVERIFY(!run.err.contains(QStringLiteral("damaged")));
+    QCOMPARE(FileBytes(driver), before);
+}
+
+void tst_cli::setNameRenamesDriverAndFileName()
+{
+    // The demo's copy of the example carries its own name, so Modify
+    // Instrument saves it under that name.
+    QTemporaryDir dir;
+    const QString driver = dir.filePath(QStringLiteral("Balance-sim.tbb"));
+    QVERIFY(QFile::copy(Example(QStringLiteral("Balance.tbb")), driver));
+    QFile::setPermissions(driver, QFile::ReadOwner | QFile::WriteOwner);
+    const CliRun run = RunCli({"set-name", driver, "Balance-sim"});
+    QCOMPARE(run.exitCode, 0);
+    const QString shown = RunCli({"show", driver}).out;
+    QVERIFY2(shown.contains(QStringLiteral("\"Balance-sim\"")), qPrintable(shown));
+    QVERIFY2(shown.contains(QStringLiteral("\"Balance-sim.tbb\"")), qPrintable(shown));
+    QCOMPARE(RunCli({"set-name", driver, ""}).exitCode, 2);
+}
+
+void tst_cli::programAnswersWithoutADisplay()
+{
+#ifndef ORVALIS_PROGRAM
+    QSKIP("the desktop program is not built");
+#else
+    // No display at all: the answers come before the window system is asked.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        environment.remove(QString::fromLatin1(name));
+    QProcess program;
+    program.setProcessEnvironment(environment);
+    program.start(QStringLiteral(ORVALIS_PROGRAM), {QStringLiteral("--version")});
+    QVERIFY(program.waitForFinished(10000));
+    QCOMPARE(program.exitCode(), 0);
+    QCOMPARE(program.readAllStandardOutput(), QByteArray("orvalis " ORVALIS_VERSION "\n"));
+
+    program.start(QStringLiteral(ORVALIS_PROGRAM), {QStringLiteral("--help")});
+    QVERIFY(program.waitForFinished(10000));
+    QCOMPARE(program.exitCode(), 0);
+    const QByteArray help = program.readAllStandardOutput();
+    QVERIFY2(help.startsWith("usage: orvalis ") && help.contains("/D<driver>") && help.contains("--version"),
+             help.constData());
+#endif
 }
 
 QTEST_GUILESS_MAIN(tst_cli)

@@ -436,9 +436,14 @@ void tst_UsbConverter::listsRealSerialDevices()
         QFile file(dev.filePath(QLatin1String(node)));
         QVERIFY(file.open(QIODevice::WriteOnly));
     }
+    // The stable names of the converters come after the device nodes.
+    QVERIFY(QDir(dev.path()).mkpath(QStringLiteral("serial/by-id")));
+    QVERIFY(QFile::link(dev.filePath(QStringLiteral("ttyUSB0")),
+                        dev.filePath(QStringLiteral("serial/by-id/usb-FTDI_FT232R_FT1A2B3C-if00-port0"))));
     const QByteArray d = dev.path().toLocal8Bit() + '/';
     QCOMPARE(CConnectorList::SerialDevices(sysfs.Root(), dev.path()),
-             (QByteArrayList{d + "ttyACM0", d + "ttyS0", d + "ttyUSB0", d + "ttyUSB10"}));
+             (QByteArrayList{d + "ttyACM0", d + "ttyS0", d + "ttyUSB0", d + "ttyUSB10",
+                             d + "serial/by-id/usb-FTDI_FT232R_FT1A2B3C-if00-port0"}));
 }
 
 QTEST_GUILESS_MAIN(tst_UsbConverter)

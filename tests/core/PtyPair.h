@@ -57,13 +57,13 @@ public:
         m_nSlave = -1;
     }
 
-    // The instrument sends.
-    bool WriteMaster(const QByteArray& bytes)
+    // The instrument sends (within timeoutMs).
+    bool WriteMaster(const QByteArray& bytes, int timeoutMs = 5000)
     {
         qsizetype done = 0;
         QElapsedTimer timer;
         timer.start();
-        while (done < bytes.size() && timer.elapsed() < 5000) {
+        while (done < bytes.size() && timer.elapsed() < timeoutMs) {
             const ssize_t n = ::write(m_nMaster, bytes.constData() + done, size_t(bytes.size() - done));
             if (n > 0)
                 done += n;

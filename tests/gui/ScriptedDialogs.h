@@ -11,25 +11,29 @@
 // Answers the shell's modal questions in tests: file dialogs from queued
 // paths (an empty or missing answer is Cancel), dialogs through a callback
 // (default: Cancel), messages collected, changed texts discarded
-// unless a save answer is queued. Installed for its lifetime.
+// unless a save answer is queued, failed writes not saved elsewhere and
+// incompletely read files not overwritten unless an answer is queued.
+// Installed for its lifetime.
 class CScriptedDialogs : public CUserDialogs
 {
 public:
     CScriptedDialogs() { CUserDialogs::SetCurrent(this); }
     ~CScriptedDialogs() override { CUserDialogs::SetCurrent(nullptr); }
 
-    QString GetOpenFileName(QWidget*, const QString& folder, const CFileFilter& filter) override
+    QString GetOpenFileName(QWidget*, const QString& folder, const CFileFilter& filter, const QString& title) override
     {
         ++m_nOpenCalls;
         m_strLastFolder = folder;
         m_lastFilter = filter;
+        m_strLastTitle = title;
         return m_openAnswers.isEmpty() ? QString() : m_openAnswers.takeFirst();
     }
-    QString GetSaveFileName(QWidget*, const QString& folder, const CFileFilter& filter) override
+    QString GetSaveFileName(QWidget*, const QString& folder, const CFileFilter& filter, const QString& title) override
     {
         ++m_nSaveCalls;
         m_strLastFolder = folder;
         m_lastFilter = filter;
+        m_strLastTitle = title;
         return m_saveAnswers.isEmpty() ? QString() : m_saveAnswers.takeFirst();
     }
     int Exec(QDialog& dialog) override
@@ -46,6 +50,17 @@ public:
         m_saveQuestions.append(documentName);
         return m_saveChangesAnswers.isEmpty() ? DiscardChanges : m_saveChangesAnswers.takeFirst();
     }
+    // Queued answers; without one nothing is saved elsewhere.
+    bool AskSaveElsewhere(QWidget*, const QString& message) override
+    {
+        m_writeFailures.append(message);
+        return !m_saveElsewhereAnswers.isEmpty() && m_saveElsewhereAnswers.takeFirst();
+    }
+    OverwriteAnswer AskOverwrite(QWidget*, const QString& question) override
+    {
+        m_overwriteQuestions.append(question);
+        return m_overwriteAnswers.isEmpty() ? DontSave : m_overwriteAnswers.takeFirst();
+    }
 
     QStringList m_openAnswers;
     QStringList m_saveAnswers;
@@ -53,6 +68,11 @@ public:
     QStringList m_messages;
     QList<SaveAnswer> m_saveChangesAnswers;
     QStringList m_saveQuestions;
+    QList<bool> m_saveElsewhereAnswers;
+    QStringList m_writeFailures;
+    QList<OverwriteAnswer> m_overwriteAnswers;
+    QStringList m_overwriteQuestions;
+    QString m_strLastTitle;
     QString m_strLastFolder;
     CFileFilter m_lastFilter;
     int m_nOpenCalls = 0;

@@ -36,9 +36,12 @@ private Q_SLOTS:
     void addInstrumentWritesProgramFolder();
     void addInstrumentCancelledWritesNothing();
     void addInstrumentWithoutFileNameWritesNothing();
+    void addInstrumentInUnwritableFolderOffersSaveAs();
     void modifyInstrumentUnderNewName();
     void modifyInstrumentFromAnotherFolder();
     void modifyInstrumentCancelled();
+    void modifyDamagedInstrumentAsksBeforeOverwriting_data();
+    void modifyDamagedInstrumentAsksBeforeOverwriting();
     void modifyInstrumentRemembersStartPage();
     void modifyInstrumentStoresPendingScriptCommand();
     void writingOverLongerFileKeepsTail();
@@ -128,7 +131,7 @@ void tst_DriverCommands::addInstrumentWritesProgramFolder()
 {
     m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
         QCOMPARE(sheet.GetActiveIndex(), 0);
-        QCOMPARE(sheet.GetPageCount(), 5);
+        QCOMPARE(sheet.GetPageCount(), 6);
         QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("Balance"));
         sheet.m_pFunctionKeysPage->m_names.at(0)->setText(QStringLiteral("Print"));
         sheet.m_pFunctionKeysPage->m_commands.at(0)->setText(QStringLiteral("P<CR><LF>"));
@@ -152,19 +155,52 @@ void tst_DriverCommands::addInstrumentWritesProgramFolder()
 
 void tst_DriverCommands::addInstrumentCancelledWritesNothing()
 {
+    const QStringList before = QDir(m_home->path()).entryList(QDir::Files);
     m_app->MainFrame()->OnAddInstrument();
     QCOMPARE(m_dialogs->m_nExecCalls, 1);
-    QCOMPARE(QDir(m_home->path()).entryList({QStringLiteral("*.tbb")}), QStringList());
+    QCOMPARE(QDir(m_home->path()).entryList(QDir::Files), before);
 }
 
 void tst_DriverCommands::addInstrumentWithoutFileNameWritesNothing()
 {
     // An empty file name makes the target the program folder itself.
     m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet&) {});
+    const QStringList before = QDir(m_home->path()).entryList(QDir::Files);
     m_app->MainFrame()->OnAddInstrument();
-    QCOMPARE(QDir(m_home->path()).entryList(QDir::Files), QStringList());
-    QVERIFY(!m_app->MainFrame()->GetPaneText(CMainFrame::PaneMessage).isEmpty());
-    QCOMPARE(m_dialogs->m_messages, QStringList());
+    QCOMPARE(QDir(m_home->path()).entryList(QDir::Files), before);
+    // Said in a message that offers Save As (declined here).
+    QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
+    QVERIFY(m_dialogs->m_writeFailures.first().contains(QStringLiteral("no file name")));
+}
+
+void tst_DriverCommands::addInstrumentInUnwritableFolderOffersSaveAs()
+{
+    // A program folder nobody can write to, whoever runs the test: a plain
+    // file stands where the folder should be.
+    QFile plain(InFolder(QStringLiteral("installed")));
+    QVERIFY(plain.open(QIODevice::WriteOnly));
+    plain.close();
+    m_app.reset();
+    qputenv("ORVALIS_HOME", QFile::encodeName(InFolder(QStringLiteral("installed/orvalis"))));
+    m_app = std::make_unique<COrvalisApp>(InFolder(QStringLiteral("Orvalis.ini")));
+    QVERIFY(m_app->InitInstance({}));
+    const QString target = InFolder(QStringLiteral("installed/orvalis/RO test.tbb"));
+    const QString elsewhere = InFolder(QStringLiteral("mine.tbb"));
+    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+        QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("RO test"));
+    });
+    m_dialogs->m_saveElsewhereAnswers = {true};
+    m_dialogs->m_saveAnswers = {elsewhere};
+    m_app->MainFrame()->OnAddInstrument();
+    // The whole message names the file and the reason.
+    QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
+    const QString message = m_dialogs->m_writeFailures.first();
+    QVERIFY2(message.contains(target + QStringLiteral(": ")) && message.contains(QStringLiteral("directory")),
+             qPrintable(message));
+    CDriverFile saved;
+    QVERIFY(saved.Load(elsewhere).IsOk());
+    QCOMPARE(saved.m_Driver.m_strName, QByteArray("RO test"));
+    QCOMPARE(saved.m_Driver.m_strFileName, QByteArray("mine.tbb"));
 }
 
 void tst_DriverCommands::modifyInstrumentUnderNewName()
@@ -186,6 +222,11 @@ void tst_DriverCommands::modifyInstrumentUnderNewName()
     QCOMPARE(m_dialogs->m_strLastFolder, m_app->ProgramFolder());
 
     QCOMPARE(Read(lab), before);
+    // Where the changes went is said.
+    QCOMPARE(m_dialogs->m_messages.size(), 1);
+    QVERIFY2(m_dialogs->m_messages.first().contains(QStringLiteral("saved as ") + InFolder(QStringLiteral("lab2.tbb"))),
+             qPrintable(m_dialogs->m_messages.first()));
+    QVERIFY(m_dialogs->m_messages.first().contains(lab + QStringLiteral(" is unchanged")));
     CDriverFile modified;
     QVERIFY(modified.Load(InFolder(QStringLiteral("lab2.tbb"))).IsOk());
     QCOMPARE(modified.m_Driver.m_strFileName, QByteArray("lab2.tbb"));
@@ -208,6 +249,8 @@ void tst_DriverCommands::modifyInstrumentFromAnotherFolder()
     });
     m_app->MainFrame()->OnModifyInstrument();
     QCOMPARE(Read(original), before);
+    QCOMPARE(m_dialogs->m_messages.size(), 1);
+    QVERIFY(m_dialogs->m_messages.first().contains(original + QStringLiteral(" is unchanged")));
     CDriverFile copy;
     QVERIFY(copy.Load(InFolder(QStringLiteral("scale.tbb"))).IsOk());
     QCOMPARE(copy.m_Comm.m_nBaudRate, 19200);
@@ -233,6 +276,36 @@ void tst_DriverCommands::modifyInstrumentCancelled()
     });
     m_app->MainFrame()->OnModifyInstrument();
     QVERIFY(QFile::exists(InFolder(QStringLiteral("New.tbb"))));
+}
+
+void tst_DriverCommands::modifyDamagedInstrumentAsksBeforeOverwriting_data()
+{
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<bool>("rewritten");
+    QTest::newRow("Don't Save leaves it") << int(CUserDialogs::DontSave) << false;
+    QTest::newRow("Write Anyway writes it") << int(CUserDialogs::Overwrite) << true;
+}
+
+void tst_DriverCommands::modifyDamagedInstrumentAsksBeforeOverwriting()
+{
+    QFETCH(int, answer);
+    QFETCH(bool, rewritten);
+    const QString lab = InFolder(QStringLiteral("lab.tbb"));
+    WriteInstrument(lab, "Lab", "lab.tbb");
+    const QByteArray cut = Read(lab).chopped(3);
+    QFile file(lab);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(cut) == cut.size());
+    file.close();
+    m_dialogs->m_openAnswers = {lab};
+    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet&) {});
+    m_dialogs->m_overwriteAnswers = {CUserDialogs::OverwriteAnswer(answer)};
+    m_app->MainFrame()->OnModifyInstrument();
+    // Told when it was read, asked before it is written.
+    QCOMPARE(m_dialogs->m_messages.size(), 1);
+    QVERIFY2(m_dialogs->m_messages.first().startsWith(lab + QStringLiteral(": damaged at byte")),
+             qPrintable(m_dialogs->m_messages.first()));
+    QCOMPARE(m_dialogs->m_overwriteQuestions.size(), 1);
+    QCOMPARE(Read(lab) != cut, rewritten);
 }
 
 void tst_DriverCommands::modifyInstrumentRemembersStartPage()

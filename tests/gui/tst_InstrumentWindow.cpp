@@ -23,6 +23,8 @@
 
 #include <QAction>
 #include <QCheckBox>
+#include <QComboBox>
+#include <QAbstractItemView>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
@@ -111,8 +113,13 @@ private Q_SLOTS:
     void playbackFileAnswersLineFeeds();
     void optionsCancelReopensUnchanged();
     void optionsOkWritesPagesBackAndReopens();
+    void optionsKeepConnectorTheListDoesNotOffer();
     void showControlCharactersConvertsText();
     void driverWrittenBackOnClose();
+    void damagedDriverNamedAndNotOverwritten_data();
+    void damagedDriverNamedAndNotOverwritten();
+    void missingDriverNamedAndNotCreated();
+    void failedDriverWriteOffersSaveAs();
     void functionKeyBarFollowsActiveWindow();
     void totalBytesMessage_data();
     void totalBytesMessage();
@@ -120,7 +127,9 @@ private Q_SLOTS:
     void lineCannotBeOpened_data();
     void lineCannotBeOpened();
     void vanishedDeviceKeepsText();
+    void reconnectClearsLineProblem();
     void closingAsksToSaveReceivedText();
+    void failedTextSaveOffersSaveAs();
     void savedTextOpensDisconnected();
     void printsWithHalfInchMargins();
     void printPreviewShowsText();
@@ -128,6 +137,10 @@ private Q_SLOTS:
 private:
     static CDriverFile Driver(const QString& connector);
     COrvalisView* Start(const CDriverFile& records, const QByteArray& profile = {});
+    // Started with /D on a driver file already in the program folder.
+    COrvalisView* StartOn(const QString& fileName);
+    // A path nobody can write to, whoever runs the test: below a plain file.
+    QString Unwritable(const QString& name) const;
     CMainFrame* Frame() const { return m_app->MainFrame(); }
     QString Home(const QString& name) const { return QDir(m_home->path()).filePath(name); }
     void Send(const QByteArray& bytes) { QVERIFY(m_pty->WriteMaster(bytes)); }
@@ -201,6 +214,22 @@ COrvalisView* tst_InstrumentWindow::Start(const CDriverFile& records, const QByt
     if (!m_app->InitInstance({QStringLiteral("/Dlab.tbb")}))
         return nullptr;
     return qobject_cast<COrvalisView*>(Frame()->ActiveView());
+}
+
+COrvalisView* tst_InstrumentWindow::StartOn(const QString& fileName)
+{
+    m_app = std::make_unique<COrvalisApp>(Home(QStringLiteral("Orvalis.ini")));
+    if (!m_app->InitInstance({QStringLiteral("/D") + fileName}))
+        return nullptr;
+    return qobject_cast<COrvalisView*>(Frame()->ActiveView());
+}
+
+QString tst_InstrumentWindow::Unwritable(const QString& name) const
+{
+    QFile plain(Home(QStringLiteral("plain-file")));
+    if (!plain.exists() && plain.open(QIODevice::WriteOnly))
+        plain.close();
+    return Home(QStringLiteral("plain-file/") + name);
 }
 
 QByteArray tst_InstrumentWindow::Receive(qsizetype count, int timeoutMs)
@@ -438,7 +467,7 @@ void tst_InstrumentWindow::optionsCancelReopensUnchanged()
     };
     QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
     QVERIFY(!portOpenDuringSheet);
-    QCOMPARE(pages, 5);
+    QCOMPARE(pages, 6);
     QVERIFY(view->m_comm.IsPortOpen());
     QCOMPARE(view->m_commParam.m_strConnector, m_pty->SlaveName().toLocal8Bit());
     QCOMPARE(view->m_terminalParam.m_bShowControlChars, 0);
@@ -478,6 +507,41 @@ void tst_InstrumentWindow::optionsOkWritesPagesBackAndReopens()
     QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1 + 2)->text(), QStringLiteral("Zero"));
     QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 2));
     QCOMPARE(m_pty->ReadMaster(2), QByteArray("Z\r"));
+}
+
+void tst_InstrumentWindow::optionsKeepConnectorTheListDoesNotOffer()
+{
+    // As in the demo: the driver names a link to the line, which the
+    // connector list does not offer. The list is opened and closed with Esc,
+    // another page is shown, OK.
+    const QString link = Home(QStringLiteral("instrument-tty"));
+    QVERIFY(QFile::link(m_pty->SlaveName(), link));
+    COrvalisView* view = Start(Driver(link));
+    QVERIFY(view && view->m_comm.IsPortOpen());
+    QString shown;
+    m_dialogs->m_onExec = [&shown](QDialog& dialog) {
+        auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
+        sheet->show();
+        sheet->SetActivePage(1);
+        QComboBox* list = sheet->m_pCommPage->m_pConnector;
+        shown = list->currentText();
+        list->setFocus(Qt::MouseFocusReason);
+        list->showPopup();
+        QTest::keyClick(list->view(), Qt::Key_Escape);
+        sheet->SetActivePage(2);
+        sheet->accept();
+        return sheet->result();
+    };
+    QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
+    QCOMPARE(shown, link);
+    QCOMPARE(view->m_commParam.m_strConnector, link.toLocal8Bit());
+    QVERIFY(view->m_comm.IsPortOpen());
+    Send("still reading\r\n");
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("still reading\n"));
+    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+    CDriverFile written;
+    QVERIFY(written.Load(Home(QStringLiteral("lab.tbb"))).IsOk());
+    QCOMPARE(written.m_Comm.m_strConnector, link.toLocal8Bit());
 }
 
 void tst_InstrumentWindow::showControlCharactersConvertsText()
@@ -530,6 +594,95 @@ void tst_InstrumentWindow::driverWrittenBackOnClose()
     QCOMPARE(untouched.m_FunctionKeys.m_Names.size(), 8);
     // The window that closed was the polled one; none is polled now.
     QVERIFY(!m_app->m_pCommView);
+}
+
+void tst_InstrumentWindow::damagedDriverNamedAndNotOverwritten_data()
+{
+    QTest::addColumn<bool>("edited");
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<bool>("rewritten");
+    QTest::newRow("unchanged settings: left as it is") << false << int(CUserDialogs::Overwrite) << false;
+    QTest::newRow("changed, Don't Save: left as it is") << true << int(CUserDialogs::DontSave) << false;
+    QTest::newRow("changed, Write Anyway: written") << true << int(CUserDialogs::Overwrite) << true;
+}
+
+void tst_InstrumentWindow::damagedDriverNamedAndNotOverwritten()
+{
+    QFETCH(bool, edited);
+    QFETCH(int, answer);
+    QFETCH(bool, rewritten);
+    CDriverFile records = Driver(m_pty->SlaveName());
+    records.m_Script.m_InputStrings = {"~"};
+    records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"TrimLeft()"})};
+    const QString whole = Home(QStringLiteral("whole.tbb"));
+    QVERIFY(records.Store(whole).IsOk());
+    QFile source(whole);
+    QVERIFY(source.open(QIODevice::ReadOnly));
+    const QByteArray cut = source.readAll().chopped(9);
+    const QString damaged = Home(QStringLiteral("Damaged.tbb"));
+    QFile target(damaged);
+    QVERIFY(target.open(QIODevice::WriteOnly) && target.write(cut) == cut.size());
+    target.close();
+
+    COrvalisView* view = StartOn(QStringLiteral("Damaged.tbb"));
+    QVERIFY(view);
+    // Said in the window: which file, where.
+    QTRY_COMPARE(m_dialogs->m_messages.size(), 1);
+    const QString message = m_dialogs->m_messages.first();
+    QVERIFY2(message.contains(damaged + QStringLiteral(": damaged at byte")), qPrintable(message));
+    QCOMPARE(view->DriverProblem(), message.section(QLatin1Char('\n'), 0, 0));
+    // The line settings were read before the damage: it connects.
+    QVERIFY(view->m_comm.IsPortOpen());
+    if (edited) {
+        m_dialogs->m_onExec = [](QDialog&) { return int(QDialog::Accepted); };
+        QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
+    }
+    m_dialogs->m_overwriteAnswers = {CUserDialogs::OverwriteAnswer(answer)};
+    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+    QCOMPARE(m_dialogs->m_overwriteQuestions.size(), edited ? 1 : 0);
+    if (edited)
+        QVERIFY(m_dialogs->m_overwriteQuestions.first().contains(damaged));
+    QVERIFY(target.open(QIODevice::ReadOnly));
+    const QByteArray after = target.readAll();
+    QCOMPARE(after != cut, rewritten);
+    CDriverFile reread;
+    QCOMPARE(reread.Load(damaged).IsOk(), rewritten);
+}
+
+void tst_InstrumentWindow::missingDriverNamedAndNotCreated()
+{
+    COrvalisView* view = StartOn(QStringLiteral("nosuch.tbb"));
+    QVERIFY(view);
+    const QString problem = Home(QStringLiteral("nosuch.tbb: no such file"));
+    QTRY_COMPARE(m_dialogs->m_messages.size(), 1);
+    QVERIFY2(m_dialogs->m_messages.first().startsWith(problem), qPrintable(m_dialogs->m_messages.first()));
+    QCOMPARE(StatusText(), problem);
+    QVERIFY(view->placeholderText().contains(problem));
+    QVERIFY(!view->m_comm.IsPortOpen());
+    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+    QVERIFY(!QFile::exists(Home(QStringLiteral("nosuch.tbb"))));
+    QCOMPARE(m_dialogs->m_overwriteQuestions, QStringList());
+}
+
+void tst_InstrumentWindow::failedDriverWriteOffersSaveAs()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    // The driver's file went away with its folder's permissions: here it
+    // cannot be written because a plain file stands where the folder was.
+    const QString driver = Home(QStringLiteral("lab.tbb"));
+    QVERIFY(QFile::remove(driver));
+    QVERIFY(QDir(m_home->path()).mkdir(QStringLiteral("lab.tbb")));
+    const QString elsewhere = Home(QStringLiteral("saved elsewhere.tbb"));
+    m_dialogs->m_saveElsewhereAnswers = {true};
+    m_dialogs->m_saveAnswers = {elsewhere};
+    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+    QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
+    QVERIFY2(m_dialogs->m_writeFailures.first().contains(driver), qPrintable(m_dialogs->m_writeFailures.first()));
+    CDriverFile saved;
+    QVERIFY(saved.Load(elsewhere).IsOk());
+    QCOMPARE(saved.m_Comm.m_strConnector, m_pty->SlaveName().toLocal8Bit());
+    QCOMPARE(saved.m_Driver.m_strFileName, QByteArray("saved elsewhere.tbb"));
 }
 
 void tst_InstrumentWindow::functionKeyBarFollowsActiveWindow()
@@ -647,6 +800,34 @@ void tst_InstrumentWindow::vanishedDeviceKeepsText()
     QVERIFY(view->IsWindowEnabled());
 }
 
+void tst_InstrumentWindow::reconnectClearsLineProblem()
+{
+    // The device is reached through a link that survives replugging, as
+    // /dev/serial/by-id names do.
+    const QString link = Home(QStringLiteral("instrument-tty"));
+    QVERIFY(QFile::link(m_pty->SlaveName(), link));
+    COrvalisView* view = Start(Driver(link));
+    QVERIFY(view && view->m_comm.IsPortOpen());
+    m_pty->CloseMaster();
+    QTRY_VERIFY(!view->m_comm.IsPortOpen());
+    QVERIFY2(StatusText().contains(link), qPrintable(StatusText()));
+    QVERIFY(!view->LineProblem().isEmpty());
+
+    // Plugged in again: Connect Instrument opens it, and the loss is no longer told.
+    CPtyPair again;
+    QVERIFY(again.IsOpen());
+    again.CloseSlave();
+    QVERIFY(QFile::remove(link));
+    QVERIFY(QFile::link(again.SlaveName(), link));
+    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+    QVERIFY(view->m_comm.IsPortOpen());
+    QCOMPARE(StatusText(), QStringLiteral("For Help, press F1"));
+    QCOMPARE(view->LineProblem(), QString());
+    QCOMPARE(view->placeholderText(), QString());
+    QVERIFY(again.WriteMaster("back\r\n"));
+    QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("back\n")));
+}
+
 void tst_InstrumentWindow::closingAsksToSaveReceivedText()
 {
     COrvalisView* view = Start(Driver(m_pty->SlaveName()));
@@ -668,6 +849,33 @@ void tst_InstrumentWindow::closingAsksToSaveReceivedText()
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), QByteArray("12.5\r\n13.0\r\n"));
     QCOMPARE(m_app->RecentFiles().value(0), saved);
+}
+
+void tst_InstrumentWindow::failedTextSaveOffersSaveAs()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    Send("12.5\r\n");
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("12.5\n"));
+    const QString unwritable = Unwritable(QStringLiteral("run.txt"));
+    const QString elsewhere = Home(QStringLiteral("run.txt"));
+    m_dialogs->m_saveAnswers = {unwritable, elsewhere};
+    m_dialogs->m_saveElsewhereAnswers = {true};
+    QVERIFY(Frame()->RouteCommand(ID_FILE_SAVE_AS));
+    QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
+    QVERIFY(m_dialogs->m_writeFailures.first().contains(unwritable));
+    QCOMPARE(view->GetDocument().GetPathName(), elsewhere);
+    QVERIFY(!view->GetDocument().IsModified());
+    QFile file(elsewhere);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray("12.5\r\n"));
+    // Given up: the text stays changed, the window open.
+    Send("13\r\n");
+    QTRY_VERIFY(view->GetDocument().IsModified());
+    m_dialogs->m_saveAnswers = {unwritable};
+    QVERIFY(Frame()->RouteCommand(ID_FILE_SAVE_AS));
+    QCOMPARE(m_dialogs->m_writeFailures.size(), 2);
+    QVERIFY(view->GetDocument().IsModified());
 }
 
 void tst_InstrumentWindow::savedTextOpensDisconnected()

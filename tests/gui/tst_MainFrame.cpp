@@ -13,7 +13,9 @@
 #include "ResourceIds.h"
 #include "ScriptedDialogs.h"
 
+#include <QFile>
 #include <QLabel>
+#include <QDir>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
@@ -34,10 +36,13 @@ private Q_SLOTS:
     void cleanup();
 
     void firstStartWithoutProfile();
+    void firstStartCopiesExamplesIntoEmptyFolder_data();
+    void firstStartCopiesExamplesIntoEmptyFolder();
     void remembersItsRectangle();
     void maximisedWindowKeepsRestoredRectangle();
     void commandLineDriverConnectsAfterShowing();
     void embeddedStartShowsNothing();
+    void driversOpenedFromTheDesktop();
     void functionKeyBarLayout_data();
     void functionKeyBarLayout();
     void functionKeyTexts_data();
@@ -98,6 +103,48 @@ void tst_MainFrame::firstStartWithoutProfile()
     QCOMPARE(dialogs.m_nOpenCalls, 0);
     QCOMPARE(frame->CurrentMenuId(), IDR_MAINFRAME);
     QVERIFY(!frame->IsFunctionKeyBarVisible());
+}
+
+void tst_MainFrame::firstStartCopiesExamplesIntoEmptyFolder_data()
+{
+    QTest::addColumn<QByteArray>("profile");
+    QTest::addColumn<QString>("ownDriver");
+    QTest::addColumn<QStringList>("expected");
+    const QStringList examples{"Balance.tbb", "Meter.tbb"};
+    QTest::newRow("first start, empty folder: the examples") << QByteArray() << QString() << examples;
+    QTest::newRow("first start, the user's own driver: nothing added")
+        << QByteArray() << QStringLiteral("lab.tbb") << QStringList{"lab.tbb"};
+    QTest::newRow("a terminal driver counts too") << QByteArray() << QStringLiteral("vt.drv") << QStringList{};
+    QTest::newRow("a later start: examples the user deleted stay deleted")
+        << QByteArray("[Settings]\nWindow=10 20 810 620\n") << QString() << QStringList{};
+}
+
+void tst_MainFrame::firstStartCopiesExamplesIntoEmptyFolder()
+{
+    QFETCH(QByteArray, profile);
+    QFETCH(QString, ownDriver);
+    QFETCH(QStringList, expected);
+    const QDir folder(m_home->path());
+    if (!ownDriver.isEmpty()) {
+        QFile own(folder.filePath(ownDriver));
+        QVERIFY(own.open(QIODevice::WriteOnly));
+    }
+    CScriptedDialogs dialogs;
+    StartApp({}, profile);
+    QCOMPARE(folder.entryList({QStringLiteral("*.tbb")}, QDir::Files, QDir::Name), expected);
+    if (!ownDriver.isEmpty() || !profile.isEmpty())
+        return;
+    // The Connect Instrument dialog opens where they are; they are the
+    // examples as shipped, and the user's to change.
+    m_app->MainFrame()->OnConnectInstrument();
+    QCOMPARE(dialogs.m_strLastFolder, QDir::cleanPath(folder.path()));
+    for (const QString& name : expected) {
+        QFile copy(folder.filePath(name));
+        QFile shipped(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/") + name);
+        QVERIFY(copy.permissions().testFlag(QFileDevice::WriteOwner));
+        QVERIFY(copy.open(QIODevice::ReadWrite) && shipped.open(QIODevice::ReadOnly));
+        QCOMPARE(copy.readAll(), shipped.readAll());
+    }
 }
 
 void tst_MainFrame::remembersItsRectangle()
@@ -167,6 +214,26 @@ void tst_MainFrame::embeddedStartShowsNothing()
     QVERIFY(!m_app->MainFrame()->isVisible());
     QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 0);
     QCOMPARE(m_app->m_bConnectRequested, 0);
+}
+
+void tst_MainFrame::driversOpenedFromTheDesktop()
+{
+    // A file manager passes full paths: an instrument driver connects, a
+    // terminal driver opens a terminal window, without asking for a file.
+    CScriptedDialogs dialogs;
+    const QString instrument = m_home->filePath(QStringLiteral("Lab Balance.tbb"));
+    const QString terminal = m_home->filePath(QStringLiteral("VT100.drv"));
+    QVERIFY(QFile::copy(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/Balance.tbb"), instrument));
+    QVERIFY(QFile::copy(QStringLiteral(ORVALIS_TEST_DATA "/VT100.drv"), terminal));
+    StartApp({instrument, terminal});
+    QCOMPARE(dialogs.m_nOpenCalls, 0);
+    QCOMPARE(m_app->m_strLastUsedDriver, instrument);
+    QCOMPARE(m_app->m_bDriverOnCommandLine, 1);
+    QCOMPARE(m_app->m_strLastTerminalDriver, terminal);
+    const QList<QMdiSubWindow*> windows = m_app->MainFrame()->MdiArea()->subWindowList();
+    QCOMPARE(windows.size(), 2);
+    QVERIFY(qobject_cast<CChildFrame*>(windows.at(0)));
+    QVERIFY(qobject_cast<CTerminalFrame*>(windows.at(1)));
 }
 
 void tst_MainFrame::functionKeyBarLayout_data()
@@ -244,7 +311,7 @@ void tst_MainFrame::countMessage()
     StartApp();
     CMainFrame* frame = m_app->MainFrame();
     QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString());
-    CMainFrame::PostCount(1234);
+    frame->PostShowCount(1234);
     QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString()); // shown when delivered
     QCoreApplication::sendPostedEvents(frame);
     QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("    1234"));
@@ -261,6 +328,7 @@ void tst_MainFrame::statusBarPanes()
     QCOMPARE(frame.PaneWidget(CMainFrame::PaneCount)->width(), 300);
     frame.SetPaneText(CMainFrame::PaneMessage, QStringLiteral("Sending file /tmp/a.txt"));
     QCOMPARE(frame.GetPaneText(CMainFrame::PaneMessage), QStringLiteral("Sending file /tmp/a.txt"));
+    QCOMPARE(frame.PaneWidget(CMainFrame::PaneMessage)->toolTip(), QStringLiteral("Sending file /tmp/a.txt"));
     // A transfer shows its elapsed time in pane 4.
     frame.SetPaneText(CMainFrame::PaneScrl, QStringLiteral("00:00:05"));
     QCOMPARE(frame.GetPaneText(CMainFrame::PaneScrl), QStringLiteral("00:00:05"));

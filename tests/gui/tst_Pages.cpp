@@ -43,6 +43,10 @@ private Q_SLOTS:
     void connectorEntries();
     void connectorNameTakenWhenPicked();
     void unpluggedConverterKeepsItsName();
+    void connectorKeptThroughOpenedList();
+    void connectorTyped_data();
+    void connectorTyped();
+    void connectorRefreshKeepsName();
 
     void settingsPageRoundTrip_data();
     void settingsPageRoundTrip();
@@ -189,10 +193,13 @@ void tst_Pages::connectorSelection_data()
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<QByteArray>("entry");
     QTest::newRow("COM1 selects COM1, not COM10") << QByteArray("COM1") << QByteArray("COM1");
-    QTest::newRow("a device name selects its path") << QByteArray("ttyUSB0") << QByteArray("/dev/ttyUSB0");
-    QTest::newRow("a converter serial number") << QByteArray("VD0042") << QByteArray("FTVD0042");
-    QTest::newRow("matching is case-sensitive") << QByteArray("com1") << QByteArray("None");
-    QTest::newRow("an unknown name selects the first entry") << QByteArray("XYZ") << QByteArray("None");
+    QTest::newRow("a device path selects itself") << QByteArray("/dev/ttyUSB0") << QByteArray("/dev/ttyUSB0");
+    QTest::newRow("a converter serial number") << QByteArray("FTVD0042") << QByteArray("FTVD0042");
+    QTest::newRow("an empty name is None") << QByteArray() << QByteArray("None");
+    // Names the list does not hold are shown as they are, never as another entry.
+    QTest::newRow("a bare device name is not its path") << QByteArray("ttyUSB0") << QByteArray();
+    QTest::newRow("part of a serial number is another converter") << QByteArray("VD0042") << QByteArray();
+    QTest::newRow("matching is case-sensitive") << QByteArray("com1") << QByteArray();
 }
 
 void tst_Pages::connectorSelection()
@@ -201,7 +208,8 @@ void tst_Pages::connectorSelection()
     QFETCH(QByteArray, entry);
     const QByteArrayList entries =
         CCommPage::ConnectorEntries(true, "None", {"FTVD0042", "FT123456"}, {"/dev/ttyS0", "/dev/ttyUSB0"});
-    QCOMPARE(entries.at(CCommPage::FindConnector(entries, name)), entry);
+    const int index = CCommPage::FindConnector(entries, name);
+    QCOMPARE(index >= 0 ? entries.at(index) : QByteArray(), entry);
 }
 
 void tst_Pages::connectorEntries()
@@ -238,10 +246,96 @@ void tst_Pages::unpluggedConverterKeepsItsName()
     record.m_strConnector = "FTVD9999";
     CCommPage page;
     page.SetParameters(record);
-    QCOMPARE(page.m_pConnector->currentIndex(), 0);
+    // Shown right after "None", and kept.
+    QCOMPARE(page.m_pConnector->currentIndex(), 1);
+    QCOMPARE(page.m_pConnector->currentText(), QStringLiteral("FTVD9999"));
+    QVERIFY(page.OnKillActive());
     CCommParameter stored;
     page.GetParameters(stored);
     QCOMPARE(stored.m_strConnector, QByteArray("FTVD9999"));
+}
+
+void tst_Pages::connectorKeptThroughOpenedList()
+{
+    // A line the list does not know (the simulator's link): the list is
+    // opened, closed with Esc, the focus leaves, the page is left.
+    CCommParameter record;
+    record.m_nConnector = -1;
+    record.m_strConnector = "/tmp/demo/balance-sim-tty";
+    CCommPage page;
+    page.SetParameters(record);
+    QLineEdit focusElsewhere(&page);
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    page.m_pConnector->setFocus(Qt::MouseFocusReason);
+    page.m_pConnector->showPopup();
+    QTest::keyClick(page.m_pConnector->view(), Qt::Key_Escape);
+    QTRY_VERIFY(!page.m_pConnector->view()->isVisible());
+    focusElsewhere.setFocus(Qt::TabFocusReason);
+    QVERIFY(page.OnKillActive());
+    CCommParameter stored;
+    page.GetParameters(stored);
+    QCOMPARE(stored.m_strConnector, record.m_strConnector);
+    // The empty name of a new driver stays empty too.
+    page.SetParameters(CCommParameter());
+    page.m_pConnector->setFocus(Qt::MouseFocusReason);
+    focusElsewhere.setFocus(Qt::TabFocusReason);
+    QVERIFY(page.OnKillActive());
+    page.GetParameters(stored);
+    QCOMPARE(stored.m_strConnector, QByteArray());
+}
+
+void tst_Pages::connectorTyped_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QByteArray>("stored");
+    QTest::addColumn<bool>("accepted");
+    QTest::newRow("a device path") << QStringLiteral("/dev/serial/by-id/usb-FTDI-if00") << QByteArray("/dev/serial/by-id/usb-FTDI-if00") << true;
+    QTest::newRow("a tty name") << QStringLiteral(" ttyACM3 ") << QByteArray("ttyACM3") << true;
+    QTest::newRow("a serial number") << QStringLiteral("FTVD1234") << QByteArray("FTVD1234") << true;
+    QTest::newRow("a COM port beyond 255 is refused") << QStringLiteral("COM256") << QByteArray() << false;
+    QTest::newRow("a relative path is refused") << QStringLiteral("dev/ttyS0") << QByteArray() << false;
+}
+
+void tst_Pages::connectorTyped()
+{
+    QFETCH(QString, typed);
+    QFETCH(QByteArray, stored);
+    QFETCH(bool, accepted);
+    CScriptedDialogs dialogs;
+    CCommParameter record;
+    record.m_nConnector = -1;
+    record.m_strConnector = "COM2";
+    CCommPage page;
+    page.SetParameters(record);
+    page.m_pConnector->lineEdit()->selectAll();
+    QTest::keyClicks(page.m_pConnector->lineEdit(), typed);
+    QCOMPARE(page.OnKillActive(), accepted);
+    QCOMPARE(dialogs.m_messages.size(), accepted ? 0 : 1);
+    if (!accepted) {
+        QVERIFY2(dialogs.m_messages.value(0).contains(typed), qPrintable(dialogs.m_messages.value(0)));
+        return;
+    }
+    CCommParameter result;
+    page.GetParameters(result);
+    QCOMPARE(result.m_strConnector, stored);
+}
+
+void tst_Pages::connectorRefreshKeepsName()
+{
+    CCommParameter record;
+    record.m_nConnector = -1;
+    record.m_strConnector = "/dev/orvalis-gone";
+    CCommPage page;
+    page.SetParameters(record);
+    const int entries = page.m_pConnector->count();
+    QTest::mouseClick(page.m_pRefresh, Qt::LeftButton);
+    QCOMPARE(page.m_pConnector->count(), entries);
+    QCOMPARE(page.m_pConnector->currentText(), QStringLiteral("/dev/orvalis-gone"));
+    QVERIFY(page.OnKillActive());
+    CCommParameter stored;
+    page.GetParameters(stored);
+    QCOMPARE(stored.m_strConnector, record.m_strConnector);
 }
 
 // ---------------------------------------------------------------------------

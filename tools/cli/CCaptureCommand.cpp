@@ -1,12 +1,14 @@
 #include "CCaptureCommand.h"
 
 #include "CCaptureWriter.h"
+#include "CCodePage.h"
 #include "CComm.h"
 #include "CCommByteSource.h"
 #include "CCommEvent.h"
 #include "CConsoleSerialPrompt.h"
 #include "CInstrumentSession.h"
 #include "CLineOptions.h"
+#include "CMqttOptions.h"
 #include "CPlaybackFile.h"
 #include "CRecordingSource.h"
 #include "CSignalNotifier.h"
@@ -21,7 +23,8 @@ namespace {
 
 const char* const Usage =
     "usage: orvalis-cli capture DRIVER [--port NAME] [--cells FILE.csv] [--record FILE]\n"
-    "                           [--serial N] [--key N] [--playback NAME]\n";
+    "                           [--serial N] [--key N] [--playback NAME]\n"
+    "                           [--mqtt URL [--topic PREFIX]]\n";
 
 // The owner of the channel, as the instrument window is: each notification
 // runs a processing pass and is acknowledged; the transfer events go to the
@@ -78,6 +81,7 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     const QCommandLineOption playbackName(QStringLiteral("playback"), QString(), QStringLiteral("NAME"));
     parser.addOptions({cells, record, playbackName});
     CLineOptions line(parser);
+    CMqttOptions mqtt(parser);
     if (!parser.parse(QStringList{QStringLiteral("capture")} + arguments) || parser.positionalArguments().size() != 1) {
         if (!parser.errorText().isEmpty())
             err << "orvalis-cli capture: " << parser.errorText() << "\n";
@@ -88,7 +92,7 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     QTextStream in(stdin);
     CConsoleSerialPrompt prompt(in, err);
     QString error;
-    if (!line.Check(prompt, error)) {
+    if (!line.Check(prompt, error) || !mqtt.Check(error)) {
         err << "orvalis-cli capture: " << error << "\n" << Usage;
         return ExitUsage;
     }
@@ -105,6 +109,7 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     }
 
     CDriverFile& driver = session.Driver();
+    mqtt.Start(session, CCodePage::ToUnicode(driver.m_Driver.m_strName), err);
     CComm comm;
     CCommByteSource channel(comm);
     CRecordingSource source(channel, parser.isSet(record) ? &writer : nullptr);
@@ -157,7 +162,8 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     loop.exec();
 
     comm.SetPortOpen(false);
-    out.flush();
+    session.FlushText();
+    mqtt.Finish(session, err);
     if (parser.isSet(record) && !source.Failed() && !writer.Finish()) {
         err << writer.ErrorString() << "\n";
         return ExitFailed;

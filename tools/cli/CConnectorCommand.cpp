@@ -1,6 +1,7 @@
 #include "CConnectorCommand.h"
 
 #include "CConnectorName.h"
+#include "CDriverArgument.h"
 #include "CDriverFile.h"
 
 #include <QTextStream>
@@ -14,14 +15,13 @@ int CConnectorCommand::Run(const QStringList& arguments, QTextStream& out, QText
     const QString& path = arguments.at(0);
     const CConnectorName connector = CConnectorName::Parse(arguments.at(1).toLocal8Bit());
     if (connector.GetKind() == CConnectorName::Invalid) {
-        err << "Bad connector \"" << arguments.at(1)
-            << "\": expected COMn, a device path, a device name, a converter's serial number or None\n";
+        err << CConnectorName::BadNameMessage(arguments.at(1)) << "\n";
         return ExitUsage;
     }
     CDriverFile driver;
-    const CFileResult loaded = driver.Load(path);
-    if (!loaded.IsOk()) {
-        err << loaded.Message() << "\n";
+    QString error;
+    if (!CDriverArgument::Load(path, driver, error)) {
+        err << error << "\n";
         return ExitFailed;
     }
     // -1: the name is the connector.

@@ -1,5 +1,7 @@
 #include "CInstrumentSession.h"
 
+#include "CDriverArgument.h"
+
 CInstrumentSession::CInstrumentSession(QTextStream& out)
     : m_text(out)
     , m_pipeline(m_driver.m_Script, m_driver.m_Terminal, m_driver.m_Driver)
@@ -9,11 +11,7 @@ CInstrumentSession::CInstrumentSession(QTextStream& out)
 
 bool CInstrumentSession::LoadDriver(const QString& path, QString& error)
 {
-    const CFileResult result = m_driver.Load(path);
-    if (result.IsOk())
-        return true;
-    error = result.Message();
-    return false;
+    return CDriverArgument::Load(path, m_driver, error);
 }
 
 bool CInstrumentSession::OpenCells(const QString& path, QString& error)
@@ -34,4 +32,17 @@ bool CInstrumentSession::Finish(QString& error)
         return true;
     error = m_cells.ErrorString();
     return false;
+}
+
+void CInstrumentSession::PublishTo(CPublishingSink::Sender send, const QString& driverName)
+{
+    m_pPublishing = std::make_unique<CPublishingSink>(&m_text, std::move(send));
+    m_pPublishing->SetDriverName(driverName);
+    m_pipeline.SetTextSink(m_pPublishing.get());
+}
+
+void CInstrumentSession::FlushPublishing()
+{
+    if (m_pPublishing)
+        m_pPublishing->Flush();
 }

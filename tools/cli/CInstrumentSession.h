@@ -3,9 +3,12 @@
 #include "CConsoleTextSink.h"
 #include "CCsvCellSink.h"
 #include "CDriverFile.h"
+#include "CPublishingSink.h"
 #include "CReceivePipeline.h"
 
 #include <QString>
+
+#include <memory>
 
 class QTextStream;
 
@@ -26,6 +29,10 @@ public:
     bool Finish(QString& error);
     // Writes the text of the last processing pass through to the console.
     void FlushText() { m_text.Flush(); }
+    // Every line shown also goes to send as a reading of driverName.
+    void PublishTo(CPublishingSink::Sender send, const QString& driverName);
+    // Sends the line still open.
+    void FlushPublishing();
     // The first failed write of a cell, "" while all went well.
     QString WriteError() const { return m_cells.ErrorString(); }
 
@@ -37,5 +44,6 @@ private:
     CConsoleTextSink m_text;
     CCsvCellSink m_cells;
     bool m_bCells = false;
+    std::unique_ptr<CPublishingSink> m_pPublishing;
     CReceivePipeline m_pipeline;
 };

@@ -4,6 +4,7 @@
 #include "CComm.h"
 #include "CCommEvent.h"
 #include "CConsoleSerialPrompt.h"
+#include "CDriverArgument.h"
 #include "CDriverFile.h"
 #include "CLineOptions.h"
 #include "CParse.h"
@@ -122,9 +123,8 @@ int CSendCommand::Run(const QStringList& arguments, QTextStream&, QTextStream& e
     }
 
     CDriverFile driver;
-    const CFileResult loaded = driver.Load(parser.positionalArguments().front());
-    if (!loaded.IsOk()) {
-        err << loaded.Message() << "\n";
+    if (!CDriverArgument::Load(parser.positionalArguments().front(), driver, error)) {
+        err << error << "\n";
         return ExitFailed;
     }
     CComm comm;

@@ -1,0 +1,97 @@
+#!/usr/bin/env bash
+# Mutation check: applies each realistic single fault of the list below to the
+# tree, one at a time, rebuilds build/ incrementally, runs CTest, and counts
+# the faults the tests catch (killed) and those they miss (survived). Not part
+# of CI (it takes many minutes). The tree is restored after each fault, also
+# when the script is interrupted.
+#
+#   tools/mutate.sh            every fault
+#   tools/mutate.sh PATTERN    the faults whose name contains PATTERN
+set -uo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+build="$root/build"
+pattern=${1:-}
+[[ -d "$build" ]] || "$root/tools/build.sh"
+
+# file ~ exact text (once in the file; <NL> for a line break) ~ replacement ~ name
+mutants=$(cat <<'LIST'
+driver/CArchive.cpp~    if (length < 0xFF) {~    if (length <= 0xFF) {~archive: one-byte string length bound
+driver/CArchive.cpp~        if (length < 0xFFFE) {~        if (length < 0xFFFF) {~archive: 16-bit string length bound
+driver/CArchive.cpp~    if (count < 0xFFFF) {~    if (count <= 0xFFFF) {~archive: 16-bit count bound
+driver/CScriptCommand.cpp~    return n < 1 ? QByteArray() : s.left(qsizetype(qMin<qint64>(n, s.size())));~    return n < 0 ? QByteArray() : s.left(qsizetype(qMin<qint64>(n, s.size())));~script: First of zero bytes
+driver/CScriptCommand.cpp~    return First(s, position) + Last(s, qint64(s.size()) - position - count);~    return First(s, position) + Last(s, qint64(s.size()) - position - count + 1);~script: RemoveCharacters off by one
+driver/CScriptCommand.cpp~    if (position < 0 || position >= s.size())~    if (position < 0 || position > s.size())~script: ChangeCharacter bound
+driver/CParse.cpp~        if (value < 32) {~        if (value <= 32) {~control codes: space encoded
+driver/CControlCode.cpp~    if (code < 0 || code >= Count)~    if (code < 0 || code > Count)~control codes: name lookup bound
+comm/CSerialNumberRecord.cpp~    record += Hex(quint32(0xFF - sum % 256), 2);~    record += Hex(quint32(0xFF - sum % 255), 2);~serial record: checksum
+comm/CTransferProgress.cpp~    if (m_nTotal <= 0)~    if (m_nTotal < 0)~progress: empty file
+comm/CCommandSender.cpp~    if (serial < 0 || (file >= 0 && file < serial))~    if (serial < 0 || (file >= 0 && file > serial))~sender: first macro wins
+comm/CCommandSender.cpp~    if (*number < CSerialNumberRecord::MinSerialNumber || *number > CSerialNumberRecord::MaxSerialNumber) {~    if (*number < CSerialNumberRecord::MinSerialNumber || *number >= CSerialNumberRecord::MaxSerialNumber) {~sender: serial number upper bound
+comm/CCommandSender.cpp~    while (!m_bSending && !m_queue.empty()) {~    while (!m_queue.empty()) {~sender: queue drained during a transfer
+comm/CPlaybackFile.cpp~    if (line.startsWith('D')) {~    if (line.startsWith('d')) {~playback: delay lines
+comm/CPlaybackFile.cpp~        value = qMin(Max, value * 10 + quint64(line.at(p) - '0'));~        value = qMin(Max, value * 10 + quint64(line.at(p) - '1'));~playback: delay digits
+comm/CDeviceControlBlock.cpp~    else if (parameters.m_nStopBits == 2)~    else if (parameters.m_nStopBits == 3)~line settings: two stop bits
+comm/CComm.cpp~        if (result == CCommPort::TimedOut && stop && *stop)~        if (result == CCommPort::TimedOut && stop)~channel: stopped transfer on a slow line
+comm/CFileTransfer.cpp~            if (m_bStop || block.size() != BlockSize)~            if (block.size() != BlockSize)~transfer: stop flag ignored
+instrument/CDisplayText.cpp~        if (byte == '\n' && afterCR)~        if (byte == '\n')~display: lone line feed dropped
+instrument/CDisplayText.cpp~        if (value - 0x80u < 0x20u)~        if (value - 0x80u < 0x1Fu)~display: code page boundary 0x9F
+instrument/CCommByteSource.h~        m_nLeft = PassBudget;~        m_nLeft = m_nLeft;~capture: pass budget never renewed
+instrument/CReceivePipeline.cpp~        if (c == m_nEndChar)<NL>            return;~        if (c == m_nStartChar)<NL>            return;~pipeline: end byte between strings
+instrument/CReceivePipeline.cpp~        if (out.isEmpty())<NL>            return;~        if (out.isEmpty() && false)<NL>            return;~pipeline: empty script result shown
+instrument/CReceivePipeline.cpp~    if (index >= sequences.size() || !sequences.at(index))~    if (index > sequences.size() || !sequences.at(index))~pipeline: missing sequence bound
+driver/CFileReplacer.cpp~    if (tail == Tail::Keep && exists && old.st_size > bytes.size()) {~    if (tail == Tail::Drop && exists && old.st_size > bytes.size()) {~files: tail of a longer old file
+driver/CFileReplacer.cpp~    const bool written = WriteAll(fd, content, offset) && ::fsync(fd) == 0;~    const bool written = WriteAll(fd, content, offset) || ::fsync(fd) == 0;~files: failed write renamed over the old file
+driver/CFileReplacer.cpp~        ::fchmod(fd, old.st_mode & 07777);~        ::fchmod(fd, 0600);~files: mode not kept
+driver/CFileReplacer.cpp~    if (error == ENOSPC)~    if (error == EIO)~files: disk full words
+driver/CRegularFile.cpp~    if (::stat(QFile::encodeName(path).constData(), &info) != 0 || S_ISREG(info.st_mode))~    if (::stat(QFile::encodeName(path).constData(), &info) != 0 || !S_ISDIR(info.st_mode))~files: FIFO accepted
+tools/cli/CCaptureReader.cpp~        if (!block.isEmpty() || m_file.atEnd() || !m_strDamage.isEmpty())~        if (true)~replay: empty block ends the replay
+tools/cli/CReplayCommand.cpp~    if (!reader.Damage().isEmpty()) {~    if (false) {~replay: damage exits 0
+tools/cli/CShowCommand.cpp~    if (bytes.size() <= ShownBytes)~    if (bytes.size() <= ShownBytes * 1000000)~show: long field unbounded
+LIST
+)
+
+killed=0
+survived=()
+failed=()
+while IFS='~' read -r file original replacement name; do
+  [[ -z "$file" ]] && continue
+  [[ -n "$pattern" && "$name" != *"$pattern"* ]] && continue
+  path="$root/$file"
+  cp "$path" "$path.orig"
+  trap 'mv -f "$path.orig" "$path"; exit 130' INT TERM
+  if ! python3 - "$path" "$original" "$replacement" <<'PY'
+import sys
+path, original, replacement = sys.argv[1], sys.argv[2].replace('<NL>', '\n'), sys.argv[3].replace('<NL>', '\n')
+text = open(path).read()
+if text.count(original) != 1:
+    sys.exit(1)
+open(path, 'w').write(text.replace(original, replacement))
+PY
+  then
+    failed+=("$name (does not apply)")
+    mv -f "$path.orig" "$path"
+    continue
+  fi
+  if ! cmake --build "$build" -j2 >/tmp/orvalis-mutate-build.log 2>&1; then
+    failed+=("$name (does not build)")
+  elif (cd "$build" && QT_QPA_PLATFORM=offscreen ctest -j2 --timeout 120 >/tmp/orvalis-mutate-test.log 2>&1); then
+    survived+=("$name")
+    echo "survived: $name"
+  else
+    killed=$((killed + 1))
+    echo "killed:   $name"
+  fi
+  mv -f "$path.orig" "$path"
+  touch "$path"
+  trap - INT TERM
+done <<<"$mutants"
+cmake --build "$build" -j2 >/dev/null 2>&1
+
+total=$((killed + ${#survived[@]}))
+echo
+for name in "${failed[@]}"; do echo "not run: $name"; done
+for name in "${survived[@]}"; do echo "survived: $name"; done
+if [[ $total -gt 0 ]]; then
+  echo "mutation score: $killed of $total killed ($((100 * killed / total)) %)"
+fi
+[[ ${#failed[@]} -eq 0 ]]
