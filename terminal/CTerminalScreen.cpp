@@ -307,8 +307,19 @@ void CTerminalScreen::CreateTerminal()
     vterm_state_set_callbacks(m_pState, &CallbackTable, this);
     vterm_state_set_bold_highbright(m_pState, 1);
     vterm_state_reset(m_pState, 1);
+    PrimeRepeat();
     if (m_nEmulation == EmulationVt52)
         Input(CVt52Interpreter::Setup);
+}
+
+// A repeat (CSI b) before any character is printed would loop for ever
+// inside libvterm: it steps by the width of the last glyph, which is 0 until
+// one is printed. One space, written while nobody listens, gives it a glyph.
+void CTerminalScreen::PrimeRepeat()
+{
+    vterm_state_set_callbacks(m_pState, nullptr, nullptr);
+    vterm_input_write(m_pTerm, " \r", 2);
+    vterm_state_set_callbacks(m_pState, &CallbackTable, this);
 }
 
 void CTerminalScreen::DestroyTerminal()

@@ -117,6 +117,7 @@ private:
 
     void CreateTerminal();
     void DestroyTerminal();
+    void PrimeRepeat();
     void Input(const QByteArray& bytes);
     void Reply(const QByteArray& bytes);
     void PushLine(const std::vector<CTerminalCell>& row);

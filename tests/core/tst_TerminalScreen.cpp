@@ -167,6 +167,12 @@ void tst_TerminalScreen::shownScreen_data()
     QTest::newRow("ANSI insert and delete characters")
         << int(E::EmulationAnsi) << QByteArrayList{"abcdef" + Esc("[1;3H") + Esc("[2@") + Esc("[1;1H") + Esc("[P")}
         << Rows({"b  cdef"});
+    QTest::newRow("ANSI repeat copies the last character")
+        << int(E::EmulationAnsi) << QByteArrayList{"ab" + Esc("[3b") + "c"} << Rows({"abbbbc"});
+    QTest::newRow("VT100 repeat before any character only moves on")
+        << int(E::EmulationVt100) << QByteArrayList{Esc("[2b") + "x"} << Rows({"  x"});
+    QTest::newRow("VT100 repeat right after a reset")
+        << int(E::EmulationVt100) << QByteArrayList{"a", Esc("c") + Esc("[3b") + "y"} << Rows({"aaay"});
 }
 
 void tst_TerminalScreen::shownScreen()
