@@ -60,16 +60,9 @@ bool CCsvCellSink::WriteRow()
     }
     line += '\n';
     m_cells.clear();
-    if (m_file.write(line) != line.size() || (m_bFlushPerRow && !m_file.flush()))
+    if (m_file.write(line) != line.size() || !m_file.flush())
         return Fail();
     return true;
-}
-
-bool CCsvCellSink::Flush()
-{
-    if (!m_file.isOpen())
-        return false;
-    return m_file.flush() || Fail();
 }
 
 bool CCsvCellSink::Fail()

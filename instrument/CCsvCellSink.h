@@ -9,8 +9,7 @@
 // Writes the pipeline's spreadsheet cells as a CSV file (UTF-8, one line per
 // row, fields quoted where needed). A row is written and flushed as soon as
 // it ends (or the next one begins), so a killed program loses at most the
-// row in progress; or, with SetFlushPerRow(false), flushed by the caller
-// (the rows of one processing pass in one write).
+// row in progress.
 class CCsvCellSink : public CCellSink
 {
 public:
@@ -24,9 +23,6 @@ public:
     bool IsOpen() const { return m_file.isOpen(); }
     bool PutCell(int row, int column, const QByteArray& text) override;
     void EndRow(int row) override;
-    void SetFlushPerRow(bool bFlushPerRow) { m_bFlushPerRow = bFlushPerRow; }
-    // Hands the written rows to the system; false with ErrorString() on failure.
-    bool Flush();
     // Writes the row in progress and closes the file; false when any write failed.
     bool Finish();
     QString ErrorString() const { return m_strError; }
@@ -40,7 +36,6 @@ private:
 
     QFile m_file;
     bool m_bStarted = false;
-    bool m_bFlushPerRow = true;
     int m_nRow = 1;
     QMap<int, QByteArray> m_cells; // column -> text of the row in progress
     QString m_strError;

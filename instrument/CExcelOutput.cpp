@@ -81,7 +81,6 @@ bool CExcelOutput::TryJournal(const QString& driverPath, const QDate& date)
         const bool bExisted = QFile::exists(path);
         if (!m_journal.Open(path, CCsvCellSink::Append))
             return false;
-        m_journal.SetFlushPerRow(false);
         m_strJournal = path;
         m_bJournalCreated = !bExisted;
         JournalsInUse().insert(path);
@@ -101,9 +100,9 @@ void CExcelOutput::Start(int connectTimeoutMilliseconds)
                        [this, connectTimeoutMilliseconds] { OnConnectTimeout(connectTimeoutMilliseconds / 1000); });
 }
 
-// The cells and rows of a processing pass are collected and handed on
-// together when the pass is over: one lock for the connection thread's
-// queue and one write for the journal, not one per cell and row.
+// The cells of a processing pass are collected and handed on together
+// when the pass is over: one lock for the connection thread's queue, not
+// one per cell.
 bool CExcelOutput::PutCell(int row, int column, const QByteArray& text)
 {
     const bool bJournaled = m_journal.PutCell(row, column, text);
@@ -114,10 +113,13 @@ bool CExcelOutput::PutCell(int row, int column, const QByteArray& text)
     return true;
 }
 
+// The journal has the row on disk before the next byte is read: a program
+// killed in the middle of a pass loses none of its completed rows.
 void CExcelOutput::EndRow(int row)
 {
     m_journal.EndRow(row);
-    ScheduleFlush();
+    if (!m_journal.ErrorString().isEmpty())
+        ReportJournalError();
 }
 
 void CExcelOutput::ScheduleFlush()
@@ -131,8 +133,6 @@ void CExcelOutput::ScheduleFlush()
 void CExcelOutput::Flush()
 {
     m_bFlushScheduled = false;
-    if (m_journal.IsOpen() && !m_journal.Flush())
-        ReportJournalError();
     if (m_pending.isEmpty())
         return;
     switch (m_thread.Put(m_pending)) {

@@ -12,9 +12,9 @@
 
 // Where an instrument window's cells go while its spreadsheet switch is on:
 // into the spreadsheet program through the connection thread, and every
-// row also into a CSV journal ("<driver> <date>.csv" beside the driver), so
-// no value depends on the program staying up. Both get the cells of a
-// processing pass when it is over (the journal flushed then), from the
+// row also into a CSV journal ("<driver> <date>.csv" beside the driver,
+// flushed per row), so no value depends on the program staying up. The
+// program gets the cells of a processing pass when it is over, from the
 // window's event loop. What goes wrong is said once per occurrence through
 // message(), naming the journal.
 class CExcelOutput : public QObject, public CCellSink
@@ -39,8 +39,8 @@ public:
     void Start(int connectTimeoutMilliseconds = DefaultConnectTimeoutMilliseconds);
     bool PutCell(int row, int column, const QByteArray& text) override;
     void EndRow(int row) override;
-    // Hands the collected cells to the thread and the rows to the disk (runs
-    // by itself once the current event is handled).
+    // Hands the collected cells to the thread (runs by itself once the
+    // current event is handled).
     void Flush();
 
     State GetState() const { return m_state; }

@@ -51,10 +51,14 @@ struct Window
     // The passes, then the window's event loop (which hands the cells on).
     void Receive(const QByteArray& bytes)
     {
+        Pass(bytes);
+        QCoreApplication::processEvents();
+    }
+    void Pass(const QByteArray& bytes)
+    {
         source.m_blocks = {bytes};
         while (!source.m_blocks.isEmpty())
             pipeline.OnCommEvent();
-        QCoreApplication::processEvents();
     }
 
     CScript script;
@@ -99,6 +103,7 @@ private Q_SLOTS:
     void lostProgramIsToldOnceAndTheJournalGoesOn();
     void programBehindIsToldOncePerEpisode();
     void journalSurvivesAKilledProgram();
+    void fullDiskIsToldOnceAndCalcGoesOn();
 };
 
 void tst_ExcelOutput::initTestCase()
@@ -308,15 +313,17 @@ void tst_ExcelOutput::journalSurvivesAKilledProgram()
     const pid_t child = fork();
     QVERIFY(child >= 0);
     if (child == 0) {
-        // The program: writes 40 rows and half a row into a hung office, then dies.
+        // The program: 40 rows and half a row into a hung office, all in one
+        // pass; it dies before its event loop runs again.
         auto sheet = std::make_shared<CFakeSpreadsheet>();
         sheet->Hang();
         auto* output = new CExcelOutput(std::make_unique<CFakeSpreadsheetLink>(sheet), driver, Day);
         output->Start();
         Window window(output);
+        QByteArray rows;
         for (int i = 1; i <= 40; ++i)
-            window.Receive(QByteArray::number(i) + "\t" + QByteArray::number(i * 0.5) + "\r\n");
-        window.Receive("41\t");
+            rows += QByteArray::number(i) + "\t" + QByteArray::number(i * 0.5) + "\r\n";
+        window.Pass(rows + "41\t");
         ::kill(::getpid(), SIGKILL);
         ::_exit(1);
     }
@@ -327,6 +334,29 @@ void tst_ExcelOutput::journalSurvivesAKilledProgram()
     QCOMPARE(lines.size(), 40);
     QCOMPARE(lines.first(), QStringLiteral("1,0.5"));
     QCOMPARE(lines.last(), QStringLiteral("40,20"));
+}
+
+void tst_ExcelOutput::fullDiskIsToldOnceAndCalcGoesOn()
+{
+    QTemporaryDir folder;
+    const QString journal = folder.filePath("Balance 2026-03-14.csv");
+    QVERIFY(QFile::link(QStringLiteral("/dev/full"), journal));
+    Output out(folder.filePath("Balance.tbb"));
+    out.output.Start();
+    QCOMPARE(out.output.JournalPath(), journal);
+    QTRY_COMPARE(out.output.GetState(), CExcelOutput::Linked);
+    Window window(&out.output);
+    window.Receive("1\t2\r\n3\r\n");
+    window.Receive("4\r\n");
+    QStringList full;
+    for (const QList<QVariant>& message : out.messages) {
+        if (message.first().toString().startsWith(QStringLiteral("Cannot write")))
+            full.append(message.first().toString());
+    }
+    QCOMPARE(full, QStringList{QStringLiteral("Cannot write %1: No space left on device; the values go only to "
+                                              "LibreOffice Calc")
+                                   .arg(journal)});
+    QTRY_COMPARE(out.sheet->Cells().size(), 4);
 }
 
 QTEST_GUILESS_MAIN(tst_ExcelOutput)
