@@ -57,6 +57,7 @@ private Q_SLOTS:
     void twoWindowsWriteTwoDocumentsInOneOffice();
     void switchTurnedOnInOptionsStartsTheLink();
     void unreachableOfficeLeavesTheJournalAlone();
+    void closedDocumentIsToldOnceAndTheJournalGoesOn();
     void killedOfficeLosesNoRow();
 
 private:
@@ -220,6 +221,29 @@ void tst_CalcWindow::unreachableOfficeLeavesTheJournalAlone()
     QVERIFY(m_pty->WriteMaster("1\t2\r\n3\t4\r\n"));
     QTRY_COMPARE(Lines(journal), (QStringList{"1,2", "3,4"}));
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("1\t2\n3\t4\n"));
+}
+
+// The user closes the window's document; the office stays.
+void tst_CalcWindow::closedDocumentIsToldOnceAndTheJournalGoesOn()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view && view->m_pExcel);
+    QSignalSpy messages(view->m_pExcel.get(), &CExcelOutput::message);
+    QVERIFY(m_pty->WriteMaster("before closing\t1\r\n"));
+    QTRY_VERIFY_WITH_TIMEOUT(m_office.DocumentWith("before closing") >= 0, 60000);
+    m_office.CloseDocuments();
+    QVERIFY(m_pty->WriteMaster("after closing\t2\r\n"));
+    QTRY_COMPARE_WITH_TIMEOUT(view->m_pExcel->GetState(), CExcelOutput::Lost, 20000);
+    const QString journal = view->m_pExcel->JournalPath();
+    const QString gone =
+        QStringLiteral("The link to LibreOffice Calc is gone (the document was closed): values go only to %1").arg(journal);
+    QCOMPARE(StatusText(), gone);
+    QVERIFY(m_pty->WriteMaster("later\t3\r\n"));
+    QTRY_COMPARE(Lines(journal), (QStringList{"before closing,1", "after closing,2", "later,3"}));
+    QTest::qWait(200);
+    QCOMPARE(Texts(messages).filter(QStringLiteral("gone")), QStringList{gone});
+    QCOMPARE(m_office.DocumentWith("after closing"), -1);
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("before closing\t1\nafter closing\t2\nlater\t3\n"));
 }
 
 void tst_CalcWindow::killedOfficeLosesNoRow()
