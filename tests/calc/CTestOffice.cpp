@@ -90,8 +90,11 @@ QString CTestOffice::Missing()
 
 QStringList CTestOffice::Arguments() const
 {
-    return {QStringLiteral("--headless"), QStringLiteral("--invisible"), QStringLiteral("--nolockcheck"),
-            QStringLiteral("-env:UserInstallation=") + QUrl::fromLocalFile(m_profile.path()).toString()};
+    QStringList arguments{QStringLiteral("--nolockcheck"),
+                          QStringLiteral("-env:UserInstallation=") + QUrl::fromLocalFile(m_profile.path()).toString()};
+    if (!m_bVisible)
+        arguments << QStringLiteral("--headless") << QStringLiteral("--invisible");
+    return arguments;
 }
 
 CExcel::COffice CTestOffice::Office() const
@@ -100,7 +103,7 @@ CExcel::COffice CTestOffice::Office() const
     office.strPipe = m_strPipe;
     office.strProgram = CUnoRuntime::ProgramFolder() + QStringLiteral("/soffice.bin");
     office.arguments = Arguments();
-    office.bHeadless = true;
+    office.bHeadless = !m_bVisible;
     office.nStartSeconds = 90;
     return office;
 }

@@ -23,6 +23,11 @@ public:
     // Empty when LibreOffice Calc can run here, else why not.
     static QString Missing();
 
+    // Before Start: an office with windows (on the display of $DISPLAY)
+    // instead of a headless one.
+    void SetVisible(bool bVisible) { m_bVisible = bVisible; }
+    QString ProfilePath() const { return m_profile.path(); }
+
     // Starts the office and waits until it answers; false with Error().
     bool Start(int seconds = 90);
     // SIGKILL, as a crash would end it (an office started on this pipe and
@@ -60,6 +65,7 @@ private:
     QProcess m_process;
     QString m_strError;
     bool m_bStarted = false;
+    bool m_bVisible = false;
     // One connection for all reads, made when the office first answers.
     std::unique_ptr<CUno> m_pUno;
 };
