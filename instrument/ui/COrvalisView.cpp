@@ -7,6 +7,8 @@
 #include "CCommPage.h"
 #include "CDocumentFrame.h"
 #include "CDriverFile.h"
+#include "CExcel.h"
+#include "CExcelOutput.h"
 #include "CFileFilter.h"
 #include "CFrameServices.h"
 #include "CFunctionKeysPage.h"
@@ -150,6 +152,7 @@ void COrvalisView::OnCreate()
             qCInfo(lcView).noquote() << loaded.Message();
     }
     m_appender.SetNameLineBreaks(m_terminalParam.m_bShowControlChars != 0);
+    CreateExcelLink();
     if (m_bOpenedByConnect)
         m_publishing.StartFromProfile(app->Profile().Path(), CCodePage::ToUnicode(m_driver.m_strName));
     if (CFrameServices* frame = Frame())
@@ -241,6 +244,8 @@ void COrvalisView::OnDestroy()
             app->m_filePlayback.Close();
         app->m_bConnectRequested = 0;
     }
+    m_pipeline.SetCellSink(nullptr);
+    m_pExcel.reset();
     CCommView::OnDestroy();
     m_publishing.Stop();
     // The printer line closes and its job prints.
@@ -444,6 +449,22 @@ void COrvalisView::OnLineLost()
         UpdateConnectMenuText();
 }
 
+// The link connects on its own thread; the window goes on at once and the
+// status bar tells what became of it.
+void COrvalisView::CreateExcelLink()
+{
+    if (m_pExcel || !m_driver.m_bExcel)
+        return;
+    m_pExcel = std::make_unique<CExcelOutput>(std::make_unique<CExcel>(), m_strDriverPath);
+    connect(m_pExcel.get(), &CExcelOutput::message, this, [this](const QString& text) {
+        qCInfo(lcView).noquote() << text;
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage, text);
+    });
+    m_pipeline.SetCellSink(m_pExcel.get());
+    m_pExcel->Start();
+}
+
 void COrvalisView::AppendBytes(const QByteArray& bytes)
 {
     m_appender.Append(bytes);
@@ -603,6 +624,7 @@ void COrvalisView::OnOptions()
         m_publishing.Start(sheet.m_pPublishingPage->Settings(), driverName);
     if (m_bOpenedByConnect)
         UpdateConnectMenuText();
+    CreateExcelLink();
 }
 
 void COrvalisView::ConvertShownText(bool bShowControlChars)
