@@ -289,6 +289,7 @@ void CTerminalScreen::CreateTerminal()
     m_nBytesWritten = 0;
     m_bCursorVisible = true;
     m_vt52.Reset(m_nRows);
+    m_csiGuard.Reset();
     m_tty.Reset(m_nEmulation == EmulationNone ? CTtyInterpreter::ControlNames : CTtyInterpreter::Tty);
 
     m_bReverseVideo = false;
@@ -351,7 +352,7 @@ void CTerminalScreen::Write(const QByteArray& bytes)
         Input(m_translated);
         break;
     default:
-        Input(bytes);
+        Input(m_csiGuard.Filter(bytes, m_translated));
         break;
     }
     Q_EMIT changed();
