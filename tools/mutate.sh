@@ -47,6 +47,21 @@ driver/CRegularFile.cpp~    if (::stat(QFile::encodeName(path).constData(), &inf
 tools/cli/CCaptureReader.cpp~        if (!block.isEmpty() || m_file.atEnd() || !m_strDamage.isEmpty())~        if (true)~replay: empty block ends the replay
 tools/cli/CReplayCommand.cpp~    if (!reader.Damage().isEmpty()) {~    if (false) {~replay: damage exits 0
 tools/cli/CShowCommand.cpp~    if (bytes.size() <= ShownBytes)~    if (bytes.size() <= ShownBytes * 1000000)~show: long field unbounded
+terminal/CTerminalScreen.cpp~    if (int(m_scrollback.size()) >= m_nScrollbackCapacity) {~    if (int(m_scrollback.size()) > m_nScrollbackCapacity) {~terminal: scroll-back one line over its bound
+terminal/CVt52Interpreter.cpp~    case 'I': screen += "\x1bM"; return;~    case 'I': screen += "\x1bD"; return;~terminal: VT52 reverse line feed goes down
+terminal/CVt52Interpreter.cpp~    if (m_nRow < 0 || m_nRow >= m_nRows) {~    if (m_nRow < 0 || m_nRow > m_nRows) {~terminal: VT52 address one row below the screen
+terminal/CTtyInterpreter.cpp~    if (codePoint < 0xA0 && codePoint >= 0x80)~    if (codePoint < 0x9F && codePoint >= 0x80)~terminal: None C1 boundary
+terminal/CCsiGuard.cpp~            return ++m_nSeparators <= MaxSeparators;~            return ++m_nSeparators < MaxSeparators;~terminal: CSI guard one separator short
+comm/CComm.cpp~    m_pPort->SetDtr(true);<NL>    return 1;~    return 1;~channel: DTR not raised on open
+comm/CSerialPort.cpp~    SetDtr(false);<NL>    ioctl(m_fd, TCFLSH, TCIOFLUSH);~    ioctl(m_fd, TCFLSH, TCIOFLUSH);~serial port: DTR left up at close
+instrument/ui/COrvalisView.cpp~    sheet.m_pScriptPage->SaveTo(m_script);~~options: script page not stored
+instrument/ui/COrvalisView.cpp~    sheet.m_pCommPage->GetParameters(m_commParam);~~options: line settings not stored
+instrument/ui/COrvalisView.cpp~    sheet.m_pFunctionKeysPage->SaveTo(m_functionKeys);~~options: function keys not stored
+instrument/ui/COrvalisView.cpp~    app->m_nInstrumentOptionsPage = sheet.m_nLastActivePage;~~options: start page forgotten
+app/CMainFrame.cpp~    // A new instrument window is an empty text, not a connection.<NL>    app->m_bConnectRequested = 0;~~File New: new window tries to connect
+app/CWindowRect.cpp~    if (width > 0 && height > 0 && width <= INT_MAX && height <= INT_MAX)~    if (width >= 0 && height > 0 && width <= INT_MAX && height <= INT_MAX)~window rectangle: zero width kept
+app/CCommandLine.cpp~            if (rest == QLatin1String("minimize"))~            if (rest != QLatin1String("minimize"))~command line: /Sminimize
+res/ui/CPropSheet.cpp~    if (index < 0 || index >= m_pages.size())~    if (index < 0 || index > m_pages.size())~sheet: start page bound
 LIST
 )
 
@@ -74,7 +89,7 @@ PY
   fi
   if ! cmake --build "$build" -j2 >/tmp/orvalis-mutate-build.log 2>&1; then
     failed+=("$name (does not build)")
-  elif (cd "$build" && QT_QPA_PLATFORM=offscreen ctest -j2 --timeout 120 >/tmp/orvalis-mutate-test.log 2>&1); then
+  elif (cd "$build" && QT_QPA_PLATFORM=offscreen ctest -j2 --timeout 120 --stop-on-failure >/tmp/orvalis-mutate-test.log 2>&1); then
     survived+=("$name")
     echo "survived: $name"
   else
