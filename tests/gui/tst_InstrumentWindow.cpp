@@ -2,6 +2,7 @@
 // driver whose connector is the slave end of a pseudo-terminal, and the test
 // plays the instrument on the master end.
 
+#include "../core/PipelineFakes.h"
 #include "../core/PtyPair.h"
 #include "CChildFrame.h"
 #include "CCommGeneralPage.h"
@@ -27,6 +28,7 @@
 #include <QAbstractItemView>
 #include <QDir>
 #include <QFile>
+#include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
@@ -36,6 +38,7 @@
 #include <QPrinter>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -46,6 +49,7 @@
 #include <mutex>
 #include <thread>
 
+#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -113,6 +117,7 @@ private Q_SLOTS:
     void playbackFileAnswersLineFeeds();
     void optionsCancelReopensUnchanged();
     void optionsOkWritesPagesBackAndReopens();
+    void optionsOkEveryPageTakesEffect();
     void optionsKeepConnectorTheListDoesNotOffer();
     void showControlCharactersConvertsText();
     void driverWrittenBackOnClose();
@@ -131,6 +136,7 @@ private Q_SLOTS:
     void closingAsksToSaveReceivedText();
     void failedTextSaveOffersSaveAs();
     void savedTextOpensDisconnected();
+    void fileNewBesideAConnectedWindowStaysOffTheLine();
     void printsWithHalfInchMargins();
     void printPreviewShowsText();
 
@@ -507,6 +513,43 @@ void tst_InstrumentWindow::optionsOkWritesPagesBackAndReopens()
     QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1 + 2)->text(), QStringLiteral("Zero"));
     QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 2));
     QCOMPARE(m_pty->ReadMaster(2), QByteArray("Z\r"));
+}
+
+// Every page changed in one sheet, OK: the line, the received text and the
+// driver written back on close follow each change.
+void tst_InstrumentWindow::optionsOkEveryPageTakesEffect()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    m_dialogs->m_onExec = [](QDialog& dialog) {
+        auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
+        sheet->m_pGeneralPage->m_pName->setText(QStringLiteral("Lab 2"));
+        sheet->m_pCommPage->Button(CCommPage::Baud, 5)->click(); // 4800
+        sheet->m_pSettingsPage->m_pReceiveCRLF->setChecked(true);
+        sheet->m_pFunctionKeysPage->m_names[2]->setText(QStringLiteral("Zero"));
+        CScript script;
+        FillScript(script, true, "<CR>", {"W"}, {{"SkipCharacters(1)"}});
+        sheet->m_pScriptPage->LoadFrom(script);
+        sheet->done(QDialog::Accepted);
+        return int(QDialog::Accepted);
+    };
+    QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
+    termios line{};
+    QCOMPARE(tcgetattr(m_pty->Master(), &line), 0);
+    QCOMPARE(cfgetospeed(&line), speed_t(B4800));
+    // The script keeps W strings without their W; of the unregistered X
+    // string only the line feed that its CR gets is left.
+    Send("W12.5\rX7\r");
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("12.5\n\n"));
+
+    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+    CDriverFile written;
+    QVERIFY(written.Load(Home(QStringLiteral("lab.tbb"))).IsOk());
+    QCOMPARE(written.m_Driver.m_strName, QByteArray("Lab 2"));
+    QCOMPARE(written.m_Comm.m_nBaudRate, 4800);
+    QCOMPARE(written.m_Terminal.m_bReceiveCRLF, 1);
+    QCOMPARE(written.m_FunctionKeys.m_Names[2], QByteArray("Zero"));
+    QCOMPARE(written.m_Script.m_InputStrings, QByteArrayList{"W"});
 }
 
 void tst_InstrumentWindow::optionsKeepConnectorTheListDoesNotOffer()
@@ -899,6 +942,30 @@ void tst_InstrumentWindow::savedTextOpensDisconnected()
     // The connected window keeps its commands.
     Frame()->MdiArea()->setActiveSubWindow(Frame()->MdiArea()->subWindowList().first());
     QVERIFY(Frame()->QueryCommand(ID_SEND_FILE).bEnabled);
+}
+
+void tst_InstrumentWindow::fileNewBesideAConnectedWindowStaysOffTheLine()
+{
+    COrvalisView* connected = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(connected);
+    QString offered;
+    m_dialogs->m_onExec = [&offered](QDialog& dialog) {
+        auto* choice = qobject_cast<QInputDialog*>(&dialog);
+        offered = choice->comboBoxItems().value(0);
+        choice->setTextValue(offered);
+        return int(QDialog::Accepted);
+    };
+    QVERIFY(Frame()->RouteCommand(ID_FILE_NEW));
+    QCOMPARE(offered, QStringLiteral("Orvali"));
+    auto* view = qobject_cast<COrvalisView*>(Frame()->ActiveView());
+    QVERIFY(view && view != connected);
+    QVERIFY(!view->OpenedByConnect());
+    QVERIFY(!view->m_comm.IsPortOpen());
+    QVERIFY(StatusText().isEmpty() || !StatusText().contains(m_pty->SlaveName()));
+    // The line stays with the connected window.
+    Send("12.5\r\n");
+    QTRY_COMPARE(connected->toPlainText(), QStringLiteral("12.5\n"));
+    QVERIFY(view->toPlainText().isEmpty());
 }
 
 void tst_InstrumentWindow::printsWithHalfInchMargins()
