@@ -24,6 +24,18 @@ void tst_DisplayText::convert_data()
     QTest::newRow("CR CR LF is two line ends") << QByteArrayList{"a\r", "\r\n"} << QStringLiteral("a\n\n");
     QTest::newRow("bytes 128..255 in Windows-1252")
         << QByteArrayList{"23\xB0" "C \x80 \x96"} << QStringLiteral("23\u00B0C \u20AC \u2013");
+    // Every byte from DEL to the first one past the Windows-1252 range, and
+    // the last: the five bytes Windows-1252 leaves undefined keep their value.
+    QByteArray high;
+    for (int byte = 0x7F; byte <= 0xA0; ++byte)
+        high.append(char(byte));
+    high.append('\xFF');
+    QTest::newRow("0x7F..0xA0 and 0xFF, one by one")
+        << QByteArrayList{high}
+        << QStringLiteral("\u007F\u20AC\u0081\u201A\u0192\u201E\u2026\u2020\u2021"
+                          "\u02C6\u2030\u0160\u2039\u0152\u008D\u017D\u008F"
+                          "\u0090\u2018\u2019\u201C\u201D\u2022\u2013\u2014"
+                          "\u02DC\u2122\u0161\u203A\u0153\u009D\u017E\u0178\u00A0\u00FF");
     QTest::newRow("other control bytes stay") << QByteArrayList{"\x02" "1\t2\x03"}
                                               << QStringLiteral("\u0002" "1\t2\u0003");
 }

@@ -137,6 +137,10 @@ void tst_ScriptCommand::execute_data()
     QTest::newRow("ChangeCharacters of a high byte")
         << QByteArray("ChangeCharacters(\xb0, o)") << QByteArray("25\xb0" "C")
         << QByteArray("25oC");
+    QTest::newRow("ChangeCharacters to a comma (the empty argument after it)")
+        << QByteArray("ChangeCharacters(a, ,)") << QByteArray("a-a") << QByteArray(",-,");
+    QTest::newRow("ChangeSpaces to a control code name")
+        << QByteArray("ChangeSpaces(<HT>)") << QByteArray("  12.5 mg") << QByteArray("\t12.5\tmg");
     QTest::newRow("ChangeCharacters ignores surplus arguments")
         << QByteArray("ChangeCharacters(a, b, c, d, e, f)") << QByteArray("aa")
         << QByteArray("bb");
