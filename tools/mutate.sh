@@ -62,6 +62,7 @@ app/CMainFrame.cpp~    // A new instrument window is an empty text, not a connec
 app/CWindowRect.cpp~    if (width > 0 && height > 0 && width <= INT_MAX && height <= INT_MAX)~    if (width >= 0 && height > 0 && width <= INT_MAX && height <= INT_MAX)~window rectangle: zero width kept
 app/CCommandLine.cpp~            if (rest == QLatin1String("minimize"))~            if (rest != QLatin1String("minimize"))~command line: /Sminimize
 res/ui/CPropSheet.cpp~    if (index < 0 || index >= m_pages.size())~    if (index < 0 || index > m_pages.size())~sheet: start page bound
+app/CMainFrame.cpp~        const QRect normal = normalGeometry();~        const QRect normal = geometry();~main window: maximised rectangle kept
 LIST
 )
 

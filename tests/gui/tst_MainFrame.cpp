@@ -170,19 +170,21 @@ void tst_MainFrame::remembersItsRectangle()
 
 void tst_MainFrame::maximisedWindowKeepsRestoredRectangle()
 {
-    StartApp({}, "[Settings]\nWindow=10 20 810 620\n");
+    // Smaller than the screen, so that the maximised rectangle differs.
+    StartApp({}, "[Settings]\nWindow=10 20 410 320\n");
     CMainFrame* frame = m_app->MainFrame();
     frame->showMaximized();
     QTRY_VERIFY(frame->isMaximized());
+    QTRY_VERIFY(frame->geometry() != QRect(10, 20, 400, 300));
     QVERIFY(frame->close());
-    QCOMPARE(m_app->m_rcWindow, (CWindowRect{10, 20, 810, 620}));
+    QCOMPARE(m_app->m_rcWindow, (CWindowRect{10, 20, 410, 320}));
     m_app->ExitInstance(0);
     m_app.reset();
 
     // The next start opens restored at the same place.
     StartApp();
     QVERIFY(!m_app->MainFrame()->isMaximized());
-    QCOMPARE(m_app->MainFrame()->geometry(), QRect(10, 20, 800, 600));
+    QCOMPARE(m_app->MainFrame()->geometry(), QRect(10, 20, 400, 300));
 }
 
 void tst_MainFrame::commandLineDriverConnectsAfterShowing()
