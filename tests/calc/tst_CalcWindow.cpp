@@ -186,6 +186,9 @@ void tst_CalcWindow::switchTurnedOnInOptionsStartsTheLink()
     COrvalisView* view = Start(Driver(m_pty->SlaveName(), 0));
     QVERIFY(view);
     QVERIFY(!view->m_pExcel);
+    // Mid-stream: what came before the switch stays out of the cells.
+    QVERIFY(m_pty->WriteMaster("before\r\n"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("before\n"));
     m_dialogs->m_onExec = [](QDialog& dialog) {
         qobject_cast<CInstrumentSheet*>(&dialog)->m_pGeneralPage->m_pExcel->setChecked(true);
         return int(QDialog::Accepted);
@@ -202,7 +205,7 @@ void tst_CalcWindow::switchTurnedOnInOptionsStartsTheLink()
     QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
     QVERIFY(view->m_pExcel);
     QVERIFY(m_pty->WriteMaster("off\r\n"));
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("switched on\noff\n"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("before\nswitched on\noff\n"));
     QCOMPARE(Lines(view->m_pExcel->JournalPath()), QStringList{"switched on"});
 }
 

@@ -443,6 +443,9 @@ void tst_InstrumentWindow::playbackFileAnswersLineFeeds()
     play.close();
     COrvalisView* view = Start(Driver(m_pty->SlaveName()));
     QVERIFY(view);
+    // Received before the file is opened: nothing answers it.
+    Send("0\n");
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("0\n"));
     QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 1));
     QVERIFY(m_app->m_filePlayback.IsOpen());
     // The text before the macro is dropped: nothing went out.
@@ -454,7 +457,7 @@ void tst_InstrumentWindow::playbackFileAnswersLineFeeds()
     // At its end every line feed sends a bare CR.
     Send("3\n");
     QCOMPARE(Receive(1), QByteArray("\r"));
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("1\n2\n3\n"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("0\n1\n2\n3\n"));
 }
 
 void tst_InstrumentWindow::optionsCancelReopensUnchanged()
@@ -521,6 +524,9 @@ void tst_InstrumentWindow::optionsOkEveryPageTakesEffect()
 {
     COrvalisView* view = Start(Driver(m_pty->SlaveName()));
     QVERIFY(view);
+    // Strings arriving before the change are shown as they came.
+    Send("W0\r\n");
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("W0\n"));
     m_dialogs->m_onExec = [](QDialog& dialog) {
         auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
         sheet->m_pGeneralPage->m_pName->setText(QStringLiteral("Lab 2"));
@@ -540,7 +546,7 @@ void tst_InstrumentWindow::optionsOkEveryPageTakesEffect()
     // The script keeps W strings without their W; of the unregistered X
     // string only the line feed that its CR gets is left.
     Send("W12.5\rX7\r");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("12.5\n\n"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("W0\n12.5\n\n"));
 
     QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
     CDriverFile written;
