@@ -84,14 +84,14 @@ void tst_CSerialNumberDlg::showsTheTemplate()
         QVERIFY(dialog.grab().save(QDir(QString::fromLocal8Bit(folder)).filePath(QStringLiteral("serial-number.png"))));
 }
 
+// The bounds and forms of a number are the parser's (tst_SerialNumberRecord);
+// here only what the dialog adds: taken, refused with the reason, record built.
 void tst_CSerialNumberDlg::acceptsSerialNumbers_data()
 {
     QTest::addColumn<QString>("typed");
     QTest::addColumn<int>("number");
-    QTest::newRow("lowest number") << "0" << 0;
     QTest::newRow("highest number") << "9999" << 9999;
     QTest::newRow("blanks around the number") << "  42 " << 42;
-    QTest::newRow("leading zeros are decimal") << "0099" << 99;
 }
 
 void tst_CSerialNumberDlg::acceptsSerialNumbers()
@@ -113,9 +113,7 @@ void tst_CSerialNumberDlg::refusesAndStaysOpen_data()
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("reason");
     QTest::newRow("one beyond the range") << "10000" << "between 0 and 9999";
-    QTest::newRow("negative number") << "-1" << "between 0 and 9999";
     QTest::newRow("letters") << "abc" << "Please enter an integer.";
-    QTest::newRow("digits then letters") << "12ab" << "Please enter an integer.";
     QTest::newRow("empty field") << "" << "Please enter an integer.";
 }
 
@@ -159,11 +157,8 @@ void tst_CSerialNumberDlg::buildsRecord_data()
     QTest::addColumn<int>("number");
     QTest::addColumn<QByteArray>("record");
     QTest::newRow("hexadecimal address") << QByteArray("0x100") << 42 << QByteArray("S309000001000000002ACB");
-    QTest::newRow("all zero") << QByteArray("0") << 0 << QByteArray("S3090000000000000000F6");
     QTest::newRow("decimal address, highest number")
         << QByteArray("305419896") << 9999 << QByteArray("S309123456780000270FAC");
-    QTest::newRow("address beyond 32 bits") << QByteArray("0x1FFFFFFFF") << 9999
-                                            << QByteArray("S309FFFFFFFF0000270FC4");
 }
 
 void tst_CSerialNumberDlg::buildsRecord()
