@@ -9,7 +9,8 @@
 namespace {
 
 const QByteArray Magic("ORVMQJ1\n");
-// A taken part this long, and more than half of the file, is cut off.
+// A taken (or dropped) part this long, and more than half of the file, is
+// cut off.
 constexpr qint64 CompactAfter = 8 << 20;
 
 QString WithSuffix(const QString& path, int n)
@@ -142,6 +143,7 @@ bool CMqttJournal::Read(qint64 offset, QByteArray& message, qint64& next, QStrin
 bool CMqttJournal::Append(const QByteArrayList& messages, qint64& dropped, QString& error)
 {
     dropped = 0;
+    m_nMoved = 0;
     if (messages.isEmpty())
         return true;
     QByteArray bytes;
@@ -163,7 +165,20 @@ bool CMqttJournal::Append(const QByteArrayList& messages, qint64& dropped, QStri
             return false;
         ++dropped;
     }
-    return dropped == 0 || WriteHead(error);
+    if (dropped == 0)
+        return true;
+    // While the broker stays away the dropped part would grow for ever. The
+    // messages are in the file already: a failed compaction loses nothing.
+    QString notCompacted;
+    if (TakenPartIsLong() && Compact(notCompacted))
+        return true;
+    return WriteHead(error);
+}
+
+bool CMqttJournal::TakenPartIsLong() const
+{
+    const qint64 taken = m_nHead - HeaderSize;
+    return taken > CompactAfter && taken * 2 > m_nEnd - HeaderSize;
 }
 
 bool CMqttJournal::DropOldest(QString& error)
@@ -200,7 +215,7 @@ bool CMqttJournal::Release(qint64 offset, QString& error)
             error = Failure(QStringLiteral("cannot shorten it"));
             return false;
         }
-    } else if (m_nHead - HeaderSize > CompactAfter && (m_nHead - HeaderSize) * 2 > m_nEnd - HeaderSize) {
+    } else if (TakenPartIsLong()) {
         return Compact(error);
     }
     return WriteHead(error);

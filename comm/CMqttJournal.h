@@ -29,7 +29,8 @@ public:
     QString Path() const { return m_file.fileName(); }
 
     // Appends at the end; returns how many of the oldest messages were
-    // dropped to stay within the limit. False on a write failure.
+    // dropped to stay within the limit (a long dropped part is cut off, which
+    // moves the later messages as Release does). False on a write failure.
     bool Append(const QByteArrayList& messages, qint64& dropped, QString& error);
     // The message at offset (Head() or a Next() of it); false at the end.
     bool Read(qint64 offset, QByteArray& message, qint64& next, QString& error);
@@ -49,6 +50,7 @@ private:
     bool OpenLocked(const QString& path, QString& error);
     bool Scan(QString& error);
     bool WriteHead(QString& error);
+    bool TakenPartIsLong() const;
     bool Compact(QString& error);
     bool DropOldest(QString& error);
     QString Failure(const QString& what) const;

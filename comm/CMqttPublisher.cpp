@@ -2,9 +2,13 @@
 
 #include "CMqttJournal.h"
 
+#include <QFile>
 #include <QRandomGenerator>
 
 #include <mosquitto.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstring>
@@ -26,6 +30,8 @@ constexpr milliseconds OfflineTimeout(1000);
 // Messages in flight and no acknowledgement for this long: the connection
 // is taken as stuck, dropped and made anew (the journal sends them again).
 constexpr milliseconds AckTimeout(3000);
+constexpr int PublisherNice = 5;
+constexpr milliseconds ReleaseInterval(50);
 
 void InitLibrary()
 {
@@ -94,14 +100,17 @@ public:
                 SendWindow();
             const int rc = mosquitto_loop(m_pMosq, m_bConnected ? 10 : 50, 1);
             if (m_strLost.isEmpty() && rc != MOSQ_ERR_SUCCESS)
-                m_strLost = ErrorText(rc);
+                m_strLost = Reason(rc);
             if (m_strLost.isEmpty() && !m_bConnected && Clock::now() - m_connectStart > ConnectTimeout)
                 m_strLost = QStringLiteral("no answer from the broker");
             if (m_strLost.isEmpty() && m_bConnected && !m_inFlight.empty() && Clock::now() - m_lastAck > AckTimeout)
                 m_strLost = QStringLiteral("no acknowledgement from the broker");
             if (!m_strLost.isEmpty())
                 Retry(m_strLost);
-            Release();
+            // Every release writes the head down: a few times a second is
+            // enough (a crash in between sends those messages once more).
+            if (stopping || Clock::now() - m_lastRelease >= ReleaseInterval)
+                Release();
         }
         GoOffline();
         m_owner.SetState(State::Off, QString());
@@ -133,6 +142,7 @@ private:
             return stop;
         }
         m_bJournalFailed = false;
+        FollowMoves();
         ReportDropped(droppedBefore + dropped);
         if (m_journal.IsEmpty())
             m_bDropReported = false;
@@ -179,7 +189,10 @@ private:
             static_cast<Worker*>(self)->OnConnect(rc);
         });
         mosquitto_disconnect_callback_set(m_pMosq, [](mosquitto*, void* self, int) {
-            static_cast<Worker*>(self)->m_strLost = QStringLiteral("the broker closed the connection");
+            // A refused connection or a failed handshake keeps its own reason.
+            QString& lost = static_cast<Worker*>(self)->m_strLost;
+            if (lost.isEmpty())
+                lost = QStringLiteral("the broker closed the connection");
         });
         mosquitto_publish_callback_set(m_pMosq, [](mosquitto*, void* self, int mid) {
             static_cast<Worker*>(self)->OnPublished(mid);
@@ -190,9 +203,11 @@ private:
             rc = mosquitto_username_pw_set(m_pMosq, m_options.user.toUtf8().constData(),
                                            m_options.password.isEmpty() ? nullptr : m_options.password.toUtf8().constData());
         if (rc == MOSQ_ERR_SUCCESS && m_options.broker.m_bTls) {
-            const QByteArray ca = QFile::encodeName(m_options.caFile);
-            rc = mosquitto_tls_set(m_pMosq, ca.isEmpty() ? nullptr : ca.constData(),
-                                   ca.isEmpty() ? "/etc/ssl/certs" : nullptr, nullptr, nullptr, nullptr);
+            QString why;
+            if (!SetTls(why)) {
+                Retry(why);
+                return;
+            }
         }
         if (rc == MOSQ_ERR_SUCCESS)
             rc = mosquitto_connect_async(m_pMosq, m_options.broker.m_strHost.toUtf8().constData(),
@@ -200,7 +215,37 @@ private:
         m_connectStart = Clock::now();
         m_strLost.clear();
         if (rc != MOSQ_ERR_SUCCESS)
-            Retry(ErrorText(rc));
+            Retry(Reason(rc));
+    }
+
+    // Without a CA file the system's certificates vouch for the broker.
+    bool SetTls(QString& why)
+    {
+        const QString& caFile = m_options.caFile;
+        if (!caFile.isEmpty()) {
+            QFile ca(caFile);
+            if (!ca.open(QIODevice::ReadOnly)) {
+                why = QStringLiteral("CA file %1: %2").arg(caFile, ca.errorString());
+                return false;
+            }
+        }
+        const QByteArray ca = QFile::encodeName(caFile);
+        const int rc = mosquitto_tls_set(m_pMosq, ca.isEmpty() ? nullptr : ca.constData(),
+                                         ca.isEmpty() ? "/etc/ssl/certs" : nullptr, nullptr, nullptr, nullptr);
+        if (rc != MOSQ_ERR_SUCCESS)
+            why = QStringLiteral("TLS with %1: %2").arg(caFile.isEmpty() ? QStringLiteral("/etc/ssl/certs") : caFile, ErrorText(rc));
+        return rc == MOSQ_ERR_SUCCESS;
+    }
+
+    // A failed TLS handshake mostly means a broker certificate the CA does
+    // not vouch for (or a broker that does not speak TLS on that port).
+    QString Reason(int rc) const
+    {
+        if (rc != MOSQ_ERR_TLS)
+            return ErrorText(rc);
+        return QStringLiteral("TLS handshake failed: is the broker's certificate signed by %1 and made out to %2?")
+            .arg(m_options.caFile.isEmpty() ? QStringLiteral("a CA in /etc/ssl/certs") : m_options.caFile,
+                 m_options.broker.m_strHost);
     }
 
     void OnConnect(int rc)
@@ -264,6 +309,7 @@ private:
     // The acknowledged messages leave the journal.
     void Release()
     {
+        m_lastRelease = Clock::now();
         if (m_nAcked <= m_journal.Head())
             return;
         QString error;
@@ -274,20 +320,28 @@ private:
         if (m_journal.IsEmpty())
             m_bDropReported = false;
         m_nAcked = 0;
-        // The journal was shortened: what is sent and in flight moved with it.
+        FollowMoves();
+        UpdateWaiting();
+    }
+
+    // The journal was shortened: what is sent and in flight moved with it
+    // (a message dropped while in flight ends up before the head, and its
+    // acknowledgement releases nothing).
+    void FollowMoves()
+    {
         if (const qint64 moved = m_journal.Moved()) {
             m_nCursor -= moved;
             for (Sent& sent : m_inFlight)
                 sent.next -= moved;
         }
         m_nCursor = qMax(m_nCursor, m_journal.Head());
-        UpdateWaiting();
     }
 
     // A fresh client per attempt: libmosquitto would otherwise send its own
     // copies of unacknowledged messages again, next to the journal's.
     void Retry(const QString& reason)
     {
+        Release(); // what the broker took before the loss is not sent again
         Destroy();
         m_nextAttempt = Clock::now() + m_retry;
         m_owner.SetState(State::Retrying, QStringLiteral("%1 (%2:%3), next try in %4 s")
@@ -346,6 +400,7 @@ private:
     Clock::time_point m_connectStart{};
     Clock::time_point m_nextAttempt{};
     Clock::time_point m_lastAck{};
+    Clock::time_point m_lastRelease{};
     milliseconds m_retry = FirstRetry;
     std::deque<Sent> m_inFlight;
     qint64 m_nCursor = 0;
@@ -384,6 +439,10 @@ void CMqttPublisher::Start(const Options& options)
 
 void CMqttPublisher::Run(Options options)
 {
+    // The window's thread goes first on a busy machine: readings may wait
+    // in the journal a moment longer, the window must not.
+    pthread_setname_np(pthread_self(), "orvalis-mqtt");
+    setpriority(PRIO_PROCESS, id_t(gettid()), PublisherNice);
     Worker worker(*this, options);
     worker.Run();
 }

@@ -44,10 +44,22 @@ void CPublishingSink::Flush()
     SendLine();
 }
 
+QDateTime CPublishingSink::Now()
+{
+    // The local offset costs a look at /etc/localtime (glibc checks it for
+    // changes on every call): once a second is enough.
+    const qint64 ms = QDateTime::currentMSecsSinceEpoch();
+    if (ms / 1000 != m_nOffsetSecond) {
+        m_nOffsetSecond = ms / 1000;
+        m_nOffsetSeconds = QDateTime::fromMSecsSinceEpoch(ms).offsetFromUtc();
+    }
+    return QDateTime::fromMSecsSinceEpoch(ms, Qt::OffsetFromUTC, m_nOffsetSeconds);
+}
+
 void CPublishingSink::SendLine()
 {
     if (m_line.isEmpty())
         return;
-    m_send(CReadingJson::Make(QDateTime::currentDateTime(), m_strDriver, m_line));
+    m_send(CReadingJson::Make(Now(), m_strDriver, m_line));
     m_line.clear();
 }

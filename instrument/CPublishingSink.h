@@ -3,6 +3,7 @@
 #include "CTextSink.h"
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QString>
 
 #include <functional>
@@ -35,6 +36,7 @@ public:
     static constexpr qsizetype MaxLine = 64 * 1024;
 
 private:
+    QDateTime Now();
     void SendLine();
 
     CTextSink* m_pNext;
@@ -42,4 +44,6 @@ private:
     QString m_strDriver;
     QByteArray m_line;
     bool m_bEnabled = true;
+    qint64 m_nOffsetSecond = -1;
+    int m_nOffsetSeconds = 0;
 };

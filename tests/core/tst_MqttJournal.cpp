@@ -80,6 +80,30 @@ private Q_SLOTS:
         QCOMPARE(ReadAll(journal), Numbers(5, 15));
     }
 
+    void fullJournalStaysBoundedOnDiskWhileNothingIsTaken()
+    {
+        QString error;
+        qint64 dropped = 0;
+        CMqttJournal journal(20);
+        QVERIFY(journal.Open(Path(), error));
+        const QByteArray big(100000, 'x');
+        qint64 moved = 0;
+        for (int round = 0; round < 20; ++round) {
+            QByteArrayList batch(10, big);
+            batch.back() = QByteArray::number(round);
+            QVERIFY(journal.Append(batch, dropped, error));
+            moved += journal.Moved();
+        }
+        QVERIFY(moved > 0);
+        QCOMPARE(journal.Count(), 20);
+        // 20 MB went in; what is kept is 2 MB, the dropped part at most 8 MB.
+        QVERIFY(QFileInfo(Path()).size() < (qint64(12) << 20));
+        const QByteArrayList left = ReadAll(journal);
+        QCOMPARE(left.size(), 20);
+        QCOMPARE(left.back(), QByteArray("19"));
+        QCOMPARE(left.at(9), QByteArray("18"));
+    }
+
     void messageCutByACrashIsCutOff()
     {
         QString error;

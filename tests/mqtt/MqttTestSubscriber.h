@@ -22,11 +22,15 @@ public:
         bool bRetained;
     };
 
-    MqttTestSubscriber(int port, const QByteArray& filter, const QByteArray& id = "orvalis-test-subscriber")
+    // caFile: over TLS, trusting that CA.
+    MqttTestSubscriber(int port, const QByteArray& filter, const QByteArray& id = "orvalis-test-subscriber",
+                       const QString& caFile = QString())
         : m_filter(filter)
     {
         mosquitto_lib_init();
         m_pMosq = mosquitto_new(id.constData(), false, this);
+        if (!caFile.isEmpty())
+            mosquitto_tls_set(m_pMosq, caFile.toLocal8Bit().constData(), nullptr, nullptr, nullptr, nullptr);
         mosquitto_reconnect_delay_set(m_pMosq, 1, 1, false);
         mosquitto_connect_callback_set(m_pMosq, [](mosquitto* mosq, void* self, int rc) {
             auto* me = static_cast<MqttTestSubscriber*>(self);

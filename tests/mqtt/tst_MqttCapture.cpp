@@ -9,6 +9,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -53,18 +54,20 @@ class tst_MqttCapture : public QObject
     }
 
     // Starts capture; false when it did not report the broker connected.
-    bool StartCapture(QProcess& cli, const MqttTestBroker& broker, const CPtyPair& pty)
+    bool StartCapture(QProcess& cli, const MqttTestBroker& broker, const CPtyPair& pty,
+                      const QStringList& more = {}, const QByteArray& until = "MQTT: connected")
     {
         cli.setProcessChannelMode(QProcess::MergedChannels);
-        cli.start(QStringLiteral(ORVALIS_CLI), {QStringLiteral("capture"), Driver(), QStringLiteral("--port"),
-                                               pty.SlaveName(), QStringLiteral("--mqtt"), broker.Url(),
-                                               QStringLiteral("--topic"), QString::fromUtf8(Prefix)});
+        cli.start(QStringLiteral(ORVALIS_CLI), QStringList{QStringLiteral("capture"), Driver(), QStringLiteral("--port"),
+                                                           pty.SlaveName(), QStringLiteral("--mqtt"), broker.Url(),
+                                                           QStringLiteral("--topic"), QString::fromUtf8(Prefix)}
+                                                   + more);
         QElapsedTimer clock;
         clock.start();
         while (clock.elapsed() < 10000 && cli.state() != QProcess::NotRunning) {
             cli.waitForReadyRead(50);
             m_output += cli.readAll();
-            if (m_output.contains("MQTT: connected"))
+            if (m_output.contains(until))
                 return true;
         }
         return false;
@@ -133,6 +136,88 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("offline"), 10000);
     }
 
+    void passwordFromAFileOrTheEnvironmentLetsTheUserIn_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<QByteArray>("outcome");
+        QTest::newRow("password file") << "file" << "s3cret word" << QByteArray("MQTT: connected");
+        QTest::newRow("environment variable") << "environment" << "s3cret word" << QByteArray("MQTT: connected");
+        QTest::newRow("wrong password is retried with the reason")
+            << "file" << "guess" << QByteArray("MQTT: retrying: Connection Refused: not authorised");
+    }
+    void passwordFromAFileOrTheEnvironmentLetsTheUserIn()
+    {
+        QFETCH(QString, how);
+        QFETCH(QString, password);
+        QFETCH(QByteArray, outcome);
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        const QString refused = broker.RequirePassword(QStringLiteral("lab"), QStringLiteral("s3cret word"));
+        if (!refused.isEmpty())
+            QSKIP(qPrintable(refused));
+        QVERIFY(broker.Start());
+        // The user name from the driver's section, as the window keeps it.
+        {
+            QSettings profile(m_dir.filePath(QStringLiteral("Orvalis.ini")), QSettings::IniFormat);
+            profile.setValue(QStringLiteral("Balance/MqttUser"), QStringLiteral("lab"));
+        }
+        QStringList more;
+        QProcess cli;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus"));
+        if (how == "file") {
+            QFile file(m_dir.filePath(QStringLiteral("broker-password")));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(password.toUtf8() + "\n");
+            file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+            more = {QStringLiteral("--password-file"), file.fileName()};
+        } else {
+            environment.insert(QStringLiteral("ORVALIS_MQTT_PASSWORD"), password);
+        }
+        cli.setProcessEnvironment(environment);
+        CPtyPair pty;
+        QVERIFY2(StartCapture(cli, broker, pty, more, outcome), m_output.constData());
+        QVERIFY2(m_output.contains(how == "file" ? "the password from " : "the password from ORVALIS_MQTT_PASSWORD"),
+                 m_output.constData());
+        QVERIFY(!m_output.contains(password.toUtf8()));
+        ::kill(pid_t(cli.processId()), SIGINT);
+        QVERIFY(cli.waitForFinished(10000));
+        QSettings(m_dir.filePath(QStringLiteral("Orvalis.ini")), QSettings::IniFormat).remove(QStringLiteral("Balance"));
+    }
+
+    void mqttsWithACaFileArrives()
+    {
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        const QString tls = broker.EnableTls();
+        if (!tls.isEmpty())
+            QSKIP(qPrintable(tls));
+        QVERIFY(broker.Start());
+        MqttTestSubscriber subscriber(broker.Port(), Prefix + "/readings", "orvalis-test-capture-tls", broker.CaFile());
+        QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
+        CPtyPair pty;
+        QProcess cli;
+        QVERIFY2(StartCapture(cli, broker, pty, {QStringLiteral("--ca-file"), broker.CaFile()}), m_output.constData());
+        QVERIFY(pty.WriteMaster("over TLS\r\n"));
+        QTRY_COMPARE_WITH_TIMEOUT(Texts(subscriber.Payloads(Prefix + "/readings")), QList<QByteArray>{"over TLS"}, 10000);
+        ::kill(pid_t(cli.processId()), SIGINT);
+        QVERIFY(cli.waitForFinished(10000));
+    }
+
+    void helpNamesEveryPasswordSource()
+    {
+        QProcess cli;
+        cli.start(QStringLiteral(ORVALIS_CLI), {QStringLiteral("capture"), QStringLiteral("--help")});
+        QVERIFY(cli.waitForFinished(10000));
+        const QByteArray help = cli.readAllStandardOutput();
+        QCOMPARE(cli.exitCode(), 0);
+        for (const char* part : {"--password-file FILE", "ORVALIS_MQTT_PASSWORD", "keyring", "--ca-file FILE"})
+            QVERIFY2(help.contains(part), help.constData());
+    }
+
     void badBrokerAddressIsAUsageError_data()
     {
         QTest::addColumn<QStringList>("options");
@@ -141,6 +226,11 @@ private Q_SLOTS:
         QTest::newRow("no host") << QStringList{"--mqtt", "mqtt://:1883"} << "no host";
         QTest::newRow("wildcard topic") << QStringList{"--mqtt", "mqtt://x", "--topic", "a/#"} << "--topic";
         QTest::newRow("topic alone") << QStringList{"--topic", "a"} << "--topic needs --mqtt";
+        QTest::newRow("password file alone") << QStringList{"--password-file", "p"} << "--password-file needs --mqtt";
+        QTest::newRow("unreadable password file")
+            << QStringList{"--mqtt", "mqtt://x", "--password-file", "/nonexistent/p"} << "--password-file /nonexistent/p:";
+        QTest::newRow("unreadable CA file")
+            << QStringList{"--mqtt", "mqtts://x", "--ca-file", "/nonexistent/ca.pem"} << "--ca-file /nonexistent/ca.pem";
     }
     void badBrokerAddressIsAUsageError()
     {

@@ -226,6 +226,73 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(subscriber.Payloads(Readings), Expected(15, 25), 5000);
     }
 
+    void mqttsWithTheBrokersCaFileArrives()
+    {
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        const QString tls = broker.EnableTls();
+        if (!tls.isEmpty())
+            QSKIP(qPrintable(tls));
+        QVERIFY(broker.Start());
+        CMqttPublisher::Options options = Options(broker);
+        QVERIFY(options.broker.m_bTls);
+        options.caFile = broker.CaFile();
+        CMqttPublisher publisher;
+        publisher.Start(options);
+        for (int n = 0; n < 50; ++n)
+            publisher.Publish(Line(n).chopped(2));
+        QTRY_VERIFY_WITH_TIMEOUT(publisher.CurrentState() == CMqttPublisher::State::Connected, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(publisher.Waiting(), 0, 10000);
+        // Read back over TLS as well: the broker has no plain listener.
+        MqttTestSubscriber subscriber(broker.Port(), Status, "orvalis-test-tls", broker.CaFile());
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Status), QByteArray("online"), 10000);
+        QVERIFY(broker.Log().contains(QStringLiteral("New client connected")));
+    }
+
+    void mqttsWithAnotherCaIsRefusedAndRetried()
+    {
+        MqttTestBroker broker;
+        MqttTestBroker stranger; // only for its CA
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        QString tls = broker.EnableTls();
+        if (tls.isEmpty())
+            tls = stranger.EnableTls();
+        if (!tls.isEmpty())
+            QSKIP(qPrintable(tls));
+        QVERIFY(broker.Start());
+        CMqttPublisher::Options options = Options(broker);
+        options.caFile = stranger.CaFile();
+        CMqttPublisher publisher;
+        QSignalSpy states(&publisher, &CMqttPublisher::StateChanged);
+        publisher.Start(options);
+        publisher.Publish("kept");
+        QTRY_VERIFY_WITH_TIMEOUT(states.size() >= 2, 10000);
+        QVERIFY(publisher.CurrentState() == CMqttPublisher::State::Retrying);
+        const QString reason = states.last().at(1).toString();
+        QVERIFY2(reason.contains(QStringLiteral("TLS"), Qt::CaseInsensitive), qPrintable(reason));
+        QTest::qWait(300);
+        QCOMPARE(publisher.Waiting(), 1);
+    }
+
+    void mqttsWithAMissingCaFileSaysWhich()
+    {
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        CMqttPublisher::Options options = Options(broker);
+        QString error;
+        QVERIFY(CMqttBrokerUrl::Parse(QStringLiteral("mqtts://127.0.0.1:%1").arg(broker.Port()), options.broker, error));
+        options.caFile = m_dir.filePath(QStringLiteral("no-such-ca.pem"));
+        CMqttPublisher publisher;
+        QSignalSpy states(&publisher, &CMqttPublisher::StateChanged);
+        publisher.Start(options);
+        QTRY_VERIFY_WITH_TIMEOUT(states.size() >= 2, 5000);
+        const QString reason = states.last().at(1).toString();
+        QVERIFY2(reason.contains(QStringLiteral("no-such-ca.pem")), qPrintable(reason));
+    }
+
     void unreachableBrokerIsRetriedWithTheReason()
     {
         MqttTestBroker broker;

@@ -24,7 +24,8 @@ namespace {
 const char* const Usage =
     "usage: orvalis-cli capture DRIVER [--port NAME] [--cells FILE.csv] [--record FILE]\n"
     "                           [--serial N] [--key N] [--playback NAME]\n"
-    "                           [--mqtt URL [--topic PREFIX]]\n";
+    "                           [--mqtt URL [--topic PREFIX] [--user NAME] [--ca-file FILE]\n"
+    "                                       [--password-file FILE]]\n";
 
 // The owner of the channel, as the instrument window is: each notification
 // runs a processing pass and is acknowledged; the transfer events go to the
@@ -82,6 +83,10 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     parser.addOptions({cells, record, playbackName});
     CLineOptions line(parser);
     CMqttOptions mqtt(parser);
+    if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
+        out << Usage << "\n" << CMqttOptions::Help;
+        return ExitOk;
+    }
     if (!parser.parse(QStringList{QStringLiteral("capture")} + arguments) || parser.positionalArguments().size() != 1) {
         if (!parser.errorText().isEmpty())
             err << "orvalis-cli capture: " << parser.errorText() << "\n";

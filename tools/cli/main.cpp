@@ -37,8 +37,8 @@ std::unique_ptr<CCliCommand> Make()
 
 const CCommandEntry Commands[] = {
     {"show", "FILE", "print every record of a .tbb, .drv or v24print.drv file", &Make<CShowCommand>},
-    {"capture", "DRIVER [--port NAME] [--cells FILE.csv] [--record FILE] [--serial N] [--key N] [--playback NAME] [--mqtt URL [--topic PREFIX]]",
-     "show what the instrument sends, until Ctrl-C", &Make<CCaptureCommand>},
+    {"capture", "DRIVER [--port NAME] [--cells FILE.csv] [--record FILE] [--serial N] [--key N] [--playback NAME] [--mqtt URL [--topic PREFIX] [--user NAME] [--ca-file FILE] [--password-file FILE]]",
+     "show what the instrument sends, until Ctrl-C (capture --help: the options)", &Make<CCaptureCommand>},
     {"replay", "DRIVER FILE [--cells FILE.csv]", "run recorded bytes through the driver's pipeline offline", &Make<CReplayCommand>},
     {"screen", "DRIVER.drv FILE", "show the terminal screen that received bytes leave", &Make<CScreenCommand>},
     {"set-connector", "DRIVER CONNECTOR", "point an instrument driver at another line", &Make<CConnectorCommand>},
