@@ -21,11 +21,11 @@ mutants=$(cat <<'LIST'
 driver/CArchive.cpp~    if (length < 0xFF) {~    if (length <= 0xFF) {~archive: one-byte string length bound~tst_CArchive tst_CDriverFile tst_DriverRecords tst_CTerminalFile
 driver/CArchive.cpp~        if (length < 0xFFFE) {~        if (length < 0xFFFF) {~archive: 16-bit string length bound~tst_CArchive tst_CDriverFile tst_DriverRecords tst_CTerminalFile
 driver/CArchive.cpp~    if (count < 0xFFFF) {~    if (count <= 0xFFFF) {~archive: 16-bit count bound~tst_CArchive tst_CDriverFile tst_DriverRecords tst_CTerminalFile
-driver/CScriptCommand.cpp~    return n < 1 ? QByteArray() : s.left(qsizetype(qMin<qint64>(n, s.size())));~    return n < 0 ? QByteArray() : s.left(qsizetype(qMin<qint64>(n, s.size())));~script: First of zero bytes~tst_ScriptCommand tst_ReceivePipeline
+driver/CScriptCommand.cpp~        if (byte == ' ') {~        if (byte == ' ' || byte == '\t') {~script: ChangeSpaces takes tabs for spaces~tst_ScriptCommand tst_ReceivePipeline
 driver/CScriptCommand.cpp~    return First(s, position) + Last(s, qint64(s.size()) - position - count);~    return First(s, position) + Last(s, qint64(s.size()) - position - count + 1);~script: RemoveCharacters off by one~tst_ScriptCommand tst_ReceivePipeline
 driver/CScriptCommand.cpp~    if (position < 0 || position >= s.size())~    if (position < 0 || position > s.size())~script: ChangeCharacter bound~tst_ScriptCommand tst_ReceivePipeline
 driver/CParse.cpp~        if (value < 32) {~        if (value <= 32) {~control codes: space encoded~tst_ControlCodes tst_ScriptCommand tst_CommandSender
-driver/CControlCode.cpp~    if (code < 0 || code >= Count)~    if (code < 0 || code > Count)~control codes: name lookup bound~tst_ControlCodes tst_ScriptCommand tst_CommandSender
+driver/CControlCode.cpp~    for (int code = 0; code < Count; ++code) {~    for (int code = 0; code < Count - 1; ++code) {~control codes: last name not found~tst_ControlCodes tst_ScriptCommand tst_CommandSender
 comm/CSerialNumberRecord.cpp~    record += Hex(quint32(0xFF - sum % 256), 2);~    record += Hex(quint32(0xFF - sum % 255), 2);~serial record: checksum~tst_SerialNumberRecord tst_CommandSender
 comm/CTransferProgress.cpp~    if (m_nTotal <= 0)~    if (m_nTotal < 0)~progress: empty file~tst_CommandSender tst_CommSending
 comm/CCommandSender.cpp~    if (serial < 0 || (file >= 0 && file < serial))~    if (serial < 0 || (file >= 0 && file > serial))~sender: first macro wins~tst_CommandSender tst_CSerialNumberDlg

@@ -13,6 +13,7 @@
 
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cerrno>
 #include <ctime>
 #include <thread>
@@ -584,6 +585,20 @@ void tst_CommChannel::writingToAPeerThatNeverReadsIsBounded()
     channel.SetOutput("abc");
     const qint64 threeBytes = timer.elapsed();
     QVERIFY2(threeBytes >= 140 && threeBytes < 1000, qPrintable(QString::number(threeBytes)));
+
+    // A transfer that goes on waits for every byte as plain output does; a
+    // stopped one gives up at the first byte the line does not take.
+    std::atomic<bool> stop{false};
+    channel.SetWriteTimeout(300);
+    timer.restart();
+    channel.SetOutputUntil("abc", stop);
+    const qint64 goingOn = timer.elapsed();
+    QVERIFY2(goingOn >= 880, qPrintable(QString::number(goingOn)));
+    stop = true;
+    timer.restart();
+    channel.SetOutputUntil("abc", stop);
+    const qint64 stopped = timer.elapsed();
+    QVERIFY2(stopped < 600, qPrintable(QString::number(stopped)));
 
     channel.SetWriteTimeout(CComm::DefaultWriteTimeoutMs);
     timer.restart();

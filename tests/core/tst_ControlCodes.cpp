@@ -116,6 +116,7 @@ void tst_ControlCodes::encode_data()
     QTest::newRow("CR LF") << QByteArray("\r\n") << QByteArray("<CR><LF>");
     QTest::newRow("embedded NUL is encoded") << QByteArray("A\0B", 3) << QByteArray("A<NUL>B");
     QTest::newRow("DEL stays") << QByteArray("\x7f") << QByteArray("\x7f");
+    QTest::newRow("space and the printable bytes stay") << QByteArray("a b~") << QByteArray("a b~");
 }
 
 void tst_ControlCodes::encode()

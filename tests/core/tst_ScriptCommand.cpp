@@ -55,6 +55,8 @@ void tst_ScriptCommand::execute_data()
                                         << QByteArray("a\tb");
     QTest::newRow("ChangeSpaces replaces each run") << QByteArray("ChangeSpaces(;)") << weight
                                                     << QByteArray(";12.5;mg");
+    QTest::newRow("ChangeSpaces leaves tabs")
+        << QByteArray("ChangeSpaces(;)") << QByteArray("1\t 2\t") << QByteArray("1\t;2\t");
     QTest::newRow("ChangeSpaces with a longer string")
         << QByteArray("ChangeSpaces(abc)") << QByteArray("1 2") << QByteArray("1abc2");
     QTest::newRow("ChangeSpaces without argument removes spaces")
