@@ -1,3 +1,4 @@
+#include "CDriverFile.h"
 #include "CliRun.h"
 #include "Version.h"
 
@@ -28,6 +29,8 @@ class tst_cli : public QObject
 private Q_SLOTS:
     void showPrintsEveryRecord_data();
     void showPrintsEveryRecord();
+    void showBoundsALongField_data();
+    void showBoundsALongField();
     void showRefusesBadFiles_data();
     void showRefusesBadFiles();
     void usageErrors_data();
@@ -89,6 +92,32 @@ void tst_cli::showPrintsEveryRecord()
         QVERIFY(!run.out.contains("\nScript\n"));
     if (path.endsWith("v24print.drv"))
         QVERIFY(!run.out.contains("\nFunction keys\n"));
+}
+
+void tst_cli::showBoundsALongField_data()
+{
+    QTest::addColumn<int>("length");
+    QTest::addColumn<bool>("cut");
+    QTest::newRow("4 KB is shown whole") << 4096 << false;
+    QTest::newRow("one byte more is cut with its length") << 4097 << true;
+}
+
+void tst_cli::showBoundsALongField()
+{
+    QFETCH(int, length);
+    QFETCH(bool, cut);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("long.tbb"));
+    CDriverFile records;
+    records.m_Driver.m_strName = QByteArray(4096, 'A') + QByteArray(length - 4096, 'B');
+    QVERIFY(records.Store(path).IsOk());
+    const CliRun run = RunCli({"show", path});
+    QCOMPARE(run.exitCode, 0);
+    const QString whole = QLatin1Char('"') + QString(4096, QLatin1Char('A')) + QLatin1Char('"');
+    // Cut: the first 4 KB between quotes, the rest only as a length.
+    QVERIFY(run.out.contains(whole));
+    QCOMPARE(run.out.contains(QStringLiteral("\u2026 (%1 bytes)").arg(length)), cut);
+    QCOMPARE(run.out.contains(QStringLiteral("AB")), !cut);
 }
 
 void tst_cli::showRefusesBadFiles_data()
