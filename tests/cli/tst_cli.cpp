@@ -109,15 +109,15 @@ void tst_cli::showBoundsALongField()
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("long.tbb"));
     CDriverFile records;
-    records.m_Driver.m_strName = QByteArray(4096, 'A') + QByteArray(length - 4096, 'B');
+    records.m_Driver.m_strName = QByteArray(length, 'A');
     QVERIFY(records.Store(path).IsOk());
     const CliRun run = RunCli({"show", path});
     QCOMPARE(run.exitCode, 0);
-    const QString whole = QLatin1Char('"') + QString(4096, QLatin1Char('A')) + QLatin1Char('"');
-    // Cut: the first 4 KB between quotes, the rest only as a length.
-    QVERIFY(run.out.contains(whole));
+    // The first 4 KB between quotes; a longer field goes on only as its length.
+    const QString shown = QLatin1Char('"') + QString(4096, QLatin1Char('A')) + QLatin1Char('"');
+    QVERIFY(run.out.contains(shown));
     QCOMPARE(run.out.contains(QStringLiteral("\u2026 (%1 bytes)").arg(length)), cut);
-    QCOMPARE(run.out.contains(QStringLiteral("AB")), !cut);
+    QCOMPARE(run.out.contains(QStringLiteral("\u2026")), cut);
 }
 
 void tst_cli::showRefusesBadFiles_data()
