@@ -108,6 +108,8 @@ void tst_TerminalScreen::shownScreen_data()
     QTest::newRow("VT52 address split over three writes")
         << int(E::EmulationVt52) << QByteArrayList{Esc("Y"), QByteArray(1, char(32 + 1)), QByteArray(1, char(32 + 3)) + "X"}
         << Rows({"", "   X"});
+    QTest::newRow("VT52 address of the row just below the screen keeps the row")
+        << int(E::EmulationVt52) << QByteArrayList{"ab" + Vt52Address(10, 0) + "X"} << Rows({"Xb"});
     QTest::newRow("VT52 address beyond the last row keeps the row")
         << int(E::EmulationVt52) << QByteArrayList{"ab" + Vt52Address(50, 0) + "X"} << Rows({"Xb"});
     QTest::newRow("VT52 erase to end of screen")
@@ -151,7 +153,8 @@ void tst_TerminalScreen::shownScreen_data()
     QTest::newRow("None shows a lone ESC by its name")
         << int(E::EmulationNone) << QByteArrayList{Esc("x"), Esc("[1")} << Rows({"<ESC>x<ESC>[1"});
     QTest::newRow("None shows DEL and undefined bytes as symbols")
-        << int(E::EmulationNone) << QByteArrayList{"\x7f\x81"} << Rows({QStringLiteral("\u2421\uFFFD")});
+        << int(E::EmulationNone) << QByteArrayList{"\x7f\x81\x9d\x9f"}
+        << Rows({QStringLiteral("\u2421\uFFFD\uFFFD\u0178")});
     QTest::newRow("None ESC [2J clears")
         << int(E::EmulationNone) << QByteArrayList{"abc" + Esc("[2J")} << Rows({});
 
