@@ -64,7 +64,7 @@ instrument/ui/COrvalisView.cpp~    app->m_nInstrumentOptionsPage = sheet.m_nLast
 app/CMainFrame.cpp~    // A new instrument window is an empty text, not a connection.<NL>    app->m_bConnectRequested = 0;~~File New: new window tries to connect~tst_InstrumentWindow
 app/CWindowRect.cpp~    if (width > 0 && height > 0 && width <= INT_MAX && height <= INT_MAX)~    if (width >= 0 && height > 0 && width <= INT_MAX && height <= INT_MAX)~window rectangle: zero width kept~tst_MainFrame tst_ShellRules
 app/CCommandLine.cpp~            if (rest == QLatin1String("minimize"))~            if (rest != QLatin1String("minimize"))~command line: /Sminimize~tst_ShellRules tst_MainFrame
-res/ui/CPropSheet.cpp~    if (index < 0 || index >= m_pages.size())~    if (index < 0 || index > m_pages.size())~sheet: start page bound~tst_Pages tst_InstrumentWindow tst_DriverCommands
+res/ui/CPropSheet.cpp~    SelectQuietly(m_pages.size() - 1 == m_nStartPage ? m_nStartPage : m_pTabs->currentIndex());~    SelectQuietly(m_pages.size() == m_nStartPage ? m_nStartPage : m_pTabs->currentIndex());~sheet: start page never selected~tst_Pages tst_InstrumentWindow tst_DriverCommands
 app/CMainFrame.cpp~        const QRect normal = normalGeometry();~        const QRect normal = geometry();~main window: maximised rectangle kept~tst_MainFrame tst_ShellRules
 LIST
 )

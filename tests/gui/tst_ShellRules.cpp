@@ -139,6 +139,8 @@ void tst_ShellRules::placement_data()
         << QList<int>{10, 20, 810, 620} << true << QRect(10, 20, 800, 600);
     QTest::newRow("position only when right and bottom are missing")
         << QList<int>{10, 20, 0, 0} << true << QRect(QPoint(10, 20), QSize());
+    QTest::newRow("zero width: the position, and the window's own size")
+        << QList<int>{10, 20, 10, 620} << true << QRect(QPoint(10, 20), QSize());
     QTest::newRow("a rectangle on no screen is not used")
         << QList<int>{5000, 5000, 5800, 5600} << false << QRect();
     QTest::newRow("a rectangle partly on the screen is used")
