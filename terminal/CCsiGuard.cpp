@@ -20,8 +20,14 @@ const QByteArray& CCsiGuard::Filter(const QByteArray& bytes, QByteArray& out)
     const qsizetype size = bytes.size();
     const auto* data = reinterpret_cast<const unsigned char*>(bytes.constData());
     qsizetype at = 0;
-    while (at < size && Step(data[at]))
+    while (at < size) {
+        // Most of a stream is text: on to the next ESC or 8-bit CSI.
+        while (m_state == Ground && at < size && data[at] != Esc && data[at] != Csi8Bit)
+            ++at;
+        if (at == size || !Step(data[at]))
+            break;
         ++at;
+    }
     if (at == size)
         return bytes;
     // From the first dropped byte on, the kept ones are copied.
