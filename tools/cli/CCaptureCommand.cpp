@@ -21,7 +21,8 @@ namespace {
 
 const char* const Usage =
     "usage: orvalis-cli capture DRIVER [--port NAME] [--cells FILE.csv] [--record FILE]\n"
-    "                           [--serial N] [--key N] [--playback NAME]\n";
+    "                           [--serial N] [--key N] [--playback NAME]\n"
+    "                           [--timestamps]\n";
 
 // The owner of the channel, as the instrument window is: each notification
 // runs a processing pass and is acknowledged; the transfer events go to the
@@ -76,7 +77,8 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     const QCommandLineOption cells(QStringLiteral("cells"), QString(), QStringLiteral("FILE.csv"));
     const QCommandLineOption record(QStringLiteral("record"), QString(), QStringLiteral("FILE"));
     const QCommandLineOption playbackName(QStringLiteral("playback"), QString(), QStringLiteral("NAME"));
-    parser.addOptions({cells, record, playbackName});
+    const QCommandLineOption timestamps(QStringLiteral("timestamps"));
+    parser.addOptions({cells, record, playbackName, timestamps});
     CLineOptions line(parser);
     if (!parser.parse(QStringList{QStringLiteral("capture")} + arguments) || parser.positionalArguments().size() != 1) {
         if (!parser.errorText().isEmpty())
@@ -98,6 +100,8 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
         err << error << "\n";
         return ExitFailed;
     }
+    if (parser.isSet(timestamps))
+        session.EnableTimestamps();
     CCaptureWriter writer;
     if (parser.isSet(record) && !writer.Open(parser.value(record))) {
         err << writer.ErrorString() << "\n";

@@ -3,6 +3,7 @@
 #include "CConsoleTextSink.h"
 #include "CCsvCellSink.h"
 #include "CDriverFile.h"
+#include "CLineStamper.h"
 #include "CReceivePipeline.h"
 
 #include <QString>
@@ -24,6 +25,8 @@ public:
     bool OpenCells(const QString& path, QString& error);
     // Ends the CSV file; false with the message when a cell was not written.
     bool Finish(QString& error);
+    // Puts the local time in front of every line shown.
+    void EnableTimestamps() { m_pipeline.SetTextSink(&m_stamper); }
     // Writes the text of the last processing pass through to the console.
     void FlushText() { m_text.Flush(); }
     // The first failed write of a cell, "" while all went well.
@@ -35,6 +38,7 @@ public:
 private:
     CDriverFile m_driver;
     CConsoleTextSink m_text;
+    CLineStamper m_stamper{m_text};
     CCsvCellSink m_cells;
     bool m_bCells = false;
     CReceivePipeline m_pipeline;
