@@ -1,5 +1,7 @@
 #include "CChildFrame.h"
 
+#include "CMainFrame.h"
+#include "COrvalisApp.h"
 #include "COrvalisView.h"
 
 CChildFrame::CChildFrame(QWidget* parent)
@@ -12,7 +14,8 @@ CChildFrame::CChildFrame(QWidget* parent)
 
 QWidget* CChildFrame::CreateView(CChildFrame* frame)
 {
-    return new COrvalisView(frame);
+    const COrvalisApp* app = COrvalisApp::Get();
+    return new COrvalisView(app ? app->MainFrame() : nullptr, frame);
 }
 
 void CChildFrame::SetDocumentPath(const QString& path)

@@ -3,7 +3,11 @@
 #include "CCommGeneralPage.h"
 #include "CCommPage.h"
 #include "CDriverFile.h"
+#include "CCodePage.h"
 #include "CFunctionKeysPage.h"
+#include "COrvalisApp.h"
+#include "CProfile.h"
+#include "CPublishingPage.h"
 #include "CScriptPage.h"
 #include "CSettingsPage.h"
 #include "CStringTable.h"
@@ -16,12 +20,20 @@ CInstrumentSheet::CInstrumentSheet(QWidget* parent, int startPage, bool bModifyM
     , m_pSettingsPage(new CSettingsPage)
     , m_pFunctionKeysPage(new CFunctionKeysPage)
     , m_pScriptPage(new CScriptPage)
+    , m_pPublishingPage(new CPublishingPage)
 {
     AddPage(m_pGeneralPage);
     AddPage(m_pCommPage);
     AddPage(m_pSettingsPage);
     AddPage(m_pFunctionKeysPage);
     AddPage(m_pScriptPage);
+    AddPage(m_pPublishingPage);
+}
+
+QString CInstrumentSheet::ProfilePath()
+{
+    COrvalisApp* app = COrvalisApp::Get();
+    return app ? app->Profile().Path() : CProfile::DefaultPath();
 }
 
 void CInstrumentSheet::LoadFrom(const CDriverFile& records)
@@ -31,6 +43,7 @@ void CInstrumentSheet::LoadFrom(const CDriverFile& records)
     m_pSettingsPage->LoadFrom(records.m_Terminal);
     m_pFunctionKeysPage->LoadFrom(records.m_FunctionKeys);
     m_pScriptPage->LoadFrom(records.m_Script);
+    m_pPublishingPage->LoadFor(ProfilePath(), CCodePage::ToUnicode(records.m_Driver.m_strName));
 }
 
 void CInstrumentSheet::SaveTo(CDriverFile& records) const
@@ -40,4 +53,5 @@ void CInstrumentSheet::SaveTo(CDriverFile& records) const
     m_pSettingsPage->SaveTo(records.m_Terminal);
     m_pFunctionKeysPage->SaveTo(records.m_FunctionKeys);
     m_pScriptPage->SaveTo(records.m_Script);
+    m_pPublishingPage->SaveFor(CCodePage::ToUnicode(records.m_Driver.m_strName));
 }

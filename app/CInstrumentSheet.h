@@ -6,11 +6,13 @@ class CCommGeneralPage;
 class CCommPage;
 class CDriverFile;
 class CFunctionKeysPage;
+class CPublishingPage;
 class CScriptPage;
 class CSettingsPage;
 
 // "Communication Setup" of an instrument driver: General, Communication
-// Parameter, Terminal Settings, Function Keys and Script Language. Used by
+// Parameter, Terminal Settings, Function Keys, Script Language and
+// Publishing (kept in Orvalis.ini, not in the driver file). Used by
 // Add and Modify Instrument and by the instrument window's Options (which
 // sets bModifyMode).
 class CInstrumentSheet : public CPropSheet
@@ -24,10 +26,13 @@ public:
     void LoadFrom(const CDriverFile& records);
     // After OK: every page stores into its record, in page order.
     void SaveTo(CDriverFile& records) const;
+    // The settings file the Publishing page reads and writes.
+    static QString ProfilePath();
 
     CCommGeneralPage* m_pGeneralPage;
     CCommPage* m_pCommPage;
     CSettingsPage* m_pSettingsPage;
     CFunctionKeysPage* m_pFunctionKeysPage;
     CScriptPage* m_pScriptPage;
+    CPublishingPage* m_pPublishingPage;
 };

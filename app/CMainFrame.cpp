@@ -108,6 +108,8 @@ CMainFrame::~CMainFrame()
 {
     // Child windows still open are hidden while this window is torn down.
     m_pMdiArea->disconnect(this);
+    // They go first, while their views can still reach this window.
+    qDeleteAll(m_pMdiArea->subWindowList());
     delete m_pKeyLocks;
 }
 
@@ -339,10 +341,9 @@ void CMainFrame::OnShowCount(int nCount)
     SetPaneText(PaneCount, QString::asprintf("%8d", nCount));
 }
 
-void CMainFrame::PostCount(int nCount)
+void CMainFrame::PostShowCount(int nCount)
 {
-    if (COrvalisApp* app = COrvalisApp::Get(); app && app->MainFrame())
-        QCoreApplication::postEvent(app->MainFrame(), new CShowCountEvent(nCount));
+    QCoreApplication::postEvent(this, new CShowCountEvent(nCount));
 }
 
 void CMainFrame::customEvent(QEvent* event)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CCommandTarget.h"
+#include "CFrameServices.h"
 #include "CWindowRect.h"
 
 #include <QEvent>
@@ -41,13 +42,11 @@ public:
 // The main window: MDI area, menus 128/129/130, tool bar, status bar with
 // five panes, the function-key bar, and the commands that connect
 // instruments, open terminals and add or modify drivers.
-class CMainFrame : public QMainWindow, public CCommandTarget
+class CMainFrame : public QMainWindow, public CCommandTarget, public CFrameServices
 {
     Q_OBJECT
 
 public:
-    enum Pane { PaneMessage = 0, PaneCount = 1, PaneCaps = 2, PaneNum = 3, PaneScrl = 4 };
-
     explicit CMainFrame(QWidget* parent = nullptr);
     ~CMainFrame() override;
 
@@ -56,26 +55,27 @@ public:
 
     // Function-key bar. SetFunctionKeyText: 1, or 0 for an id outside
     // 3048..3055. GetFunctionKeyText: the caption's length, or -1.
-    int SetFunctionKeyText(int nID, const QString& text);
-    int GetFunctionKeyText(int nID, QString& text) const;
-    void ShowFunctionKeyBar(int bShow);
+    int SetFunctionKeyText(int nID, const QString& text) override;
+    int GetFunctionKeyText(int nID, QString& text) const override;
+    void ShowFunctionKeyBar(int bShow) override;
     bool IsFunctionKeyBarVisible() const;
     CFunctionKeyBar* FunctionKeyBar() const { return m_pFunctionKeyBar; }
 
     // Status bar panes 0..4 (PaneMessage .. PaneScrl). A file transfer lays its
     // progress bar over pane 1 (PaneWidget gives its place).
-    void SetPaneText(int nPane, const QString& text);
-    QString GetPaneText(int nPane) const;
-    QLabel* PaneWidget(int nPane) const;
+    void SetPaneText(int nPane, const QString& text) override;
+    QString GetPaneText(int nPane) const override;
+    QStatusBar* StatusBar() override { return statusBar(); }
+    QLabel* PaneWidget(int nPane) const override;
     // The received-byte count in pane 1, "%8d".
     void OnShowCount(int nCount);
-    // Posts the count message to the program's main window (any thread).
-    static void PostCount(int nCount);
+    // Posts the count message to this window (any thread).
+    void PostShowCount(int nCount) override;
 
     // The item of the menu shown now: popup index (0 = "&File") and command.
     // The instrument window rewrites "&Connect" (popup 3) and checks items of
     // "&Extras" (popup 4) with it. nullptr when the menu has no such item.
-    QAction* MenuItem(int nPopup, int nID) const;
+    QAction* MenuItem(int nPopup, int nID) const override;
     // The menu shown now: 128, 129 or 130.
     int CurrentMenuId() const { return m_nCurrentMenu; }
 

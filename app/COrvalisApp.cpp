@@ -6,6 +6,7 @@
 #include "CMainFrame.h"
 #include "CProgramFolder.h"
 #include "ResourceIds.h"
+#include "Version.h"
 
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -59,6 +60,8 @@ void COrvalisApp::InitApplication()
 {
     QGuiApplication::setApplicationName(QStringLiteral("Orvalis"));
     QGuiApplication::setWindowIcon(CAppIcon::Icon());
+    // The desktop entry's name: the window system matches windows to it.
+    QGuiApplication::setDesktopFileName(QStringLiteral(ORVALIS_APP_ID));
 }
 
 QPrinter& COrvalisApp::Printer()
@@ -94,6 +97,10 @@ bool COrvalisApp::InitInstance(const QStringList& arguments)
     m_pMainFrame->show();
     if (!m_strLastUsedDriver.isEmpty() && m_bDriverOnCommandLine)
         m_pMainFrame->RouteCommand(ID_CONNECT_INSTRUMENT);
+    if (!m_strTerminalOnCommandLine.isEmpty()) {
+        m_strLastTerminalDriver = m_strTerminalOnCommandLine;
+        m_pMainFrame->OpenNewDocument(CDocTemplate(IDR_TERMINALTYPE).NewFileName());
+    }
     return true;
 }
 
@@ -103,6 +110,7 @@ void COrvalisApp::ParseCommandLine(const QStringList& arguments)
     m_bDriverOnCommandLine = info.bDriverOnCommandLine ? 1 : 0;
     if (info.bDriverOnCommandLine)
         m_strLastUsedDriver = info.strDriver;
+    m_strTerminalOnCommandLine = info.strTerminalDriver;
     if (info.bMinimize)
         m_nCmdShow = Qt::WindowMinimized;
     m_bRunEmbedded = info.RunsEmbedded();

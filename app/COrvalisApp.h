@@ -73,7 +73,6 @@ public:
     int m_nModifyInstrumentPage = 0;
     int m_nModifyTerminalPage = 0;
     int m_nInstrumentOptionsPage = 0;
-    int m_nTerminalOptionsPage = 0;
 
 private:
     void ParseCommandLine(const QStringList& arguments);
@@ -84,6 +83,7 @@ private:
 
     CProfile m_profile;
     QString m_strProgramFolder;
+    QString m_strTerminalOnCommandLine; // a terminal driver opened from the desktop
     QList<CDocTemplate> m_templates;
     QStringList m_recentFiles;
     std::unique_ptr<CMainFrame> m_pMainFrame;

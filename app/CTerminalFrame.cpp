@@ -1,16 +1,21 @@
 #include "CTerminalFrame.h"
 
-#include "CPlaceholderView.h"
+#include "CMainFrame.h"
+#include "COrvalisApp.h"
+#include "CTermView.h"
 
 CTerminalFrame::CTerminalFrame(QWidget* parent)
     : QMdiSubWindow(parent, Qt::FramelessWindowHint)
 {
     setAttribute(Qt::WA_DeleteOnClose);
     setWidget(CreateView(this));
-    resize(widget()->sizeHint());
+    resize(sizeHint());
 }
 
 QWidget* CTerminalFrame::CreateView(CTerminalFrame* frame)
 {
-    return new CPlaceholderView(frame);
+    const COrvalisApp* app = COrvalisApp::Get();
+    if (!app)
+        return new CTermView(nullptr, QString(), frame);
+    return new CTermView(app->MainFrame(), app->m_strLastTerminalDriver, frame);
 }

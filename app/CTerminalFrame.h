@@ -15,7 +15,8 @@ public:
     QWidget* View() const { return widget(); }
 
 private:
-    // The one place where a terminal window's view is created. The view
-    // reads its driver from COrvalisApp::Get()->m_strLastTerminalDriver.
+    // The one place where a terminal window's view is created: it gets the
+    // main window as its frame services and the driver path the application
+    // holds in m_strLastTerminalDriver now, which it keeps for itself.
     static QWidget* CreateView(CTerminalFrame* frame);
 };

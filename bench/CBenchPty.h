@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QtGlobal>
 
+#include <fcntl.h>
 #include <pty.h>
 #include <termios.h>
 #include <unistd.h>
@@ -20,6 +21,9 @@ public:
         cfmakeraw(&raw);
         if (openpty(&master, &slave, name, &raw, nullptr) != 0)
             qFatal("openpty failed");
+        // A program a benchmark starts opens the line itself.
+        fcntl(master, F_SETFD, FD_CLOEXEC);
+        fcntl(slave, F_SETFD, FD_CLOEXEC);
         path = name;
     }
     ~CBenchPty()

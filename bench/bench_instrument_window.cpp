@@ -9,6 +9,8 @@
 //
 // build/bench/bench_instrument_window [MEGABYTES] [plain|script]
 
+#include "BenchBalance.h"
+#include "CBenchFlood.h"
 #include "CDriverFile.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
@@ -17,16 +19,13 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QLoggingCategory>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QTemporaryDir>
 #include <QTimer>
 
-#include <fcntl.h>
 #include <pty.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -39,63 +38,6 @@ constexpr double GoalRatio = 0.25;
 constexpr qint64 GoalStallMs = 50;
 constexpr int TimerIntervalMs = 5;
 constexpr int Rounds = 3;
-
-// A balance sending weights, 12 bytes a line.
-QByteArray Lines(qsizetype size)
-{
-    QByteArray stream;
-    stream.reserve(size);
-    for (int i = 0; stream.size() + 12 <= size; ++i)
-        stream += "W+" + QByteArray::number(1000 + i % 9000).rightJustified(4, '0') + "."
-            + QByteArray::number(i % 1000).rightJustified(3, '0') + "\r\n";
-    return stream;
-}
-
-std::thread Flood(int master, const QByteArray& stream)
-{
-    return std::thread([master, &stream] {
-        for (qsizetype sent = 0; sent < stream.size();) {
-            const ssize_t n = ::write(master, stream.constData() + sent, size_t(qMin<qsizetype>(4096, stream.size() - sent)));
-            if (n > 0)
-                sent += n;
-        }
-    });
-}
-
-qint64 StatusKilobytes(const char* key)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith(key))
-            return line.mid(qstrlen(key)).trimmed().split(' ').value(0).toLongLong();
-    }
-    return -1;
-}
-
-double PlainReadLoop(const QByteArray& slave, int master, const QByteArray& stream)
-{
-    const int fd = ::open(slave.constData(), O_RDWR | O_NOCTTY);
-    termios raw{};
-    tcgetattr(fd, &raw);
-    cfmakeraw(&raw);
-    tcsetattr(fd, TCSANOW, &raw);
-    QElapsedTimer timer;
-    timer.start();
-    std::thread writer = Flood(master, stream);
-    char buffer[32768];
-    qsizetype received = 0;
-    while (received < stream.size()) {
-        const ssize_t n = ::read(fd, buffer, sizeof buffer);
-        if (n > 0)
-            received += n;
-    }
-    const double seconds = timer.nsecsElapsed() / 1e9;
-    writer.join();
-    ::close(fd);
-    return stream.size() / 1e6 / seconds;
-}
 
 struct WindowFigures
 {
@@ -158,7 +100,7 @@ WindowFigures WindowRun(const QString& home, const QByteArray& slave, int master
         sinceTick.restart();
         const qint64 total = view->Pipeline().TotalBytes();
         if (!figures.rssHalfKb && total >= expected / 2)
-            figures.rssHalfKb = StatusKilobytes("VmRSS:");
+            figures.rssHalfKb = BenchFlood::StatusKilobytes("VmRSS:");
         if (total >= expected)
             loop.quit();
         if (qEnvironmentVariableIsSet("BENCH_TRACE") && clock.elapsed() / 1000 != lastSecond) {
@@ -170,14 +112,14 @@ WindowFigures WindowRun(const QString& home, const QByteArray& slave, int master
     clock.start();
     sinceTick.start();
     ticker.start();
-    std::thread writer = Flood(master, stream);
+    std::thread writer = BenchFlood::Write(master, stream);
     loop.exec();
     view->Appender().Flush();
     const double seconds = clock.nsecsElapsed() / 1e9;
     writer.join();
     figures.complete = view->Pipeline().TotalBytes() >= expected;
     figures.mbPerSecond = view->Pipeline().TotalBytes() / 1e6 / seconds;
-    figures.rssEndKb = StatusKilobytes("VmRSS:");
+    figures.rssEndKb = BenchFlood::StatusKilobytes("VmRSS:");
     figures.lines = view->Appender().LineCount();
     figures.characters = view->document()->characterCount();
     // Nothing to keep: the window closes without asking.
@@ -208,12 +150,12 @@ int main(int argc, char* argv[])
     }
     ::close(slaveFd);
     const QByteArray slave(name);
-    const QByteArray stream = Lines(megabytes * 1024 * 1024);
+    const QByteArray stream = BalanceStream(megabytes * 1024 * 1024);
 
     double plain = 0;
     WindowFigures window;
     for (int round = 0; round < Rounds; ++round) {
-        plain = qMax(plain, PlainReadLoop(slave, master, stream));
+        plain = qMax(plain, BenchFlood::PlainReadLoop(slave, master, stream));
         const WindowFigures figures = WindowRun(home.path(), slave, master, stream, script);
         // The fastest round counts; stalls and memory count at their worst.
         const WindowFigures best = figures.mbPerSecond > window.mbPerSecond ? figures : window;
@@ -227,7 +169,7 @@ int main(int argc, char* argv[])
         window.rssHalfKb = rssHalf;
         window.rssEndKb = rssEnd;
     }
-    const qint64 hwm = StatusKilobytes("VmHWM:");
+    const qint64 hwm = BenchFlood::StatusKilobytes("VmHWM:");
     ::close(master);
 
     const double ratio = window.mbPerSecond / plain;

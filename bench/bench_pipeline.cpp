@@ -21,6 +21,7 @@
 #include "CTerminalParameter.h"
 #include "CTextSink.h"
 
+#include "BenchBalance.h"
 #include "CBenchPty.h"
 
 #include <QCoreApplication>
@@ -78,28 +79,12 @@ public:
     qint64 m_nBytes = 0;
 };
 
-// A balance sending weights: "W+0012.345" CR LF, 12 bytes a string.
-QByteArray BalanceStream(qsizetype size)
-{
-    QByteArray stream;
-    stream.reserve(size);
-    for (int i = 0; stream.size() + 12 <= size; ++i)
-        stream += "W+" + QByteArray::number(1000 + i % 9000).rightJustified(4, '0') + "."
-            + QByteArray::number(i % 1000).rightJustified(3, '0') + "\r\n";
-    return stream;
-}
-
-// The driver of the balance: strings end at LF; the sequence drops the "W",
-// trims and turns the decimal point into a comma.
+// The driver of the balance, with its script on or off.
 struct CBalanceDriver
 {
     explicit CBalanceDriver(bool script)
     {
-        m_script.m_bRegistered = script ? 1 : 0;
-        m_script.m_strEndOfString = "<LF>";
-        m_script.m_InputStrings = {"W<CR><LF>"};
-        m_script.m_Sequences = {std::make_shared<CStringArray>(
-            CStringArray{"SkipCharacters(1)", "TrimLeft()", "ChangeCharacters(., ,)"})};
+        SetBalanceScript(m_script, script);
         m_display.m_bReceiveCRLF = 0;
     }
 

@@ -5,7 +5,7 @@
 #include "CConnectorList.h"
 #include "CConnectorName.h"
 #include "CSerialPort.h"
-#include "CTerminalDisplay.h"
+#include "CTerminalDisplayInput.h"
 #include "CUsbPort.h"
 
 #include <QCoreApplication>

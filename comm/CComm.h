@@ -18,7 +18,7 @@
 class CCommEvent;
 class CCommParameter;
 class CCommPort;
-class CTerminalDisplay;
+class CTerminalDisplayInput;
 class QObject;
 
 Q_DECLARE_LOGGING_CATEGORY(lcComm)
@@ -148,8 +148,8 @@ public:
     void SetTerminalParameter(const CTerminalParameter& terminal) { m_terminal = terminal; }
     const CTerminalParameter& GetTerminalParameter() const { return m_terminal; }
     // The terminal screen, or nullptr; not owned.
-    void SetDisplay(CTerminalDisplay* display) { m_pDisplay = display; }
-    CTerminalDisplay* GetDisplay() const { return m_pDisplay; }
+    void SetDisplay(CTerminalDisplayInput* display) { m_pDisplay = display; }
+    CTerminalDisplayInput* GetDisplay() const { return m_pDisplay; }
     // What OpenTerminal gave the display last (for a display attached later).
     const CTerminalDisplaySettings& GetDisplaySettings() const { return m_displaySettings; }
 
@@ -176,7 +176,7 @@ private:
     int m_nConnector = 1;
     QByteArray m_strInput;
     CTerminalParameter m_terminal;
-    CTerminalDisplay* m_pDisplay = nullptr;
+    CTerminalDisplayInput* m_pDisplay = nullptr;
     CTerminalDisplaySettings m_displaySettings;
     std::atomic<int> m_nWriteTimeoutMs = DefaultWriteTimeoutMs;
 

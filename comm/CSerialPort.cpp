@@ -1,6 +1,7 @@
 #include "CSerialPort.h"
 
 #include "CComm.h"
+#include "CDeviceAccess.h"
 
 // The kernel's termios2 (TCGETS2/TCSETS2) carries any baud rate; glibc's
 // <termios.h> must not be included next to it.
@@ -136,20 +137,12 @@ CSerialPort::~CSerialPort()
     Close();
 }
 
-QString CSerialPort::OpenErrorText(const QByteArray& path, int error)
-{
-    QString text = QStringLiteral("Cannot open %1: %2").arg(QString::fromLocal8Bit(path), SystemError(error));
-    if (error == EACCES || error == EPERM)
-        text += QStringLiteral(" (is the user in the dialout group?)");
-    return text;
-}
-
 bool CSerialPort::Open(QString* error)
 {
     Close();
     const int fd = ::open(m_strPath.constData(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (fd < 0) {
-        *error = OpenErrorText(m_strPath, errno);
+        *error = CDeviceAccess::Explain(m_strPath, errno);
         return false;
     }
     termios2 tio{};
@@ -162,8 +155,9 @@ bool CSerialPort::Open(QString* error)
     // TIOCEXCL keeps other programs out, but not root; the lock keeps out
     // every program that asks for it, this one included.
     if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        *error = OpenErrorText(m_strPath, EBUSY);
+        // Closed first, so that the holder found is not this very open.
         ::close(fd);
+        *error = CDeviceAccess::Explain(m_strPath, EBUSY);
         return false;
     }
     ioctl(fd, TIOCEXCL);

@@ -33,9 +33,6 @@ public:
     WaitResult WaitEvents() override;
     void Wake() override;
 
-    // "Cannot open <path>: <reason>" with a hint for the usual causes.
-    static QString OpenErrorText(const QByteArray& path, int error);
-
     // The termios bits a block stands for, besides the speed: c_cflag
     // (CSIZE, PARENB, PARODD, CMSPAR, CSTOPB, CRTSCTS, CREAD, CLOCAL),
     // c_iflag (INPCK, IXON, IXOFF) and the XON/XOFF characters.

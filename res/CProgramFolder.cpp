@@ -22,7 +22,10 @@ QString CProgramFolder::Path()
     const bool bWritable = QFileInfo(exeFolder).isWritable();
     QString dataFolder;
     if (home.isEmpty() && !bWritable) {
-        dataFolder = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+        // Named here, not after the running program: the desktop program and
+        // orvalis-cli share it.
+        dataFolder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                     QStringLiteral("/Orvalis");
         QDir().mkpath(dataFolder);
     }
     return Resolve(home, exeFolder, bWritable, dataFolder);

@@ -5,5 +5,6 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/tools/install-deps.sh"
 cmake -S "$root" -B "$root/build" -G Ninja >/dev/null
-cmake --build "$root/build" -j2 --target orvalis-screenshots
+cmake --build "$root/build" -j2 --target orvalis-screenshots orvalis-terminal-screenshots
 QT_QPA_PLATFORM=offscreen "$root/build/app/orvalis-screenshots" "$root/docs/screenshots"
+QT_QPA_PLATFORM=offscreen "$root/build/app/orvalis-terminal-screenshots" "$root/docs/screenshots"

@@ -1,7 +1,6 @@
 #include "CTransferStatusBar.h"
 
-#include "CMainFrame.h"
-#include "COrvalisApp.h"
+#include "CFrameServices.h"
 #include "CStringTable.h"
 #include "CTransferProgress.h"
 #include "ResourceIds.h"
@@ -10,16 +9,6 @@
 #include <QLabel>
 #include <QProgressBar>
 
-namespace {
-
-CMainFrame* Frame()
-{
-    const COrvalisApp* app = COrvalisApp::Get();
-    return app ? app->MainFrame() : nullptr;
-}
-
-} // namespace
-
 CTransferStatusBar::~CTransferStatusBar()
 {
     delete m_pBar;
@@ -27,12 +16,12 @@ CTransferStatusBar::~CTransferStatusBar()
 
 void CTransferStatusBar::MakeBar()
 {
-    CMainFrame* frame = Frame();
+    CFrameServices* frame = m_pFrame;
     if (m_pBar || !frame)
         return;
     // A child of pane 1 that covers it; the count shown there is hidden
     // underneath while the file goes out.
-    QLabel* pane = frame->PaneWidget(CMainFrame::PaneCount);
+    QLabel* pane = frame->PaneWidget(CFrameServices::PaneCount);
     m_pBar = new QProgressBar(pane);
     m_pBar->setObjectName(QStringLiteral("TransferProgress"));
     m_pBar->setRange(0, 100);
@@ -45,25 +34,25 @@ void CTransferStatusBar::MakeBar()
 void CTransferStatusBar::Start(const CTransferProgress& progress)
 {
     MakeBar();
-    if (CMainFrame* frame = Frame())
-        frame->SetPaneText(CMainFrame::PaneMessage, progress.StatusText());
+    if (CFrameServices* frame = m_pFrame)
+        frame->SetPaneText(CFrameServices::PaneMessage, progress.StatusText());
 }
 
 void CTransferStatusBar::Update(const CTransferProgress& progress, qint64 nowSeconds)
 {
-    CMainFrame* frame = Frame();
+    CFrameServices* frame = m_pFrame;
     if (!frame)
         return;
     MakeBar();
-    frame->SetPaneText(CMainFrame::PaneMessage, progress.StatusText());
-    m_pBar->setGeometry(frame->PaneWidget(CMainFrame::PaneCount)->rect());
+    frame->SetPaneText(CFrameServices::PaneMessage, progress.StatusText());
+    m_pBar->setGeometry(frame->PaneWidget(CFrameServices::PaneCount)->rect());
     m_pBar->setValue(progress.Position());
-    frame->SetPaneText(CMainFrame::PaneScrl, progress.ElapsedText(nowSeconds));
+    frame->SetPaneText(CFrameServices::PaneScrl, progress.ElapsedText(nowSeconds));
 }
 
 void CTransferStatusBar::Finish()
 {
-    if (CMainFrame* frame = Frame())
-        frame->SetPaneText(CMainFrame::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
+    if (CFrameServices* frame = m_pFrame)
+        frame->SetPaneText(CFrameServices::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
     delete m_pBar;
 }

@@ -3,6 +3,7 @@
 #include <QPointer>
 #include <QProgressBar>
 
+class CFrameServices;
 class CTransferProgress;
 
 // The window side of a file transfer in the main window's status bar:
@@ -12,7 +13,11 @@ class CTransferProgress;
 class CTransferStatusBar
 {
 public:
-    CTransferStatusBar() = default;
+    // frame: the main window's status bar; nullptr shows nothing.
+    explicit CTransferStatusBar(CFrameServices* frame)
+        : m_pFrame(frame)
+    {
+    }
     ~CTransferStatusBar();
     CTransferStatusBar(const CTransferStatusBar&) = delete;
     CTransferStatusBar& operator=(const CTransferStatusBar&) = delete;
@@ -28,5 +33,6 @@ public:
 private:
     void MakeBar();
 
+    CFrameServices* m_pFrame;
     QPointer<QProgressBar> m_pBar;
 };

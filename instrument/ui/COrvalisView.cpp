@@ -7,13 +7,13 @@
 #include "CCommPage.h"
 #include "CDriverFile.h"
 #include "CFileFilter.h"
-#include "CFunctionKeyBar.h"
 #include "CFunctionKeysPage.h"
 #include "CInstrumentSheet.h"
-#include "CMainFrame.h"
+#include "CFrameServices.h"
 #include "CNameLineBreaks.h"
 #include "COrvalisApp.h"
 #include "CParse.h"
+#include "CPublishingPage.h"
 #include "CSaveElsewhere.h"
 #include "CScriptPage.h"
 #include "CSerialNumberDlgPrompt.h"
@@ -76,12 +76,14 @@ void WaitPumpingEvents(quint32 milliseconds)
 
 } // namespace
 
-COrvalisView::COrvalisView(QWidget* parent)
+COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     : CCommView(parent)
+    , m_pServices(services)
     , m_source(m_comm)
     , m_pipeline(m_script, m_terminalParam, m_driver)
     , m_appender(this)
     , m_document(this)
+    , m_transferStatus(services)
     , m_pSerialNumberPrompt(std::make_unique<CSerialNumberDlgPrompt>(this))
     , m_pMessageLine(new QLabel(this))
 {
@@ -97,7 +99,11 @@ COrvalisView::COrvalisView(QWidget* parent)
     if (COrvalisApp* app = COrvalisApp::Get())
         m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
     m_pipeline.SetByteSource(&m_source);
-    m_pipeline.SetTextSink(this);
+    m_pipeline.SetTextSink(m_publishing.Sink());
+    connect(&m_publishing, &CPublishingLink::Message, this, [this](const QString& text) {
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage, text);
+    });
     m_pipeline.SetCommandTarget(&CommandSink());
     m_pipeline.SetSleeper(&WaitPumpingEvents);
     SetSerialNumberPrompt(m_pSerialNumberPrompt.get());
@@ -115,12 +121,6 @@ COrvalisView::COrvalisView(QWidget* parent)
 COrvalisView::~COrvalisView()
 {
     OnDestroy();
-}
-
-CMainFrame* COrvalisView::Frame()
-{
-    const COrvalisApp* app = COrvalisApp::Get();
-    return app ? app->MainFrame() : nullptr;
 }
 
 // ---------------------------------------------------------------------------
@@ -150,12 +150,16 @@ void COrvalisView::OnCreate()
             qCInfo(lcView).noquote() << loaded.Message();
     }
     m_appender.SetNameLineBreaks(m_terminalParam.m_bShowControlChars != 0);
+    if (m_bOpenedByConnect)
+        m_publishing.StartFromProfile(app->Profile().Path(), CCodePage::ToUnicode(m_driver.m_strName));
+    if (CFrameServices* frame = Frame())
+        m_publishing.ShowIn(frame->StatusBar());
 
     // Every opened window adds eight empty keys; only 0..7 are used.
     m_functionKeys.AppendEmptyKeys();
     ShowFunctionKeys();
-    if (CMainFrame* frame = Frame())
-        frame->SetPaneText(CMainFrame::PaneCount, QString());
+    if (CFrameServices* frame = Frame())
+        frame->SetPaneText(CFrameServices::PaneCount, QString());
 
     // A window not opened by Connect Instrument (a saved text) is an
     // ordinary text window: its line is not opened at all.
@@ -178,7 +182,10 @@ void COrvalisView::OnCreate()
     m_bEpsonPrinter = m_v24Printer.CheckPrinter() ? 1 : 0;
     m_bProgress = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("Progress"));
     if (m_bProgress)
-        m_pipeline.SetProgressReporter([](qint64 total) { CMainFrame::PostCount(int(total)); });
+        m_pipeline.SetProgressReporter([frame = Frame()](qint64 total) {
+            if (frame)
+                frame->PostShowCount(int(total));
+        });
 }
 
 void COrvalisView::closeEvent(QCloseEvent* event)
@@ -235,10 +242,11 @@ void COrvalisView::OnDestroy()
         app->m_bConnectRequested = 0;
     }
     CCommView::OnDestroy();
+    m_publishing.Stop();
     // The printer line closes and its job prints.
     m_v24Printer.SwitchOff();
     m_transferStatus.Finish();
-    if (CMainFrame* frame = Frame())
+    if (CFrameServices* frame = Frame())
         frame->ShowFunctionKeyBar(0);
     WriteDriverBack();
     m_script.DeleteContents();
@@ -316,9 +324,9 @@ void COrvalisView::ClearLineProblem()
 {
     // The status bar no longer tells of a problem that is over (another
     // window's message stays).
-    CMainFrame* frame = Frame();
-    if (frame && !m_strLineProblem.isEmpty() && frame->GetPaneText(CMainFrame::PaneMessage) == m_strLineProblem)
-        frame->SetPaneText(CMainFrame::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
+    CFrameServices* frame = Frame();
+    if (frame && !m_strLineProblem.isEmpty() && frame->GetPaneText(CFrameServices::PaneMessage) == m_strLineProblem)
+        frame->SetPaneText(CFrameServices::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
     m_strLineProblem.clear();
     setPlaceholderText(QString());
     ShowMessageLine(QString());
@@ -355,8 +363,8 @@ void COrvalisView::ReportLineProblem(const QString& text)
     // keeps the whole text however narrow the status bar is.
     setPlaceholderText(QStringLiteral("Not connected.\n%1").arg(text));
     ShowMessageLine(text);
-    if (CMainFrame* frame = Frame())
-        frame->SetPaneText(CMainFrame::PaneMessage, text);
+    if (CFrameServices* frame = Frame())
+        frame->SetPaneText(CFrameServices::PaneMessage, text);
 }
 
 void COrvalisView::OnConnectDisconnect()
@@ -454,7 +462,7 @@ void COrvalisView::DeleteLastCharacter()
 
 void COrvalisView::UpdateConnectMenuText()
 {
-    CMainFrame* frame = Frame();
+    CFrameServices* frame = Frame();
     if (!frame)
         return;
     if (QAction* item = frame->MenuItem(ConnectPopup, ID_CONNECT_INSTRUMENT)) {
@@ -466,22 +474,24 @@ void COrvalisView::OnActivateView(bool bActivate)
 {
     if (!bActivate)
         return;
+    if (CFrameServices* frame = Frame())
+        m_publishing.ShowIn(frame->StatusBar());
     UpdateConnectMenuText();
     m_v24Printer.UpdateMenu();
     // The bar shows the keys of the window that is active.
     ShowFunctionKeys();
     if (!m_strLineProblem.isEmpty() && !m_comm.IsPortOpen()) {
-        if (CMainFrame* frame = Frame())
-            frame->SetPaneText(CMainFrame::PaneMessage, m_strLineProblem);
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage, m_strLineProblem);
     }
 }
 
 void COrvalisView::ShowFunctionKeys()
 {
-    CMainFrame* frame = Frame();
+    CFrameServices* frame = Frame();
     if (!frame)
         return;
-    for (int k = 0; k < CFunctionKeyBar::ButtonCount; ++k)
+    for (int k = 0; k < ID_FUNCTION_KEY_COUNT; ++k)
         frame->SetFunctionKeyText(ID_FUNCTION_KEY_F1 + k, CCodePage::ToUnicode(m_functionKeys.GetName(k)));
     frame->ShowFunctionKeyBar(m_functionKeys.m_bShowKeys);
 }
@@ -489,7 +499,7 @@ void COrvalisView::ShowFunctionKeys()
 void COrvalisView::OnFunctionKey(int k)
 {
     QString caption;
-    if (CMainFrame* frame = Frame())
+    if (CFrameServices* frame = Frame())
         frame->GetFunctionKeyText(ID_FUNCTION_KEY_F1 + k, caption);
     if (caption.isEmpty()) {
         MessageBeep();
@@ -563,6 +573,8 @@ void COrvalisView::OnOptions()
     sheet.m_pSettingsPage->LoadFrom(m_terminalParam);
     sheet.m_pFunctionKeysPage->LoadFrom(m_functionKeys);
     sheet.m_pScriptPage->LoadFrom(m_script);
+    const QString driverName = CCodePage::ToUnicode(m_driver.m_strName);
+    sheet.m_pPublishingPage->LoadFor(app->Profile().Path(), driverName);
 
     m_appender.Flush();
     if (m_comm.IsPortOpen())
@@ -586,6 +598,9 @@ void COrvalisView::OnOptions()
         ConvertShownText(m_terminalParam.m_bShowControlChars != 0);
     sheet.m_pFunctionKeysPage->SaveTo(m_functionKeys);
     ShowFunctionKeys();
+    sheet.m_pPublishingPage->SaveFor(driverName);
+    if (m_bOpenedByConnect)
+        m_publishing.Start(sheet.m_pPublishingPage->Settings(), driverName);
     if (m_bOpenedByConnect)
         UpdateConnectMenuText();
 }
@@ -629,21 +644,21 @@ void COrvalisView::OnSendFile()
         this, app->ProgramFolder(), CFileFilter::FromResource(IDS_ALL_FILES_FILTER), QStringLiteral("Send File"));
     if (path.isEmpty())
         return;
-    CMainFrame* frame = Frame();
+    CFrameServices* frame = Frame();
     if (frame) {
-        frame->SetPaneText(CMainFrame::PaneMessage, QStringLiteral("Sending file %1").arg(path));
-        frame->PaneWidget(CMainFrame::PaneMessage)->repaint();
+        frame->SetPaneText(CFrameServices::PaneMessage, QStringLiteral("Sending file %1").arg(path));
+        frame->PaneWidget(CFrameServices::PaneMessage)->repaint();
     }
     if (!SendFile(path)) {
         // One file at a time: the one going out is not disturbed.
         if (frame)
-            frame->SetPaneText(CMainFrame::PaneMessage,
+            frame->SetPaneText(CFrameServices::PaneMessage,
                                QStringLiteral("Cannot send %1: a file is being sent already").arg(path));
         return;
     }
     NoteTransferStart();
     if (frame)
-        frame->SetPaneText(CMainFrame::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
+        frame->SetPaneText(CFrameServices::PaneMessage, CStringTable::Text(AFX_IDS_IDLEMESSAGE));
 }
 
 void COrvalisView::NoteTransferStart()

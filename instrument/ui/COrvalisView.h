@@ -5,6 +5,7 @@
 #include "CSerialNumberPrompt.h"
 #include "CFunctionKeysParameter.h"
 #include "COrvalisDoc.h"
+#include "CPublishingLink.h"
 #include "CReceivePipeline.h"
 #include "CTextAppender.h"
 #include "CTextSink.h"
@@ -13,7 +14,7 @@
 
 #include <memory>
 
-class CMainFrame;
+class CFrameServices;
 class QLabel;
 
 // The view of an instrument window. On creation it reads the driver named
@@ -35,7 +36,9 @@ class COrvalisView : public CCommView, public CTextSink
     Q_OBJECT
 
 public:
-    explicit COrvalisView(QWidget* parent = nullptr);
+    // services: the main window's function-key bar, status bar and menus
+    // (nullptr: none).
+    explicit COrvalisView(CFrameServices* services, QWidget* parent = nullptr);
     ~COrvalisView() override;
 
     bool OnCommand(int nID) override;
@@ -71,6 +74,7 @@ public:
     // and confirms.
     QString DriverProblem() const { return m_strDriverProblem; }
     CV24Printer& V24Printer() { return m_v24Printer; }
+    CPublishingLink& Publishing() { return m_publishing; }
 
     int m_bSending = 0;
     CFunctionKeysParameter m_functionKeys;
@@ -107,8 +111,9 @@ private:
     void ReportDriverProblem(bool bDriverOpened);
     void WriteDriverBack();
     void NoteTransferStart();
-    static CMainFrame* Frame();
+    CFrameServices* Frame() const { return m_pServices; }
 
+    CFrameServices* m_pServices;
     CCommByteSource m_source;
     CReceivePipeline m_pipeline;
     CTextAppender m_appender;
@@ -116,7 +121,9 @@ private:
     CTransferStatusBar m_transferStatus;
     std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
     QLabel* m_pMessageLine;
-    CV24Printer m_v24Printer{this};
+    CV24Printer m_v24Printer{this, m_pServices};
+    // Every line shown also goes to the driver's broker, if it has one.
+    CPublishingLink m_publishing{this};
     QString m_strDriverPath;
     QString m_strLineProblem;
     QString m_strDriverProblem;

@@ -1,6 +1,6 @@
 #include "CV24Printer.h"
 
-#include "CMainFrame.h"
+#include "CFrameServices.h"
 #include "COrvalisApp.h"
 #include "CPrinterSheet.h"
 #include "CUserDialogs.h"
@@ -10,19 +10,10 @@
 #include <QDir>
 #include <QFileInfo>
 
-namespace {
-
-CMainFrame* Frame()
-{
-    const COrvalisApp* app = COrvalisApp::Get();
-    return app ? app->MainFrame() : nullptr;
-}
-
-} // namespace
-
-CV24Printer::CV24Printer(QWidget* view)
+CV24Printer::CV24Printer(QWidget* view, CFrameServices* frame)
     : QObject(view)
     , m_pView(view)
+    , m_pFrame(frame)
     , m_forwarding(this)
 {
     connect(&m_forwarding, &CPrinterForwarding::problem, this, &CV24Printer::ShowProblem);
@@ -63,8 +54,7 @@ void CV24Printer::SwitchOff()
 
 void CV24Printer::UpdateMenu() const
 {
-    CMainFrame* frame = Frame();
-    QAction* item = frame ? frame->MenuItem(ExtrasPopup, ID_V24_PRINTER) : nullptr;
+    QAction* item = m_pFrame ? m_pFrame->MenuItem(ExtrasPopup, ID_V24_PRINTER) : nullptr;
     if (!item)
         return;
     item->setCheckable(true);
@@ -102,6 +92,6 @@ void CV24Printer::EditSettings()
 
 void CV24Printer::ShowProblem(const QString& text) const
 {
-    if (CMainFrame* frame = Frame())
-        frame->SetPaneText(CMainFrame::PaneMessage, text);
+    if (m_pFrame)
+        m_pFrame->SetPaneText(CFrameServices::PaneMessage, text);
 }

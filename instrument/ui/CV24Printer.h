@@ -5,6 +5,7 @@
 
 #include <QObject>
 
+class CFrameServices;
 class QWidget;
 
 // The instrument window's side of "V24 Printer": the command toggles the
@@ -23,7 +24,8 @@ public:
     // "&Extras", counted from 0, in the instrument window's menu.
     static constexpr int ExtrasPopup = 4;
 
-    explicit CV24Printer(QWidget* view);
+    // frame: the main window's menu and status bar (nullptr: none).
+    CV24Printer(QWidget* view, CFrameServices* frame);
 
     // Whether the default printer suits forwarding now (no job is opened).
     bool CheckPrinter() const;
@@ -42,5 +44,6 @@ private:
     void ShowProblem(const QString& text) const;
 
     QWidget* m_pView;
+    CFrameServices* m_pFrame;
     CPrinterForwarding m_forwarding;
 };

@@ -217,6 +217,8 @@ void tst_capture::replayShowsWhatTheWindowShows_data()
         << true << Framed({"  1 g\r\n  2", " g\r\n"}) << QByteArray("1\tg\n2\tg\n");
     QTest::newRow("plain mode, CR LF and a lone CR are one line end each")
         << false << Framed({"A\r\nB", "\rC\xB0"}) << QByteArray("A\n\nB\nC\xC2\xB0");
+    QTest::newRow("text longer than a piece of the console is shown whole")
+        << false << Framed({QByteArray(20000, 'x') + "\r", "\nB"}) << QByteArray(20000, 'x') + "\n\nB";
     QTest::newRow("a file without the header is raw bytes")
         << true << QByteArray("  7 g\r\n") << QByteArray("7\tg\n");
     QTest::newRow("an empty file shows nothing") << true << QByteArray() << QByteArray();

@@ -1,33 +1,12 @@
+#include "CliRun.h"
+#include "Version.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
 namespace {
-
-struct CliRun
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-CliRun RunCli(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(ORVALIS_CLI), arguments);
-    CliRun run;
-    if (!process.waitForFinished(10000)) {
-        process.kill();
-        process.waitForFinished();
-        run.err = QStringLiteral("orvalis-cli did not finish");
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
 
 QString Example(const QString& name)
 {
@@ -60,6 +39,7 @@ private Q_SLOTS:
     void terminalDriverIsNoInstrumentDriver_data();
     void terminalDriverIsNoInstrumentDriver();
     void setNameRenamesDriverAndFileName();
+    void programAnswersWithoutADisplay();
 };
 
 void tst_cli::showPrintsEveryRecord_data()
@@ -153,6 +133,7 @@ void tst_cli::usageErrors_data()
     QTest::newRow("show without a file") << QStringList{"show"} << 2 << "usage: orvalis-cli show FILE";
     QTest::newRow("help lists show") << QStringList{"help"} << 0 << "  show FILE";
     QTest::newRow("help lists set-connector") << QStringList{"help"} << 0 << "  set-connector DRIVER CONNECTOR";
+    QTest::newRow("--version prints the version") << QStringList{"--version"} << 0 << "orvalis-cli " ORVALIS_VERSION "\n";
 }
 
 void tst_cli::usageErrors()
@@ -271,6 +252,31 @@ void tst_cli::setNameRenamesDriverAndFileName()
     QVERIFY2(shown.contains(QStringLiteral("\"Balance-sim\"")), qPrintable(shown));
     QVERIFY2(shown.contains(QStringLiteral("\"Balance-sim.tbb\"")), qPrintable(shown));
     QCOMPARE(RunCli({"set-name", driver, ""}).exitCode, 2);
+}
+
+void tst_cli::programAnswersWithoutADisplay()
+{
+#ifndef ORVALIS_PROGRAM
+    QSKIP("the desktop program is not built");
+#else
+    // No display at all: the answers come before the window system is asked.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        environment.remove(QString::fromLatin1(name));
+    QProcess program;
+    program.setProcessEnvironment(environment);
+    program.start(QStringLiteral(ORVALIS_PROGRAM), {QStringLiteral("--version")});
+    QVERIFY(program.waitForFinished(10000));
+    QCOMPARE(program.exitCode(), 0);
+    QCOMPARE(program.readAllStandardOutput(), QByteArray("orvalis " ORVALIS_VERSION "\n"));
+
+    program.start(QStringLiteral(ORVALIS_PROGRAM), {QStringLiteral("--help")});
+    QVERIFY(program.waitForFinished(10000));
+    QCOMPARE(program.exitCode(), 0);
+    const QByteArray help = program.readAllStandardOutput();
+    QVERIFY2(help.startsWith("usage: orvalis ") && help.contains("/D<driver>") && help.contains("--version"),
+             help.constData());
+#endif
 }
 
 QTEST_GUILESS_MAIN(tst_cli)

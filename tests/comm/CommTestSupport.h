@@ -3,7 +3,7 @@
 #include "CComm.h"
 #include "CCommParameter.h"
 #include "CCommEvent.h"
-#include "CTerminalDisplay.h"
+#include "CTerminalDisplayInput.h"
 #include "CTerminalDisplaySettings.h"
 
 #include "../core/PtyPair.h"
@@ -125,7 +125,7 @@ private:
 };
 
 // A terminal screen that remembers what it was given.
-class RecordingDisplay : public CTerminalDisplay
+class RecordingDisplay : public CTerminalDisplayInput
 {
 public:
     void ApplySettings(const CTerminalDisplaySettings& settings) override { applied.append(settings.Properties()); }

@@ -2,10 +2,13 @@
 // on the master side.
 #include "CommTestSupport.h"
 
+#include "CDeviceAccess.h"
 #include "CDeviceControlBlock.h"
 #include "CSerialPort.h"
 
+#include <QProcess>
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QTemporaryFile>
 
 #include <sys/stat.h>
@@ -39,8 +42,8 @@ private Q_SLOTS:
     void refusedSettingsLeaveThePortOpenWithoutReader();
     void connectorsThatDoNotOpen_data();
     void connectorsThatDoNotOpen();
-    void permissionErrorNamesTheDialoutGroup();
     void secondOpenerIsRefusedAsBusy();
+    void busyLineNamesTheProgramHoldingIt();
     void carriesEveryByteBothWays_data();
     void carriesEveryByteBothWays();
     void notificationWaitsForTheAcknowledge();
@@ -243,13 +246,6 @@ void tst_CommChannel::connectorsThatDoNotOpen()
     channel.OnChar('x');
 }
 
-void tst_CommChannel::permissionErrorNamesTheDialoutGroup()
-{
-    // Root opens every device, so the text is checked on its own.
-    QCOMPARE(CSerialPort::OpenErrorText("/dev/ttyUSB0", EACCES),
-             QStringLiteral("Cannot open /dev/ttyUSB0: Permission denied (is the user in the dialout group?)"));
-}
-
 void tst_CommChannel::secondOpenerIsRefusedAsBusy()
 {
     CPtyPair pty;
@@ -258,9 +254,33 @@ void tst_CommChannel::secondOpenerIsRefusedAsBusy()
     QVERIFY(first.OpenPort(Line(PathOf(pty))));
     QCOMPARE(second.OpenPort(Line(PathOf(pty))), 0);
     QVERIFY(!second.IsPortOpen());
-    QCOMPARE(second.GetLastError(), QStringLiteral("Cannot open %1: Device or resource busy").arg(pty.SlaveName()));
+    QCOMPARE(second.GetLastError(), QStringLiteral("Cannot open %1: Device or resource busy (already open in this program)")
+                                         .arg(pty.SlaveName()));
     first.SetPortOpen(false);
     QVERIFY(second.OpenPort(Line(PathOf(pty))));
+}
+
+void tst_CommChannel::busyLineNamesTheProgramHoldingIt()
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("flock")).isEmpty())
+        QSKIP("flock (util-linux) is not installed: no other program can hold the line");
+    CPtyPair pty;
+    // flock --no-fork becomes "sleep" holding the lock on the line.
+    QProcess holder;
+    holder.start(QStringLiteral("flock"), {QStringLiteral("--no-fork"), pty.SlaveName(), QStringLiteral("sleep"),
+                                           QStringLiteral("30")});
+    QVERIFY(holder.waitForStarted());
+    QTRY_COMPARE(CDeviceAccess::Probe(PathOf(pty), EBUSY).holder, QStringLiteral("sleep"));
+
+    CComm channel;
+    QCOMPARE(channel.OpenPort(Line(PathOf(pty))), 0);
+    QCOMPARE(channel.GetLastError(),
+             QStringLiteral("Cannot open %1: Device or resource busy (in use by sleep, process %2)")
+                 .arg(pty.SlaveName())
+                 .arg(holder.processId()));
+    holder.kill();
+    holder.waitForFinished();
+    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
 }
 
 void tst_CommChannel::carriesEveryByteBothWays_data()

@@ -131,7 +131,7 @@ void tst_DriverCommands::addInstrumentWritesProgramFolder()
 {
     m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
         QCOMPARE(sheet.GetActiveIndex(), 0);
-        QCOMPARE(sheet.GetPageCount(), 5);
+        QCOMPARE(sheet.GetPageCount(), 6);
         QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("Balance"));
         sheet.m_pFunctionKeysPage->m_names.at(0)->setText(QStringLiteral("Print"));
         sheet.m_pFunctionKeysPage->m_commands.at(0)->setText(QStringLiteral("P<CR><LF>"));

@@ -467,7 +467,7 @@ void tst_InstrumentWindow::optionsCancelReopensUnchanged()
     };
     QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
     QVERIFY(!portOpenDuringSheet);
-    QCOMPARE(pages, 5);
+    QCOMPARE(pages, 6);
     QVERIFY(view->m_comm.IsPortOpen());
     QCOMPARE(view->m_commParam.m_strConnector, m_pty->SlaveName().toLocal8Bit());
     QCOMPARE(view->m_terminalParam.m_bShowControlChars, 0);

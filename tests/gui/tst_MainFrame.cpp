@@ -13,6 +13,7 @@
 #include "ResourceIds.h"
 #include "ScriptedDialogs.h"
 
+#include <QFile>
 #include <QLabel>
 #include <QDir>
 #include <QMdiArea>
@@ -41,6 +42,7 @@ private Q_SLOTS:
     void maximisedWindowKeepsRestoredRectangle();
     void commandLineDriverConnectsAfterShowing();
     void embeddedStartShowsNothing();
+    void driversOpenedFromTheDesktop();
     void functionKeyBarLayout_data();
     void functionKeyBarLayout();
     void functionKeyTexts_data();
@@ -214,6 +216,26 @@ void tst_MainFrame::embeddedStartShowsNothing()
     QCOMPARE(m_app->m_bConnectRequested, 0);
 }
 
+void tst_MainFrame::driversOpenedFromTheDesktop()
+{
+    // A file manager passes full paths: an instrument driver connects, a
+    // terminal driver opens a terminal window, without asking for a file.
+    CScriptedDialogs dialogs;
+    const QString instrument = m_home->filePath(QStringLiteral("Lab Balance.tbb"));
+    const QString terminal = m_home->filePath(QStringLiteral("VT100.drv"));
+    QVERIFY(QFile::copy(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/Balance.tbb"), instrument));
+    QVERIFY(QFile::copy(QStringLiteral(ORVALIS_TEST_DATA "/VT100.drv"), terminal));
+    StartApp({instrument, terminal});
+    QCOMPARE(dialogs.m_nOpenCalls, 0);
+    QCOMPARE(m_app->m_strLastUsedDriver, instrument);
+    QCOMPARE(m_app->m_bDriverOnCommandLine, 1);
+    QCOMPARE(m_app->m_strLastTerminalDriver, terminal);
+    const QList<QMdiSubWindow*> windows = m_app->MainFrame()->MdiArea()->subWindowList();
+    QCOMPARE(windows.size(), 2);
+    QVERIFY(qobject_cast<CChildFrame*>(windows.at(0)));
+    QVERIFY(qobject_cast<CTerminalFrame*>(windows.at(1)));
+}
+
 void tst_MainFrame::functionKeyBarLayout_data()
 {
     QTest::addColumn<int>("width");
@@ -289,7 +311,7 @@ void tst_MainFrame::countMessage()
     StartApp();
     CMainFrame* frame = m_app->MainFrame();
     QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString());
-    CMainFrame::PostCount(1234);
+    frame->PostShowCount(1234);
     QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString()); // shown when delivered
     QCoreApplication::sendPostedEvents(frame);
     QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("    1234"));
@@ -306,6 +328,7 @@ void tst_MainFrame::statusBarPanes()
     QCOMPARE(frame.PaneWidget(CMainFrame::PaneCount)->width(), 300);
     frame.SetPaneText(CMainFrame::PaneMessage, QStringLiteral("Sending file /tmp/a.txt"));
     QCOMPARE(frame.GetPaneText(CMainFrame::PaneMessage), QStringLiteral("Sending file /tmp/a.txt"));
+    QCOMPARE(frame.PaneWidget(CMainFrame::PaneMessage)->toolTip(), QStringLiteral("Sending file /tmp/a.txt"));
     // A transfer shows its elapsed time in pane 4.
     frame.SetPaneText(CMainFrame::PaneScrl, QStringLiteral("00:00:05"));
     QCOMPARE(frame.GetPaneText(CMainFrame::PaneScrl), QStringLiteral("00:00:05"));

@@ -11,6 +11,7 @@
 #include "CWindowRect.h"
 #include "ResourceIds.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -21,6 +22,7 @@ class tst_ShellRules : public QObject
 private Q_SLOTS:
     void commandLine_data();
     void commandLine();
+    void driverFilesFromTheDesktop();
     void windowValue_data();
     void windowValue();
     void placement_data();
@@ -73,6 +75,33 @@ void tst_ShellRules::commandLine()
     QCOMPARE(info.strDriver, driver);
     QCOMPARE(info.bMinimize, minimize);
     QCOMPARE(info.RunsEmbedded(), embedded);
+}
+
+void tst_ShellRules::driverFilesFromTheDesktop()
+{
+    QTemporaryDir folder;
+    const QString instrument = folder.filePath(QStringLiteral("lab.TBB"));
+    const QString terminal = folder.filePath(QStringLiteral("vt100.drv"));
+    for (const QString& path : {instrument, terminal}) {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    const QString programFolder = QStringLiteral("/opt/orvalis");
+    CCommandLineInfo info = CCommandLine::Parse({instrument}, programFolder);
+    QVERIFY(info.bDriverOnCommandLine);
+    QCOMPARE(info.strDriver, instrument);
+    QVERIFY(info.strTerminalDriver.isEmpty());
+
+    info = CCommandLine::Parse({terminal}, programFolder);
+    QVERIFY(!info.bDriverOnCommandLine);
+    QCOMPARE(info.strTerminalDriver, terminal);
+
+    // A path naming no file, or a folder, is still read as a "/" option.
+    for (const QString& notAFile : {folder.filePath(QStringLiteral("missing.tbb")), folder.path()}) {
+        info = CCommandLine::Parse({notAFile}, programFolder);
+        QVERIFY(!info.bDriverOnCommandLine);
+        QVERIFY(info.strTerminalDriver.isEmpty());
+    }
 }
 
 void tst_ShellRules::windowValue_data()

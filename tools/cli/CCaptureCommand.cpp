@@ -1,12 +1,14 @@
 #include "CCaptureCommand.h"
 
 #include "CCaptureWriter.h"
+#include "CCodePage.h"
 #include "CComm.h"
 #include "CCommByteSource.h"
 #include "CCommEvent.h"
 #include "CConsoleSerialPrompt.h"
 #include "CInstrumentSession.h"
 #include "CLineOptions.h"
+#include "CMqttOptions.h"
 #include "CPlaybackFile.h"
 #include "CRecordingSource.h"
 #include "CSignalNotifier.h"
@@ -22,7 +24,7 @@ namespace {
 const char* const Usage =
     "usage: orvalis-cli capture DRIVER [--port NAME] [--cells FILE.csv] [--record FILE]\n"
     "                           [--serial N] [--key N] [--playback NAME]\n"
-    "                           [--timestamps]\n";
+    "                           [--mqtt URL [--topic PREFIX]] [--timestamps]\n";
 
 // The owner of the channel, as the instrument window is: each notification
 // runs a processing pass and is acknowledged; the transfer events go to the
@@ -80,6 +82,7 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     const QCommandLineOption timestamps(QStringLiteral("timestamps"));
     parser.addOptions({cells, record, playbackName, timestamps});
     CLineOptions line(parser);
+    CMqttOptions mqtt(parser);
     if (!parser.parse(QStringList{QStringLiteral("capture")} + arguments) || parser.positionalArguments().size() != 1) {
         if (!parser.errorText().isEmpty())
             err << "orvalis-cli capture: " << parser.errorText() << "\n";
@@ -90,7 +93,7 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     QTextStream in(stdin);
     CConsoleSerialPrompt prompt(in, err);
     QString error;
-    if (!line.Check(prompt, error)) {
+    if (!line.Check(prompt, error) || !mqtt.Check(error)) {
         err << "orvalis-cli capture: " << error << "\n" << Usage;
         return ExitUsage;
     }
@@ -109,6 +112,7 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     }
 
     CDriverFile& driver = session.Driver();
+    mqtt.Start(session, CCodePage::ToUnicode(driver.m_Driver.m_strName), err);
     CComm comm;
     CCommByteSource channel(comm);
     CRecordingSource source(channel, parser.isSet(record) ? &writer : nullptr);
@@ -161,7 +165,8 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     loop.exec();
 
     comm.SetPortOpen(false);
-    out.flush();
+    session.FlushText();
+    mqtt.Finish(session, err);
     if (parser.isSet(record) && !source.Failed() && !writer.Finish()) {
         err << writer.ErrorString() << "\n";
         return ExitFailed;

@@ -33,3 +33,22 @@ bool CInstrumentSession::Finish(QString& error)
     error = m_cells.ErrorString();
     return false;
 }
+
+void CInstrumentSession::EnableTimestamps()
+{
+    m_pConsole = &m_stamper;
+    m_pipeline.SetTextSink(m_pConsole);
+}
+
+void CInstrumentSession::PublishTo(CPublishingSink::Sender send, const QString& driverName)
+{
+    m_pPublishing = std::make_unique<CPublishingSink>(m_pConsole, std::move(send));
+    m_pPublishing->SetDriverName(driverName);
+    m_pipeline.SetTextSink(m_pPublishing.get());
+}
+
+void CInstrumentSession::FlushPublishing()
+{
+    if (m_pPublishing)
+        m_pPublishing->Flush();
+}

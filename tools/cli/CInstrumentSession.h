@@ -4,9 +4,12 @@
 #include "CCsvCellSink.h"
 #include "CDriverFile.h"
 #include "CLineStamper.h"
+#include "CPublishingSink.h"
 #include "CReceivePipeline.h"
 
 #include <QString>
+
+#include <memory>
 
 class QTextStream;
 
@@ -25,10 +28,15 @@ public:
     bool OpenCells(const QString& path, QString& error);
     // Ends the CSV file; false with the message when a cell was not written.
     bool Finish(QString& error);
-    // Puts the local time in front of every line shown.
-    void EnableTimestamps() { m_pipeline.SetTextSink(&m_stamper); }
+    // Puts the local time in front of every line on the console (before
+    // PublishTo: the readings published stay as the instrument sent them).
+    void EnableTimestamps();
     // Writes the text of the last processing pass through to the console.
     void FlushText() { m_text.Flush(); }
+    // Every line shown also goes to send as a reading of driverName.
+    void PublishTo(CPublishingSink::Sender send, const QString& driverName);
+    // Sends the line still open.
+    void FlushPublishing();
     // The first failed write of a cell, "" while all went well.
     QString WriteError() const { return m_cells.ErrorString(); }
 
@@ -39,7 +47,9 @@ private:
     CDriverFile m_driver;
     CConsoleTextSink m_text;
     CLineStamper m_stamper{m_text};
+    CTextSink* m_pConsole = &m_text;
     CCsvCellSink m_cells;
     bool m_bCells = false;
+    std::unique_ptr<CPublishingSink> m_pPublishing;
     CReceivePipeline m_pipeline;
 };

@@ -43,7 +43,7 @@ int CReplayCommand::Run(const QStringList& arguments, QTextStream& out, QTextStr
     pipeline.SetSleeper([](quint32) {});
     while (!reader.AtEnd())
         pipeline.OnCommEvent();
-    out.flush();
+    session.FlushText();
     if (!session.Finish(error)) {
         err << error << "\n";
         return ExitFailed;

@@ -7,8 +7,10 @@
 #include "CExamplesCommand.h"
 #include "CNameCommand.h"
 #include "CReplayCommand.h"
+#include "CScreenCommand.h"
 #include "CSendCommand.h"
 #include "CShowCommand.h"
+#include "Version.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -35,9 +37,10 @@ std::unique_ptr<CCliCommand> Make()
 
 const CCommandEntry Commands[] = {
     {"show", "FILE", "print every record of a .tbb, .drv or v24print.drv file", &Make<CShowCommand>},
-    {"capture", "DRIVER [--port NAME] [--cells FILE.csv] [--record FILE] [--serial N] [--key N] [--playback NAME]",
+    {"capture", "DRIVER [--port NAME] [--cells FILE.csv] [--record FILE] [--serial N] [--key N] [--playback NAME] [--mqtt URL [--topic PREFIX]]",
      "show what the instrument sends, until Ctrl-C", &Make<CCaptureCommand>},
     {"replay", "DRIVER FILE [--cells FILE.csv]", "run recorded bytes through the driver's pipeline offline", &Make<CReplayCommand>},
+    {"screen", "DRIVER.drv FILE", "show the terminal screen that received bytes leave", &Make<CScreenCommand>},
     {"set-connector", "DRIVER CONNECTOR", "point an instrument driver at another line", &Make<CConnectorCommand>},
     {"set-name", "DRIVER NAME", "rename an instrument driver (its file name becomes NAME.tbb)", &Make<CNameCommand>},
     {"send", "DRIVER [--port NAME] [--serial N] (--key N | --text TEXT | --file PATH)",
@@ -60,6 +63,7 @@ void PrintUsage(QTextStream& stream)
             stream << "  " << qSetFieldWidth(column) << Qt::left << call << qSetFieldWidth(0) << entry.summary
                    << "\n";
     }
+    stream << "\n  --version             print the version\n";
 }
 
 } // namespace
@@ -80,6 +84,10 @@ int main(int argc, char* argv[])
     const QString name = arguments.takeFirst();
     if (name == "help" || name == "--help" || name == "-h") {
         PrintUsage(out);
+        return CCliCommand::ExitOk;
+    }
+    if (name == "--version") {
+        out << "orvalis-cli " << ORVALIS_VERSION << "\n";
         return CCliCommand::ExitOk;
     }
     for (const CCommandEntry& entry : Commands) {

@@ -5,12 +5,13 @@
 class CTerminalDisplaySettings;
 
 // The character-cell screen of a terminal window, as the channel sees it.
-// The terminal window implements it and hands it to its channel with
-// CComm::SetDisplay(); the channel works without one.
-class CTerminalDisplay
+// The terminal screen model (CTerminalScreen) implements it; the terminal
+// window hands its screen to its channel with CComm::SetDisplay(). The
+// channel works without one.
+class CTerminalDisplayInput
 {
 public:
-    virtual ~CTerminalDisplay() = default;
+    virtual ~CTerminalDisplayInput() = default;
     // Called by CComm::OpenTerminal; ends by showing the settings' initial
     // input, which clears the screen.
     virtual void ApplySettings(const CTerminalDisplaySettings& settings) = 0;

@@ -1,0 +1,142 @@
+// The message journal on disk: order, limit, reopening, damage, locking.
+
+#include "CMqttJournal.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+QByteArrayList ReadAll(CMqttJournal& journal)
+{
+    QByteArrayList messages;
+    QByteArray message;
+    QString error;
+    for (qint64 at = journal.Head(), next = 0; journal.Read(at, message, next, error); at = next)
+        messages.append(message);
+    return messages;
+}
+
+QByteArrayList Numbers(int from, int to)
+{
+    QByteArrayList list;
+    for (int n = from; n < to; ++n)
+        list.append("m" + QByteArray::number(n));
+    return list;
+}
+
+} // namespace
+
+class tst_MqttJournal : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    QString Path() const { return m_dir.filePath(QStringLiteral("j.journal")); }
+
+private Q_SLOTS:
+    void init() { QFile::remove(Path()); }
+
+    void releasedMessagesStayGoneAfterReopening()
+    {
+        QString error;
+        qint64 dropped = 0;
+        qint64 second = 0;
+        {
+            CMqttJournal journal(100);
+            QVERIFY2(journal.Open(Path(), error), qPrintable(error));
+            QVERIFY(journal.Append(Numbers(0, 5), dropped, error));
+            QByteArray message;
+            qint64 next = 0;
+            QVERIFY(journal.Read(journal.Head(), message, next, error));
+            QVERIFY(journal.Read(next, message, second, error));
+            QVERIFY(journal.Release(second, error));
+            QCOMPARE(journal.Count(), 3);
+        }
+        CMqttJournal journal(100);
+        QVERIFY(journal.Open(Path(), error));
+        QCOMPARE(ReadAll(journal), Numbers(2, 5));
+        QCOMPARE(journal.Count(), 3);
+        const qint64 end = journal.End();
+        QVERIFY(journal.Release(end, error));
+        QVERIFY(journal.IsEmpty());
+        QCOMPARE(QFileInfo(Path()).size(), CMqttJournal::HeaderSize);
+        // Offsets handed out before refer to the old place of the messages.
+        QCOMPARE(journal.Moved(), end - CMqttJournal::HeaderSize);
+        QVERIFY(journal.Append(Numbers(7, 8), dropped, error));
+        QCOMPARE(ReadAll(journal), Numbers(7, 8));
+    }
+
+    void fullJournalDropsTheOldest()
+    {
+        QString error;
+        qint64 dropped = 0;
+        CMqttJournal journal(10);
+        QVERIFY(journal.Open(Path(), error));
+        QVERIFY(journal.Append(Numbers(0, 8), dropped, error));
+        QCOMPARE(dropped, 0);
+        QVERIFY(journal.Append(Numbers(8, 15), dropped, error));
+        QCOMPARE(dropped, 5);
+        QCOMPARE(ReadAll(journal), Numbers(5, 15));
+    }
+
+    void messageCutByACrashIsCutOff()
+    {
+        QString error;
+        qint64 dropped = 0;
+        {
+            CMqttJournal journal(100);
+            QVERIFY(journal.Open(Path(), error));
+            QVERIFY(journal.Append(Numbers(0, 3), dropped, error));
+        }
+        QFile file(Path());
+        QVERIFY(file.open(QIODevice::Append));
+        file.write(QByteArray("\x40\x00\x00\x00half", 8));
+        file.close();
+        CMqttJournal journal(100);
+        QVERIFY(journal.Open(Path(), error));
+        QCOMPARE(ReadAll(journal), Numbers(0, 3));
+        QVERIFY(journal.Append(Numbers(3, 4), dropped, error));
+        QCOMPARE(ReadAll(journal), Numbers(0, 4));
+    }
+
+    void secondUserGetsItsOwnJournal()
+    {
+        QString error;
+        CMqttJournal first(100);
+        CMqttJournal second(100);
+        QVERIFY(first.Open(Path(), error));
+        QVERIFY(second.Open(Path(), error));
+        QCOMPARE(second.Path(), m_dir.filePath(QStringLiteral("j-2.journal")));
+    }
+
+    void unwritableFolderIsNamed()
+    {
+        QString error;
+        CMqttJournal journal(100);
+        QVERIFY(!journal.Open(QStringLiteral("/proc/orvalis/j.journal"), error));
+        QVERIFY2(error.contains(QStringLiteral("/proc/orvalis")), qPrintable(error));
+    }
+
+    void longTakenPartIsCutOff()
+    {
+        QString error;
+        qint64 dropped = 0;
+        CMqttJournal journal(1000000);
+        QVERIFY(journal.Open(Path(), error));
+        const QByteArray big(100000, 'x');
+        QVERIFY(journal.Append(QByteArrayList(100, big) + QByteArrayList{"last"}, dropped, error));
+        QByteArray message;
+        qint64 at = journal.Head();
+        qint64 next = 0;
+        for (int n = 0; n < 100; ++n, at = next)
+            QVERIFY(journal.Read(at, message, next, error));
+        QVERIFY(journal.Release(at, error));
+        QCOMPARE(journal.Moved(), at - CMqttJournal::HeaderSize);
+        QVERIFY(QFileInfo(Path()).size() < 1000);
+        QCOMPARE(ReadAll(journal), QByteArrayList{"last"});
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_MqttJournal)
+#include "tst_MqttJournal.moc"

@@ -1,0 +1,131 @@
+#pragma once
+
+// A private Mosquitto broker for the tests: its own configuration and
+// persistence folder, listening on a free port of 127.0.0.1 only; stopped
+// (and restartable on the same port) by the test. Every wait is bounded.
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <arpa/inet.h>
+#include <csignal>
+#include <netinet/in.h>
+#include <pwd.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+class MqttTestBroker
+{
+public:
+    MqttTestBroker()
+    {
+        m_program = QStandardPaths::findExecutable(QStringLiteral("mosquitto"));
+        if (m_program.isEmpty())
+            m_program = QStandardPaths::findExecutable(QStringLiteral("mosquitto"),
+                                                       {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/local/sbin")});
+        m_port = FreePort();
+    }
+    ~MqttTestBroker() { Stop(); }
+
+    // Empty when the broker can be run, else why not.
+    QString Missing() const
+    {
+        return m_program.isEmpty() ? QStringLiteral("mosquitto is not installed (Debian package mosquitto)") : QString();
+    }
+    int Port() const { return m_port; }
+    QString Url() const { return QStringLiteral("mqtt://127.0.0.1:%1").arg(m_port); }
+
+    bool Start()
+    {
+        QFile conf(m_dir.filePath(QStringLiteral("mosquitto.conf")));
+        if (!conf.open(QIODevice::WriteOnly))
+            return false;
+        QByteArray text = "listener " + QByteArray::number(m_port) + " 127.0.0.1\n"
+                          "allow_anonymous true\n"
+                          "persistence true\n"
+                          "persistence_location " + QFile::encodeName(m_dir.path()) + "/\n"
+                          "max_queued_messages 0\n"
+                          "max_inflight_messages 0\n"
+                          "log_dest file " + QFile::encodeName(m_dir.filePath(QStringLiteral("broker.log"))) + "\n";
+        if (const passwd* user = getpwuid(getuid()))
+            text += QByteArray("user ") + user->pw_name + "\n";
+        conf.write(text);
+        conf.close();
+        m_process.setProgram(m_program);
+        m_process.setArguments({QStringLiteral("-c"), conf.fileName()});
+        // A test that is killed takes its broker with it.
+        m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+        m_process.setStandardOutputFile(QProcess::nullDevice());
+        m_process.setStandardErrorFile(m_dir.filePath(QStringLiteral("broker.err")), QIODevice::Append);
+        m_process.start();
+        if (!m_process.waitForStarted(5000))
+            return false;
+        QElapsedTimer clock;
+        clock.start();
+        while (clock.elapsed() < 5000) {
+            if (Accepts())
+                return true;
+            if (m_process.state() != QProcess::Running)
+                return false;
+            QThread::msleep(20);
+        }
+        return false;
+    }
+
+    // SIGTERM: the broker writes its persistence file and ends.
+    void Stop()
+    {
+        if (m_process.state() == QProcess::NotRunning)
+            return;
+        m_process.terminate();
+        if (!m_process.waitForFinished(5000)) {
+            m_process.kill();
+            m_process.waitForFinished(2000);
+        }
+    }
+
+    QString Log() const
+    {
+        QFile log(m_dir.filePath(QStringLiteral("broker.log")));
+        return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
+    }
+
+private:
+    static int FreePort()
+    {
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        int port = 0;
+        if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0
+            && getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+            port = ntohs(address.sin_port);
+        close(fd);
+        return port;
+    }
+
+    bool Accepts() const
+    {
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(m_port);
+        const bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        close(fd);
+        return ok;
+    }
+
+    QString m_program;
+    int m_port = 0;
+    QTemporaryDir m_dir;
+    QProcess m_process;
+};

@@ -1,0 +1,159 @@
+// orvalis-cli capture --mqtt as a user runs it: the instrument on a pty pair,
+// a private Mosquitto broker and a subscriber in the test.
+
+#include "CDriverFile.h"
+#include "MqttTestBroker.h"
+#include "MqttTestSubscriber.h"
+#include "PtyPair.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+
+namespace {
+
+const QByteArray Prefix = "lab/bench-3/Balance";
+
+QList<QByteArray> Texts(const QList<QByteArray>& payloads)
+{
+    QList<QByteArray> texts;
+    for (const QByteArray& payload : payloads) {
+        QJsonParseError error{};
+        const QJsonObject reading = QJsonDocument::fromJson(payload, &error).object();
+        if (error.error != QJsonParseError::NoError)
+            texts.append("not JSON: " + payload);
+        else
+            texts.append(reading.value(QStringLiteral("text")).toString().toUtf8());
+    }
+    return texts;
+}
+
+} // namespace
+
+class tst_MqttCapture : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+
+    QString Driver()
+    {
+        CDriverFile driver;
+        driver.m_Driver.m_strName = "Balance";
+        driver.m_Comm.m_strConnector = "None";
+        driver.m_FunctionKeys.AppendEmptyKeys();
+        const QString path = m_dir.filePath(QStringLiteral("Balance.tbb"));
+        if (!driver.Store(path).IsOk())
+            qFatal("cannot store the driver");
+        return path;
+    }
+
+    // Starts capture; false when it did not report the broker connected.
+    bool StartCapture(QProcess& cli, const MqttTestBroker& broker, const CPtyPair& pty)
+    {
+        cli.setProcessChannelMode(QProcess::MergedChannels);
+        cli.start(QStringLiteral(ORVALIS_CLI), {QStringLiteral("capture"), Driver(), QStringLiteral("--port"),
+                                               pty.SlaveName(), QStringLiteral("--mqtt"), broker.Url(),
+                                               QStringLiteral("--topic"), QString::fromUtf8(Prefix)});
+        QElapsedTimer clock;
+        clock.start();
+        while (clock.elapsed() < 10000 && cli.state() != QProcess::NotRunning) {
+            cli.waitForReadyRead(50);
+            m_output += cli.readAll();
+            if (m_output.contains("MQTT: connected"))
+                return true;
+        }
+        return false;
+    }
+
+    QByteArray m_output;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        qputenv("ORVALIS_HOME", m_dir.path().toLocal8Bit());
+        qputenv("XDG_DATA_HOME", m_dir.filePath(QStringLiteral("data")).toLocal8Bit());
+    }
+    void init() { m_output.clear(); }
+
+    void everyReadingArrivesOnceInOrder()
+    {
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        QVERIFY(broker.Start());
+        MqttTestSubscriber subscriber(broker.Port(), Prefix + "/#", "orvalis-test-capture");
+        QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
+        CPtyPair pty;
+        QVERIFY(pty.IsOpen());
+        QProcess cli;
+        QVERIFY2(StartCapture(cli, broker, pty), m_output.constData());
+
+        QList<QByteArray> expected;
+        QByteArray bytes;
+        for (int n = 0; n < 500; ++n) {
+            expected.append("  " + QByteArray::number(n) + ".5 g");
+            bytes += expected.back() + "\r\n";
+        }
+        // In pieces that cut lines, as a line delivers them.
+        for (qsizetype at = 0; at < bytes.size(); at += 777)
+            QVERIFY(pty.WriteMaster(bytes.mid(at, 777)));
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Payloads(Prefix + "/readings").size(), 500, 15000);
+        QCOMPARE(Texts(subscriber.Payloads(Prefix + "/readings")), expected);
+        QCOMPARE(subscriber.Last(Prefix + "/status"), QByteArray("online"));
+
+        ::kill(pid_t(cli.processId()), SIGINT);
+        QVERIFY(cli.waitForFinished(10000));
+        QCOMPARE(cli.exitCode(), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("offline"), 5000);
+        QTest::qWait(200);
+        QCOMPARE(subscriber.Payloads(Prefix + "/readings").size(), 500);
+    }
+
+    void killedProgramTurnsTheStatusOffline()
+    {
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        QVERIFY(broker.Start());
+        MqttTestSubscriber subscriber(broker.Port(), Prefix + "/status", "orvalis-test-kill");
+        QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
+        CPtyPair pty;
+        QProcess cli;
+        QVERIFY2(StartCapture(cli, broker, pty), m_output.constData());
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("online"), 5000);
+        cli.kill();
+        QVERIFY(cli.waitForFinished(5000));
+        // The broker's last will: the connection ended without a goodbye.
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("offline"), 10000);
+    }
+
+    void badBrokerAddressIsAUsageError_data()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("other scheme") << QStringList{"--mqtt", "http://x"} << "mqtt:// or mqtts://";
+        QTest::newRow("no host") << QStringList{"--mqtt", "mqtt://:1883"} << "no host";
+        QTest::newRow("wildcard topic") << QStringList{"--mqtt", "mqtt://x", "--topic", "a/#"} << "--topic";
+        QTest::newRow("topic alone") << QStringList{"--topic", "a"} << "--topic needs --mqtt";
+    }
+    void badBrokerAddressIsAUsageError()
+    {
+        QFETCH(QStringList, options);
+        QFETCH(QString, message);
+        QProcess cli;
+        cli.start(QStringLiteral(ORVALIS_CLI), QStringList{QStringLiteral("capture"), Driver()} + options);
+        QVERIFY(cli.waitForFinished(10000));
+        const QString err = QString::fromUtf8(cli.readAllStandardError());
+        QCOMPARE(cli.exitCode(), 2);
+        QVERIFY2(err.contains(message), qPrintable(err));
+    }
+};
+
+QTEST_MAIN(tst_MqttCapture)
+#include "tst_MqttCapture.moc"

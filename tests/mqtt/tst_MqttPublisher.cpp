@@ -1,0 +1,248 @@
+// The publisher against a real Mosquitto broker on a free local port, with a
+// subscriber in the test: order, JSON, status, broker restart, the journal.
+
+#include "CMqttJournal.h"
+#include "CMqttPublisher.h"
+#include "CPublishingSink.h"
+#include "MqttTestBroker.h"
+#include "MqttTestSubscriber.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QSet>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+const QByteArray Prefix = "orvalis/test/Balance";
+const QByteArray Readings = Prefix + "/readings";
+const QByteArray Status = Prefix + "/status";
+
+QList<QByteArray> Texts(const QList<QByteArray>& payloads)
+{
+    QList<QByteArray> texts;
+    for (const QByteArray& payload : payloads)
+        texts.append(QJsonDocument::fromJson(payload).object().value(QStringLiteral("text")).toString().toUtf8());
+    return texts;
+}
+
+QByteArray Line(int n)
+{
+    return "reading " + QByteArray::number(n) + "\t" + QByteArray::number(n * 0.5) + "\r\n";
+}
+
+// Drops repetitions of messages already seen (QoS 1 sends again what the
+// broker may have had when the connection broke).
+QList<QByteArray> FirstSeen(const QList<QByteArray>& texts)
+{
+    QList<QByteArray> order;
+    QSet<QByteArray> seen;
+    for (const QByteArray& text : texts) {
+        if (!seen.contains(text)) {
+            seen.insert(text);
+            order.append(text);
+        }
+    }
+    return order;
+}
+
+QList<QByteArray> Expected(int from, int to)
+{
+    QList<QByteArray> texts;
+    for (int n = from; n < to; ++n)
+        texts.append(Line(n).chopped(2));
+    return texts;
+}
+
+} // namespace
+
+class tst_MqttPublisher : public QObject
+{
+    Q_OBJECT
+
+private:
+    CMqttPublisher::Options Options(const MqttTestBroker& broker, qint64 maxQueued = 100000)
+    {
+        CMqttPublisher::Options options;
+        QString error;
+        CMqttBrokerUrl::Parse(broker.Url(), options.broker, error);
+        options.topicPrefix = QString::fromUtf8(Prefix);
+        options.journalPath = m_dir.filePath(QStringLiteral("Balance.journal"));
+        options.maxQueued = maxQueued;
+        return options;
+    }
+
+    QTemporaryDir m_dir;
+
+private Q_SLOTS:
+    void init()
+    {
+        QFile::remove(m_dir.filePath(QStringLiteral("Balance.journal")));
+    }
+
+    void readingsArriveOnceInOrderAsJsonWithStatus()
+    {
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        QVERIFY(broker.Start());
+        MqttTestSubscriber subscriber(broker.Port(), Prefix + "/#");
+        QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
+
+        CMqttPublisher publisher;
+        QSignalSpy states(&publisher, &CMqttPublisher::StateChanged);
+        publisher.Start(Options(broker));
+        CPublishingSink sink(nullptr, [&](const QByteArray& json) { publisher.Publish(json); });
+        sink.SetDriverName(QStringLiteral("Balance"));
+        constexpr int Count = 2000;
+        for (int n = 0; n < Count; ++n)
+            sink.AppendBytes(Line(n));
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Payloads(Readings).size(), Count, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(publisher.Waiting(), 0, 5000);
+
+        const QList<QByteArray> payloads = subscriber.Payloads(Readings);
+        QCOMPARE(Texts(payloads), Expected(0, Count));
+        const QJsonObject first = QJsonDocument::fromJson(payloads.at(1)).object();
+        QCOMPARE(first.value(QStringLiteral("driver")).toString(), QStringLiteral("Balance"));
+        QCOMPARE(first.value(QStringLiteral("cells")).toArray().at(1).toDouble(), 0.5);
+        QCOMPARE(subscriber.Last(Status), QByteArray("online"));
+        QVERIFY(publisher.CurrentState() == CMqttPublisher::State::Connected);
+        QVERIFY(!states.isEmpty());
+
+        publisher.Stop();
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Status), QByteArray("offline"), 5000);
+        QVERIFY(publisher.CurrentState() == CMqttPublisher::State::Off);
+        // Status messages are retained: a dashboard that comes later sees them.
+        MqttTestSubscriber late(broker.Port(), Status, "orvalis-test-late");
+        QTRY_COMPARE_WITH_TIMEOUT(late.Last(Status), QByteArray("offline"), 5000);
+        QVERIFY(late.Messages().front().bRetained);
+    }
+
+    void queueRunningEmptyBetweenReadingsLosesNothing()
+    {
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        QVERIFY(broker.Start());
+        MqttTestSubscriber subscriber(broker.Port(), Readings, "orvalis-test-paced");
+        QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
+        CMqttPublisher publisher;
+        publisher.Start(Options(broker));
+        // The journal is emptied (and shortened) again and again while
+        // readings keep coming.
+        for (int round = 0; round < 20; ++round) {
+            for (int n = round * 5; n < round * 5 + 5; ++n)
+                publisher.Publish(Line(n).chopped(2));
+            QTRY_COMPARE_WITH_TIMEOUT(publisher.Waiting(), 0, 5000);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Payloads(Readings).size(), 100, 5000);
+        QCOMPARE(subscriber.Payloads(Readings), Expected(0, 100));
+    }
+
+    void brokerRestartMidStreamLosesNothing()
+    {
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        QVERIFY(broker.Start());
+        MqttTestSubscriber subscriber(broker.Port(), Readings, "orvalis-test-restart");
+        QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
+
+        CMqttPublisher publisher;
+        publisher.Start(Options(broker));
+        QTRY_VERIFY_WITH_TIMEOUT(publisher.CurrentState() == CMqttPublisher::State::Connected, 5000);
+        CPublishingSink sink(nullptr, [&](const QByteArray& json) { publisher.Publish(json); });
+        // Readings keep coming while the broker goes away and comes back.
+        int next = 0;
+        const auto feed = [&](int until) {
+            for (; next < until; ++next) {
+                sink.AppendBytes(Line(next));
+                if (next % 50 == 0)
+                    QTest::qWait(5);
+            }
+        };
+        feed(1500);
+        broker.Stop();
+        feed(2500);
+        QTRY_VERIFY_WITH_TIMEOUT(publisher.CurrentState() == CMqttPublisher::State::Retrying, 5000);
+        feed(3000);
+        QVERIFY(publisher.Waiting() > 0);
+        QVERIFY(broker.Start());
+        feed(4000);
+        QTRY_VERIFY_WITH_TIMEOUT(publisher.CurrentState() == CMqttPublisher::State::Connected, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(publisher.Waiting(), 0, 15000);
+        QTRY_COMPARE_WITH_TIMEOUT(FirstSeen(Texts(subscriber.Payloads(Readings))).size(), 4000, 15000);
+        QCOMPARE(FirstSeen(Texts(subscriber.Payloads(Readings))), Expected(0, 4000));
+    }
+
+    void journalKeepsWhatTheBrokerHasNotTakenAcrossARestartOfTheProgram()
+    {
+        MqttTestBroker broker; // not started yet: nobody listens on its port
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        {
+            CMqttPublisher publisher;
+            publisher.Start(Options(broker));
+            for (int n = 0; n < 100; ++n)
+                publisher.Publish(Line(n).chopped(2));
+            QTRY_VERIFY_WITH_TIMEOUT(publisher.CurrentState() == CMqttPublisher::State::Retrying, 5000);
+            QTRY_COMPARE_WITH_TIMEOUT(QFileInfo(m_dir.filePath(QStringLiteral("Balance.journal"))).size() > 1000, true, 5000);
+        }
+        QVERIFY(broker.Start());
+        MqttTestSubscriber subscriber(broker.Port(), Readings, "orvalis-test-journal");
+        QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
+        CMqttPublisher publisher;
+        publisher.Start(Options(broker));
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Payloads(Readings).size(), 100, 10000);
+        QCOMPARE(subscriber.Payloads(Readings), Expected(0, 100));
+    }
+
+    void fullQueueDropsTheOldestAndSaysSoOnce()
+    {
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        CMqttPublisher publisher;
+        QSignalSpy dropped(&publisher, &CMqttPublisher::MessagesDropped);
+        publisher.Start(Options(broker, 10));
+        for (int n = 0; n < 25; ++n) {
+            publisher.Publish(Line(n).chopped(2));
+            QTest::qWait(2);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(publisher.Waiting(), 10, 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(dropped.size(), 1, 5000);
+        QTest::qWait(100);
+        QCOMPARE(dropped.size(), 1);
+
+        QVERIFY(broker.Start());
+        MqttTestSubscriber subscriber(broker.Port(), Readings, "orvalis-test-full");
+        QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(publisher.Waiting(), 0, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Payloads(Readings), Expected(15, 25), 5000);
+    }
+
+    void unreachableBrokerIsRetriedWithTheReason()
+    {
+        MqttTestBroker broker;
+        if (!broker.Missing().isEmpty())
+            QSKIP(qPrintable(broker.Missing()));
+        CMqttPublisher publisher;
+        QSignalSpy states(&publisher, &CMqttPublisher::StateChanged);
+        publisher.Start(Options(broker));
+        QTRY_VERIFY_WITH_TIMEOUT(states.size() >= 2, 5000);
+        const QString reason = states.last().at(1).toString();
+        QVERIFY2(reason.contains(QString::number(broker.Port())), qPrintable(reason));
+        QElapsedTimer clock;
+        clock.start();
+        publisher.Stop();
+        QVERIFY(clock.elapsed() < 2000);
+    }
+};
+
+QTEST_MAIN(tst_MqttPublisher)
+#include "tst_MqttPublisher.moc"
