@@ -1,7 +1,7 @@
 #pragma once
 
+#include "CAppServices.h"
 #include "CDocTemplate.h"
-#include "CPlaybackFile.h"
 #include "CProfile.h"
 #include "CWindowRect.h"
 
@@ -13,7 +13,6 @@
 
 #include <memory>
 
-class CCommView;
 class CMainFrame;
 class QPrinter;
 
@@ -21,7 +20,7 @@ class QPrinter;
 // command line, and the program-wide values that the main window and the
 // instrument and terminal windows share. Exactly one exists while the
 // program runs; COrvalisApp::Get() reaches it.
-class COrvalisApp : public QObject
+class COrvalisApp : public QObject, public CAppServices
 {
     Q_OBJECT
 
@@ -48,31 +47,19 @@ public:
     bool RunsEmbedded() const { return m_bRunEmbedded; }
 
     CMainFrame* MainFrame() const { return m_pMainFrame.get(); }
-    CProfile& Profile() { return m_profile; }
-    // See CProgramFolder; fixed for the run.
-    QString ProgramFolder() const { return m_strProgramFolder; }
+    CProfile& Profile() override { return m_profile; }
+    QString ProgramFolder() const override { return m_strProgramFolder; }
     const QList<CDocTemplate>& DocTemplates() const { return m_templates; }
-    QPrinter& Printer();
+    QPrinter& Printer() override;
+    bool HasMainWindow() const override { return m_pMainFrame != nullptr; }
 
     // Recent-file list of four entries, newest first ("Recent File List" in the profile).
     QStringList RecentFiles() const { return m_recentFiles; }
-    void AddToRecentFileList(const QString& path);
+    void AddToRecentFileList(const QString& path) override;
 
-    CWindowRect m_rcWindow;            // normal rectangle of the main window
-    QString m_strLastUsedDriver;       // full path of the instrument driver used last
-    QString m_strLastTerminalDriver;   // full path of the terminal driver used last
-    CCommView* m_pCommView = nullptr;  // set and cleared by the instrument view only
-    CPlaybackFile m_filePlayback;      // opened by the "^$E" macro, read by the instrument view
-    int m_bConnectRequested = 0;       // set by Connect Instrument before it opens a window
-    quint32 m_dwPlatformId = 2;        // nonzero: the platform has threads (no idle polling)
+    CWindowRect m_rcWindow; // normal rectangle of the main window
     int m_bDriverOnCommandLine = 0;
     Qt::WindowStates m_nCmdShow = Qt::WindowNoState; // how the main window is shown
-
-    // Remembered start pages of the settings sheets, 0 at start, never
-    // persisted; each is overwritten only when its sheet ends with OK.
-    int m_nModifyInstrumentPage = 0;
-    int m_nModifyTerminalPage = 0;
-    int m_nInstrumentOptionsPage = 0;
 
 private:
     void ParseCommandLine(const QStringList& arguments);

@@ -90,6 +90,27 @@ public:
         return false;
     }
 
+    // True once its CPU time has stood still for idleMs (it waits for
+    // input); false when it ends or the time is up first.
+    bool WaitUntilIdle(int idleMs, int timeoutMs)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        qint64 ticks = CpuTicks();
+        qint64 lastGrowth = 0;
+        while (IsRunning() && timer.elapsed() < timeoutMs) {
+            QThread::msleep(10);
+            const qint64 now = CpuTicks();
+            if (now != ticks) {
+                ticks = now;
+                lastGrowth = timer.elapsed();
+            } else if (timer.elapsed() - lastGrowth >= idleMs) {
+                return true;
+            }
+        }
+        return false;
+    }
+
     // User and system time of all its threads, in clock ticks.
     qint64 CpuTicks() const
     {

@@ -1,7 +1,10 @@
 // The programs a user runs, flooded through a pseudo-terminal one after the
 // other, each on a fresh pair of the same kind: `cat SLAVE > file` (the
 // ceiling), `orvalis-cli capture` and the desktop program's instrument
-// window (offscreen), each without and with the balance script.
+// window (offscreen), each without and with the balance script, and its
+// terminal window (VT100), opened as a user opens it: Alt+T, "Terminal
+// Emulation...", the driver in the file dialog. The keys go in through Qt's
+// VNC platform, since the offscreen one takes no input.
 //
 // A run waits until the program has the slave open, writes the readings
 // into the master as fast as the line takes them and ends when every byte
@@ -16,10 +19,12 @@
 // Exit 0 when every goal is met, 1 otherwise.
 
 #include "CDriverFile.h"
+#include "CTerminalFile.h"
 
 #include "BenchBalance.h"
 #include "CBenchProgram.h"
 #include "CBenchPty.h"
+#include "CBenchVncKeys.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -49,6 +54,8 @@ constexpr int StallTimeoutMs = 10000;
 constexpr int IdleMs = 300;
 // Still busy this long after the last byte: reported, not waited for.
 constexpr int SettleLimitMs = 60000;
+// A program that takes the bytes this slowly is reported, not waited for.
+constexpr int FloodLimitMs = 300000;
 constexpr double Megabyte = 1 << 20;
 
 enum class Kind { Cat, Capture, Window, TerminalWindow };
@@ -79,6 +86,9 @@ struct CStart
     QByteArrayList arguments;
     QByteArrayList environment;
     int stopSignal = SIGTERM;
+    // The terminal window: the program's VNC port and the driver to open.
+    quint16 vncPort = 0;
+    QByteArray terminalDriver;
 };
 
 QString Unavailable(Kind kind)
@@ -88,11 +98,10 @@ QString Unavailable(Kind kind)
         return QStringLiteral("not built (no orvalis-cli)");
 #endif
 #ifndef ORVALIS_APP
-    if (kind == Kind::Window)
+    if (kind == Kind::Window || kind == Kind::TerminalWindow)
         return QStringLiteral("not built (no desktop program)");
 #endif
-    if (kind == Kind::TerminalWindow)
-        return QStringLiteral("not built yet");
+    Q_UNUSED(kind);
     return QString();
 }
 
@@ -116,6 +125,31 @@ QByteArray WriteDriver(const QString& folder, const QByteArray& slave, bool scri
     return name;
 }
 
+// A VT100 terminal on the given line; the path of the file.
+QByteArray WriteTerminalDriver(const QString& folder, const QByteArray& slave)
+{
+    CTerminalFile driver;
+    driver.m_Comm.m_nConnector = -1;
+    driver.m_Comm.m_strConnector = slave;
+    driver.m_Comm.m_nBaudRate = 115200;
+    driver.m_Comm.m_nFlowControl = 0;
+    driver.m_Terminal.m_nEmulation = 4;
+    driver.m_Terminal.m_bReceiveCRLF = 0;
+    driver.m_FunctionKeys.AppendEmptyKeys();
+    const QString path = QDir(folder).filePath(QStringLiteral("balance.drv"));
+    if (!driver.Store(path).IsOk())
+        qFatal("cannot write %s", qPrintable(path));
+    return path.toLocal8Bit();
+}
+
+// The desktop program's surroundings: its program folder (drivers) and its
+// settings in the temporary folder.
+QByteArrayList DesktopEnvironment(const QString& folder, const QByteArray& platform)
+{
+    return {"QT_QPA_PLATFORM=" + platform, "ORVALIS_HOME=" + folder.toLocal8Bit(),
+            "XDG_CONFIG_HOME=" + QDir(folder).filePath(QStringLiteral("config")).toLocal8Bit()};
+}
+
 CStart Start(const CProgramRow& row, const QByteArray& slave, const QString& folder)
 {
     CStart start;
@@ -136,12 +170,18 @@ CStart Start(const CProgramRow& row, const QByteArray& slave, const QString& fol
     case Kind::Window:
 #ifdef ORVALIS_APP
         start.arguments = {ORVALIS_APP, "/D" + WriteDriver(folder, slave, row.script)};
-        start.environment = {"QT_QPA_PLATFORM=offscreen", "ORVALIS_HOME=" + folder.toLocal8Bit(),
-                             "XDG_CONFIG_HOME=" +
-                                 QDir(folder).filePath(QStringLiteral("config")).toLocal8Bit()};
+        start.environment = DesktopEnvironment(folder, "offscreen");
 #endif
         break;
     case Kind::TerminalWindow:
+#ifdef ORVALIS_APP
+        // The size of the offscreen platform's screen.
+        start.vncPort = CBenchVncKeys::FreePort();
+        start.arguments = {ORVALIS_APP};
+        start.environment =
+            DesktopEnvironment(folder, "vnc:size=800x600:port=" + QByteArray::number(start.vncPort));
+        start.terminalDriver = WriteTerminalDriver(folder, slave);
+#endif
         break;
     }
     return start;
@@ -154,14 +194,20 @@ int Queued(int slave)
 }
 
 // Writes the stream into the master as fast as the line takes it; the
-// bytes written, fewer when the program ended or stopped taking them (then
-// with the problem).
+// bytes written, fewer when the program ended, or (with the problem) when
+// it stopped taking them or took them too slowly.
 qsizetype Flood(int master, const QByteArray& stream, CBenchProgram& program, QString& problem)
 {
     qsizetype sent = 0;
+    QElapsedTimer clock;
+    clock.start();
     QElapsedTimer sinceProgress;
     sinceProgress.start();
     while (sent < stream.size()) {
+        if (clock.elapsed() > FloodLimitMs) {
+            problem = QStringLiteral("was still reading after %1 s").arg(FloodLimitMs / 1000);
+            return sent;
+        }
         pollfd out{master, POLLOUT, 0};
         if (::poll(&out, 1, PollMs) > 0) {
             const ssize_t n =
@@ -225,6 +271,29 @@ qint64 Settle(const QElapsedTimer& clock, int slave, CBenchProgram& program, QSt
     }
 }
 
+// The user's way to a terminal window: Alt+T, T for "Terminal Emulation...",
+// the driver's path in the file dialog, Enter. Each step waits until the
+// program has done the one before (its CPU time stands still). An empty
+// result, or why the keys could not be typed.
+QString OpenTerminal(CBenchProgram& program, const CStart& start)
+{
+    CBenchVncKeys keys;
+    QString error;
+    if (!keys.Connect(start.vncPort, OpenTimeoutMs, error))
+        return error;
+    program.WaitUntilIdle(IdleMs, OpenTimeoutMs);
+    keys.Key(CBenchVncKeys::AltL, true);
+    keys.Tap('t');
+    keys.Key(CBenchVncKeys::AltL, false);
+    program.WaitUntilIdle(IdleMs, OpenTimeoutMs);
+    keys.Tap('t');
+    program.WaitUntilIdle(IdleMs, OpenTimeoutMs);
+    keys.Type(start.terminalDriver);
+    keys.Tap(CBenchVncKeys::Return);
+    program.WaitUntilIdle(IdleMs, OpenTimeoutMs);
+    return QString();
+}
+
 // How the program ended, with the last thing it said on standard error.
 QString Ending(const CBenchProgram& program, const QString& errors)
 {
@@ -247,12 +316,14 @@ CFigures Run(const CProgramRow& row, const QByteArray& stream, const QString& fo
                           errors.toLocal8Bit());
     CFigures figures;
     figures.ran = true;
-    if (!program.WaitUntilOpen(pty.path, OpenTimeoutMs)) {
+    if (start.vncPort != 0)
+        figures.problem = OpenTerminal(program, start);
+    if (figures.problem.isEmpty() && !program.WaitUntilOpen(pty.path, OpenTimeoutMs))
         figures.problem = program.IsRunning()
                               ? QStringLiteral("did not open the line within %1 s").arg(OpenTimeoutMs / 1000)
                               : Ending(program, errors) + QStringLiteral(" before opening the line");
+    if (!figures.problem.isEmpty())
         return figures;
-    }
     const qint64 ticksAtStart = program.CpuTicks();
     QElapsedTimer clock;
     clock.start();
@@ -335,10 +406,10 @@ bool PrintGoals(const CProgramRow& row, const CFigures& figures, double catMbPer
                      figures.mbPerSecond >= row.goalMbPerSecond &&
                      (row.goalPeakMb <= 0 || figures.peakMb < row.goalPeakMb);
     const QString measured = QStringLiteral("%1, %2 MB/s, %3 MB")
-                                 .arg(ratio, 0, 'f', 2)
+                                 .arg(ratio, 0, 'f', 3)
                                  .arg(figures.mbPerSecond, 0, 'f', 1)
                                  .arg(figures.peakMb, 0, 'f', 1);
-    std::printf("%-30s %-40s %-24s %s\n", row.name, qPrintable(goal), qPrintable(measured),
+    std::printf("%-30s %-40s %-27s %s\n", row.name, qPrintable(goal), qPrintable(measured),
                 met ? "met" : "NOT MET");
     return met;
 }
@@ -362,8 +433,15 @@ int main(int argc, char* argv[])
     // machine does not fall on one program alone.
     for (int round = 0; round < rounds; ++round) {
         for (qsizetype i = 0; i < rows.size(); ++i) {
-            if (Unavailable(rows[i].kind).isEmpty())
-                figures[i] = Combine(figures[i], Run(rows[i], stream, folder.path()));
+            if (!Unavailable(rows[i].kind).isEmpty())
+                continue;
+            const CFigures run = Run(rows[i], stream, folder.path());
+            // A long benchmark says what it is doing.
+            std::fprintf(stderr, "round %d, %s: %s\n", round + 1, rows[i].name,
+                         qPrintable(run.problem.isEmpty()
+                                        ? QStringLiteral("%1 MB/s").arg(run.mbPerSecond, 0, 'f', 1)
+                                        : run.problem));
+            figures[i] = Combine(figures[i], run);
         }
     }
 

@@ -13,4 +13,7 @@ public:
     // False when the sheet refused the cell or is gone; the pipeline goes on
     // as if the cell had been written.
     virtual bool PutCell(int row, int column, const QByteArray& text) = 0;
+    // The row's last cell was written (its CR passed); the next cell opens
+    // the following row.
+    virtual void EndRow(int row) { Q_UNUSED(row); }
 };

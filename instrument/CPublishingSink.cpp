@@ -14,6 +14,8 @@ void CPublishingSink::AppendBytes(const QByteArray& bytes)
 {
     if (m_pNext)
         m_pNext->AppendBytes(bytes);
+    if (!m_bEnabled)
+        return;
     const char* p = bytes.constData();
     const char* const end = p + bytes.size();
     while (p < end) {
@@ -33,7 +35,7 @@ void CPublishingSink::DeleteLastCharacter()
 {
     if (m_pNext)
         m_pNext->DeleteLastCharacter();
-    if (!m_line.isEmpty())
+    if (m_bEnabled && !m_line.isEmpty())
         m_line.chop(1);
 }
 

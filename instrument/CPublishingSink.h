@@ -20,6 +20,13 @@ public:
     CPublishingSink(CTextSink* next, Sender send);
 
     void SetDriverName(const QString& name) { m_strDriver = name; }
+    // Off, the text only passes through: no line is cut or turned into a
+    // reading (that costs more than showing it).
+    void SetEnabled(bool enabled)
+    {
+        m_bEnabled = enabled;
+        m_line.clear();
+    }
     void AppendBytes(const QByteArray& bytes) override;
     void DeleteLastCharacter() override;
     void Flush();
@@ -34,4 +41,5 @@ private:
     Sender m_send;
     QString m_strDriver;
     QByteArray m_line;
+    bool m_bEnabled = true;
 };

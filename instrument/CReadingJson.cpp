@@ -1,25 +1,19 @@
 #include "CReadingJson.h"
 
+#include "CCellValue.h"
 #include "CCodePage.h"
 #include "CParse.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cmath>
-
 double CReadingJson::Number(const QByteArray& cell, bool& ok)
 {
-    const QByteArray trimmed = cell.trimmed();
-    ok = false;
-    // toDouble takes "inf", "nan" and hexadecimal floats too; JSON has none.
-    for (char c : trimmed) {
-        if (!(std::isdigit(static_cast<unsigned char>(c)) || c == '.' || c == '-' || c == '+' || c == 'e' || c == 'E'))
-            return 0;
-    }
-    const double value = trimmed.toDouble(&ok);
-    ok = ok && std::isfinite(value);
-    return value;
+    // Read as the spreadsheet cells are, without the user's decimal comma:
+    // the message is for programs.
+    const std::optional<double> value = CCellValue::Number(CCodePage::ToUnicode(cell), QLocale::c());
+    ok = value.has_value();
+    return value.value_or(0);
 }
 
 QJsonArray CReadingJson::Cells(const QByteArray& line)

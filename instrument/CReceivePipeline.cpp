@@ -397,6 +397,7 @@ void CReceivePipeline::WriteExcelCells()
             cell.clear();
         } else if (byte == CR) {
             m_pCells->PutCell(m_nExcelRow, m_nExcelColumn, cell);
+            m_pCells->EndRow(m_nExcelRow);
             ++m_nExcelRow;
             m_nExcelColumn = 1;
             cell.clear();

@@ -289,6 +289,7 @@ void CTerminalScreen::CreateTerminal()
     m_nBytesWritten = 0;
     m_bCursorVisible = true;
     m_vt52.Reset(m_nRows);
+    m_csiGuard.Reset();
     m_tty.Reset(m_nEmulation == EmulationNone ? CTtyInterpreter::ControlNames : CTtyInterpreter::Tty);
 
     m_bReverseVideo = false;
@@ -307,8 +308,19 @@ void CTerminalScreen::CreateTerminal()
     vterm_state_set_callbacks(m_pState, &CallbackTable, this);
     vterm_state_set_bold_highbright(m_pState, 1);
     vterm_state_reset(m_pState, 1);
+    PrimeRepeat();
     if (m_nEmulation == EmulationVt52)
         Input(CVt52Interpreter::Setup);
+}
+
+// A repeat (CSI b) before any character is printed would loop for ever
+// inside libvterm: it steps by the width of the last glyph, which is 0 until
+// one is printed. One space, written while nobody listens, gives it a glyph.
+void CTerminalScreen::PrimeRepeat()
+{
+    vterm_state_set_callbacks(m_pState, nullptr, nullptr);
+    vterm_input_write(m_pTerm, " \r", 2);
+    vterm_state_set_callbacks(m_pState, &CallbackTable, this);
 }
 
 void CTerminalScreen::DestroyTerminal()
@@ -340,7 +352,7 @@ void CTerminalScreen::Write(const QByteArray& bytes)
         Input(m_translated);
         break;
     default:
-        Input(bytes);
+        Input(m_csiGuard.Filter(bytes, m_translated));
         break;
     }
     Q_EMIT changed();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CCsiGuard.h"
 #include "CTerminalCell.h"
 #include "CTerminalDisplayInput.h"
 #include "CTtyInterpreter.h"
@@ -117,6 +118,7 @@ private:
 
     void CreateTerminal();
     void DestroyTerminal();
+    void PrimeRepeat();
     void Input(const QByteArray& bytes);
     void Reply(const QByteArray& bytes);
     void PushLine(const std::vector<CTerminalCell>& row);
@@ -134,6 +136,7 @@ private:
     QByteArray* m_pKeyCapture = nullptr; // keyboard output goes here, not to the line
     CVt52Interpreter m_vt52;
     CTtyInterpreter m_tty;
+    CCsiGuard m_csiGuard;
     QByteArray m_translated;
     QByteArray m_replies;
 

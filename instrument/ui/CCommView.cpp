@@ -1,8 +1,8 @@
 #include "CCommView.h"
 
+#include "CAppServices.h"
 #include "CCodePage.h"
 #include "CCommEvent.h"
-#include "COrvalisApp.h"
 #include "CUserDialogs.h"
 #include "FrameworkIds.h"
 
@@ -155,7 +155,7 @@ void CCommView::PrintText(QPrinter& printer) const
 
 void CCommView::OnFilePrint(bool bAskPrinter)
 {
-    QPrinter& printer = COrvalisApp::Get()->Printer();
+    QPrinter& printer = CAppServices::Get()->Printer();
     if (bAskPrinter) {
         QPrintDialog dialog(&printer, this);
         if (CUserDialogs::Current().Exec(dialog) != QDialog::Accepted)
@@ -166,7 +166,7 @@ void CCommView::OnFilePrint(bool bAskPrinter)
 
 void CCommView::OnFilePrintPreview()
 {
-    QPrintPreviewDialog preview(&COrvalisApp::Get()->Printer(), this);
+    QPrintPreviewDialog preview(&CAppServices::Get()->Printer(), this);
     connect(&preview, &QPrintPreviewDialog::paintRequested, this, [this](QPrinter* printer) { PrintText(*printer); });
     CUserDialogs::Current().Exec(preview);
 }

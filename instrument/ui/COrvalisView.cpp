@@ -1,17 +1,19 @@
 #include "COrvalisView.h"
 
-#include "CChildFrame.h"
+#include "CAppServices.h"
 #include "CCodePage.h"
 #include "CCommEvent.h"
 #include "CCommGeneralPage.h"
 #include "CCommPage.h"
+#include "CDocumentFrame.h"
 #include "CDriverFile.h"
+#include "CExcel.h"
+#include "CExcelOutput.h"
 #include "CFileFilter.h"
+#include "CFrameServices.h"
 #include "CFunctionKeysPage.h"
 #include "CInstrumentSheet.h"
-#include "CFrameServices.h"
 #include "CNameLineBreaks.h"
-#include "COrvalisApp.h"
 #include "CParse.h"
 #include "CPublishingPage.h"
 #include "CSaveElsewhere.h"
@@ -96,7 +98,7 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     m_pMessageLine->setForegroundRole(QPalette::ToolTipText);
     m_pMessageLine->setContentsMargins(4, 2, 4, 2);
     m_pMessageLine->hide();
-    if (COrvalisApp* app = COrvalisApp::Get())
+    if (CAppServices* app = CAppServices::Get())
         m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
     m_pipeline.SetByteSource(&m_source);
     m_pipeline.SetTextSink(m_publishing.Sink());
@@ -113,8 +115,8 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
         if (m_driver.m_bExcel)
             m_document.SetModifiedFlag(false);
     });
-    if (auto* frame = qobject_cast<CChildFrame*>(parent))
-        connect(frame, &CChildFrame::documentPathChanged, this, &COrvalisView::LoadDocument);
+    if (auto* frame = qobject_cast<CDocumentFrame*>(parent))
+        connect(frame, &CDocumentFrame::documentPathChanged, this, &COrvalisView::LoadDocument);
     OnCreate();
 }
 
@@ -128,7 +130,7 @@ COrvalisView::~COrvalisView()
 
 void COrvalisView::OnCreate()
 {
-    COrvalisApp* app = COrvalisApp::Get();
+    CAppServices* app = CAppServices::Get();
     if (!app)
         return;
     m_bOpenedByConnect = app->m_bConnectRequested != 0;
@@ -150,6 +152,7 @@ void COrvalisView::OnCreate()
             qCInfo(lcView).noquote() << loaded.Message();
     }
     m_appender.SetNameLineBreaks(m_terminalParam.m_bShowControlChars != 0);
+    CreateExcelLink();
     if (m_bOpenedByConnect)
         m_publishing.StartFromProfile(app->Profile().Path(), CCodePage::ToUnicode(m_driver.m_strName));
     if (CFrameServices* frame = Frame())
@@ -228,9 +231,9 @@ void COrvalisView::OnDestroy()
     if (m_bDestroyed)
         return;
     m_bDestroyed = true;
-    COrvalisApp* app = COrvalisApp::Get();
+    CAppServices* app = CAppServices::Get();
     // Shown only while the program runs normally, not while it is torn down.
-    if (app && app->MainFrame() &&
+    if (app && app->HasMainWindow() &&
         app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("TotalBytesDlg"))) {
         CUserDialogs::Current().ShowMessage(this, QString::asprintf("Total Bytes: %d\nTotal Bytes in Array: %d",
                                                                     int(m_pipeline.TotalBytes()),
@@ -241,6 +244,8 @@ void COrvalisView::OnDestroy()
             app->m_filePlayback.Close();
         app->m_bConnectRequested = 0;
     }
+    m_pipeline.SetCellSink(nullptr);
+    m_pExcel.reset();
     CCommView::OnDestroy();
     m_publishing.Stop();
     // The printer line closes and its job prints.
@@ -273,9 +278,9 @@ void COrvalisView::WriteDriverBack()
             m_driver.m_strFileName = CCodePage::FromUnicode(QFileInfo(path).fileName());
         return CDriverFile::Store(path, m_driver, m_commParam, m_terminalParam, m_functionKeys, m_script).Message();
     };
-    const COrvalisApp* app = COrvalisApp::Get();
+    const CAppServices* app = CAppServices::Get();
     // While the program is torn down nobody can be asked.
-    const bool canAsk = app && app->MainFrame();
+    const bool canAsk = app && app->HasMainWindow();
     if (!m_strDriverProblem.isEmpty()) {
         // A file not read completely is left as it is, unless the user
         // changed the settings and confirms.
@@ -421,7 +426,7 @@ void COrvalisView::OnCommEvent()
 
 bool COrvalisView::PollInput()
 {
-    const COrvalisApp* app = COrvalisApp::Get();
+    const CAppServices* app = CAppServices::Get();
     if (!app || app->m_dwPlatformId != 0)
         return true;
     ++m_nPassDepth;
@@ -442,6 +447,22 @@ void COrvalisView::OnLineLost()
     m_terminalParam.m_bLocalEcho = 1;
     if (m_bOpenedByConnect)
         UpdateConnectMenuText();
+}
+
+// The link connects on its own thread; the window goes on at once and the
+// status bar tells what became of it.
+void COrvalisView::CreateExcelLink()
+{
+    if (m_pExcel || !m_driver.m_bExcel)
+        return;
+    m_pExcel = std::make_unique<CExcelOutput>(std::make_unique<CExcel>(), m_strDriverPath);
+    connect(m_pExcel.get(), &CExcelOutput::message, this, [this](const QString& text) {
+        qCInfo(lcView).noquote() << text;
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage, text);
+    });
+    m_pipeline.SetCellSink(m_pExcel.get());
+    m_pExcel->Start();
 }
 
 void COrvalisView::AppendBytes(const QByteArray& bytes)
@@ -566,7 +587,7 @@ bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
 
 void COrvalisView::OnOptions()
 {
-    COrvalisApp* app = COrvalisApp::Get();
+    CAppServices* app = CAppServices::Get();
     CInstrumentSheet sheet(this, app->m_nInstrumentOptionsPage, true);
     sheet.m_pGeneralPage->SetData(m_driver);
     sheet.m_pCommPage->SetParameters(m_commParam);
@@ -603,6 +624,7 @@ void COrvalisView::OnOptions()
         m_publishing.Start(sheet.m_pPublishingPage->Settings(), driverName);
     if (m_bOpenedByConnect)
         UpdateConnectMenuText();
+    CreateExcelLink();
 }
 
 void COrvalisView::ConvertShownText(bool bShowControlChars)
@@ -639,7 +661,7 @@ void COrvalisView::ConvertShownText(bool bShowControlChars)
 
 void COrvalisView::OnSendFile()
 {
-    COrvalisApp* app = COrvalisApp::Get();
+    CAppServices* app = CAppServices::Get();
     const QString path = CUserDialogs::Current().GetOpenFileName(
         this, app->ProgramFolder(), CFileFilter::FromResource(IDS_ALL_FILES_FILTER), QStringLiteral("Send File"));
     if (path.isEmpty())
@@ -720,7 +742,7 @@ void COrvalisView::OnFileSave()
 
 void COrvalisView::OnFileSaveAs()
 {
-    COrvalisApp* app = COrvalisApp::Get();
+    CAppServices* app = CAppServices::Get();
     const QString path = CUserDialogs::Current().GetSaveFileName(this, app->ProgramFolder(),
                                                                  CFileFilter::FromResource(IDS_ALL_FILES_FILTER));
     if (!path.isEmpty())
@@ -737,9 +759,9 @@ bool COrvalisView::SaveTo(const QString& path)
         });
     if (written.isEmpty())
         return false;
-    if (COrvalisApp* app = COrvalisApp::Get())
+    if (CAppServices* app = CAppServices::Get())
         app->AddToRecentFileList(written);
-    if (auto* frame = qobject_cast<CChildFrame*>(parentWidget()))
+    if (auto* frame = qobject_cast<CDocumentFrame*>(parentWidget()))
         frame->SetDocumentPath(written);
     return true;
 }

@@ -14,6 +14,7 @@
 
 #include <memory>
 
+class CExcelOutput;
 class CFrameServices;
 class QLabel;
 
@@ -77,6 +78,9 @@ public:
     CPublishingLink& Publishing() { return m_publishing; }
 
     int m_bSending = 0;
+    // Cells into LibreOffice Calc and the journal, while the driver's
+    // spreadsheet switch is on (created once, kept until the window goes).
+    std::unique_ptr<CExcelOutput> m_pExcel;
     CFunctionKeysParameter m_functionKeys;
     int m_bProgress = 0;
     int m_bDebugConnection = 0;
@@ -94,6 +98,7 @@ private:
     void OnCreate();
     void OnCommEvent();
     void OnLineLost();
+    void CreateExcelLink();
     void OpenPort();
     void SetLineState();
     void UpdateConnectMenuText();

@@ -22,6 +22,7 @@ CPublishingLink::CPublishingLink(CTextSink* window)
             m_publisher.Publish(json);
     })
 {
+    m_sink.SetEnabled(false);
     connect(&m_publisher, &CMqttPublisher::StateChanged, this, &CPublishingLink::OnStateChanged);
     connect(&m_publisher, &CMqttPublisher::MessagesDropped, this, [this](qint64) {
         Q_EMIT Message(QStringLiteral("MQTT: the queue for the broker is full (%1 readings); the oldest are being "
@@ -80,6 +81,7 @@ void CPublishingLink::Start(const CPublishingSettings& settings, const QString& 
         return;
     }
     m_bOn = true;
+    m_sink.SetEnabled(true);
     m_publisher.Start(options);
     UpdatePane();
 }
@@ -89,6 +91,7 @@ void CPublishingLink::Stop()
     if (!m_bOn)
         return;
     m_sink.Flush();
+    m_sink.SetEnabled(false);
     m_bOn = false;
     m_publisher.Stop();
     m_strReason.clear();

@@ -1,7 +1,7 @@
 #include "CV24Printer.h"
 
+#include "CAppServices.h"
 #include "CFrameServices.h"
-#include "COrvalisApp.h"
 #include "CPrinterSheet.h"
 #include "CUserDialogs.h"
 #include "ResourceIds.h"
@@ -21,14 +21,14 @@ CV24Printer::CV24Printer(QWidget* view, CFrameServices* frame)
 
 QString CV24Printer::SettingsPath()
 {
-    const COrvalisApp* app = COrvalisApp::Get();
+    const CAppServices* app = CAppServices::Get();
     return QDir(app ? app->ProgramFolder() : QString()).filePath(QString::fromLatin1(CPrinterSettingsFile::FileName));
 }
 
 CCommPrinter::Options CV24Printer::Options()
 {
     CCommPrinter::Options options;
-    if (COrvalisApp* app = COrvalisApp::Get())
+    if (CAppServices* app = CAppServices::Get())
         options.bAnyRawPrinter = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("V24AnyRawPrinter")) != 0;
     return options;
 }

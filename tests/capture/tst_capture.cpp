@@ -314,8 +314,8 @@ void tst_capture::captureShowsRecordsAndEndsOnCtrlC()
     QVERIFY(cli.WaitForOutput("12.5\tg\n"));
     QVERIFY(pty.WriteMaster("3\r\n   7.25 g\r\n"));
     QVERIFY(cli.WaitForOutput("7.25\tg\n"));
-    // The rows are on disk while the capture still runs.
-    QCOMPARE(FileBytes(csv), QByteArray("12.5,g\n*E03\n"));
+    // Each row is on disk as soon as it ends, while the capture still runs.
+    QCOMPARE(FileBytes(csv), QByteArray("12.5,g\n*E03\n7.25,g\n"));
     cli.Interrupt();
     QCOMPARE(cli.Finish(), 0);
     QCOMPARE(cli.Output(), QByteArray("12.5\tg\n*E03\n7.25\tg\n"));

@@ -5,6 +5,7 @@
 // CR -> CR/LF expansion.
 
 #include "CByteOutput.h"
+#include "CCsiGuard.h"
 #include "CTerminalDisplaySettings.h"
 #include "CTerminalReceiver.h"
 #include "CTerminalScreen.h"
@@ -79,6 +80,8 @@ private Q_SLOTS:
     void scrollbackIsBounded();
     void noScrollbackWithoutScrollbar();
     void selectionTextSpansScrollbackAndScreen();
+    void csiGuardKeepsSequencesParsable_data();
+    void csiGuardKeepsSequencesParsable();
     void keys_data();
     void keys();
     void vt52KeypadFollowsItsMode();
@@ -167,6 +170,12 @@ void tst_TerminalScreen::shownScreen_data()
     QTest::newRow("ANSI insert and delete characters")
         << int(E::EmulationAnsi) << QByteArrayList{"abcdef" + Esc("[1;3H") + Esc("[2@") + Esc("[1;1H") + Esc("[P")}
         << Rows({"b  cdef"});
+    QTest::newRow("ANSI repeat copies the last character")
+        << int(E::EmulationAnsi) << QByteArrayList{"ab" + Esc("[3b") + "c"} << Rows({"abbbbc"});
+    QTest::newRow("VT100 repeat before any character only moves on")
+        << int(E::EmulationVt100) << QByteArrayList{Esc("[2b") + "x"} << Rows({"  x"});
+    QTest::newRow("VT100 repeat right after a reset")
+        << int(E::EmulationVt100) << QByteArrayList{"a", Esc("c") + Esc("[3b") + "y"} << Rows({"aaay"});
 }
 
 void tst_TerminalScreen::shownScreen()
@@ -309,6 +318,42 @@ void tst_TerminalScreen::selectionTextSpansScrollbackAndScreen()
     // first row of the screen; trailing blanks are not copied.
     QCOMPARE(screen.Text(QPoint(2, 2), QPoint(3, 3)), QStringLiteral("w 2\nrow"));
     QCOMPARE(screen.Text(QPoint(3, 3), QPoint(2, 2)), QStringLiteral("w 2\nrow"));
+}
+
+void tst_TerminalScreen::csiGuardKeepsSequencesParsable_data()
+{
+    QTest::addColumn<QByteArrayList>("writes");
+    QTest::addColumn<QByteArray>("kept");
+    const QByteArray sixteen = Esc("[") + QByteArray("1;").repeated(15) + "1m";
+    QTest::newRow("sixteen parameters pass") << QByteArrayList{sixteen + "x"} << sixteen + "x";
+    QTest::newRow("separators beyond the fifteenth are dropped, colons too")
+        << QByteArrayList{Esc("[") + QByteArray(":").repeated(40) + "mx"}
+        << Esc("[") + QByteArray(":").repeated(15) + "mx";
+    QTest::newRow("the count goes on in the next write")
+        << QByteArrayList{Esc("[") + QByteArray(";").repeated(10), QByteArray(";").repeated(10) + "Hx"}
+        << Esc("[") + QByteArray(";").repeated(15) + "Hx";
+    QTest::newRow("8-bit CSI, controls inside")
+        << QByteArrayList{"\x9b" + QByteArray(";\n").repeated(20) + "m"}
+        << "\x9b" + QByteArray(";\n").repeated(15) + QByteArray("\n").repeated(5) + "m";
+    QTest::newRow("each sequence counts from zero; text keeps its semicolons")
+        << QByteArrayList{sixteen + QByteArray(";").repeated(20) + sixteen}
+        << sixteen + QByteArray(";").repeated(20) + sixteen;
+    QTest::newRow("an escape ends the sequence")
+        << QByteArrayList{Esc("[") + QByteArray(";").repeated(10) + Esc("(") + ";;" + sixteen}
+        << Esc("[") + QByteArray(";").repeated(10) + Esc("(") + ";;" + sixteen;
+}
+
+void tst_TerminalScreen::csiGuardKeepsSequencesParsable()
+{
+    QFETCH(QByteArrayList, writes);
+    QFETCH(QByteArray, kept);
+    CCsiGuard guard;
+    QByteArray all;
+    for (const QByteArray& bytes : writes) {
+        QByteArray out;
+        all += guard.Filter(bytes, out);
+    }
+    QCOMPARE(all, kept);
 }
 
 void tst_TerminalScreen::keys_data()

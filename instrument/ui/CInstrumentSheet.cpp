@@ -1,11 +1,11 @@
 #include "CInstrumentSheet.h"
 
+#include "CAppServices.h"
+#include "CCodePage.h"
 #include "CCommGeneralPage.h"
 #include "CCommPage.h"
 #include "CDriverFile.h"
-#include "CCodePage.h"
 #include "CFunctionKeysPage.h"
-#include "COrvalisApp.h"
 #include "CProfile.h"
 #include "CPublishingPage.h"
 #include "CScriptPage.h"
@@ -32,7 +32,7 @@ CInstrumentSheet::CInstrumentSheet(QWidget* parent, int startPage, bool bModifyM
 
 QString CInstrumentSheet::ProfilePath()
 {
-    COrvalisApp* app = COrvalisApp::Get();
+    CAppServices* app = CAppServices::Get();
     return app ? app->Profile().Path() : CProfile::DefaultPath();
 }
 

@@ -2,10 +2,13 @@
 
 #include "CCodePage.h"
 
-bool CCsvCellSink::Open(const QString& path)
+bool CCsvCellSink::Open(const QString& path, OpenMode mode)
 {
     m_file.setFileName(path);
-    if (m_file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    m_strError.clear();
+    // Append opens with O_APPEND: each row goes to the end in one write.
+    const QIODevice::OpenMode how = mode == Append ? QIODevice::Append : QIODevice::WriteOnly | QIODevice::Truncate;
+    if (m_file.open(how))
         return true;
     return Fail();
 }
@@ -14,6 +17,12 @@ bool CCsvCellSink::PutCell(int row, int column, const QByteArray& text)
 {
     if (!m_file.isOpen())
         return false;
+    // The file begins with the first row written (the window may have
+    // written rows before the file was opened).
+    if (!m_bStarted) {
+        m_bStarted = true;
+        m_nRow = row;
+    }
     // Rows only move forward; the rows skipped in between stay empty lines.
     for (; m_nRow < row; ++m_nRow) {
         if (!WriteRow())
@@ -21,6 +30,14 @@ bool CCsvCellSink::PutCell(int row, int column, const QByteArray& text)
     }
     m_cells.insert(column, text);
     return true;
+}
+
+void CCsvCellSink::EndRow(int row)
+{
+    if (!m_file.isOpen() || row != m_nRow)
+        return;
+    WriteRow();
+    ++m_nRow;
 }
 
 bool CCsvCellSink::Finish()

@@ -1,0 +1,67 @@
+#include "CCsiGuard.h"
+
+namespace {
+
+constexpr unsigned char Esc = 0x1b;
+constexpr unsigned char Can = 0x18;
+constexpr unsigned char Sub = 0x1a;
+constexpr unsigned char Csi8Bit = 0x9b;
+
+} // namespace
+
+void CCsiGuard::Reset()
+{
+    m_state = Ground;
+    m_nSeparators = 0;
+}
+
+const QByteArray& CCsiGuard::Filter(const QByteArray& bytes, QByteArray& out)
+{
+    const qsizetype size = bytes.size();
+    const auto* data = reinterpret_cast<const unsigned char*>(bytes.constData());
+    qsizetype at = 0;
+    while (at < size && Step(data[at]))
+        ++at;
+    if (at == size)
+        return bytes;
+    // From the first dropped byte on, the kept ones are copied.
+    out = bytes.left(at);
+    for (++at; at < size; ++at) {
+        if (Step(data[at]))
+            out.append(char(data[at]));
+    }
+    return out;
+}
+
+bool CCsiGuard::Step(unsigned char byte)
+{
+    if (byte == Esc) {
+        m_state = Escape;
+        return true;
+    }
+    if (byte == Csi8Bit) {
+        m_state = Csi;
+        m_nSeparators = 0;
+        return true;
+    }
+    switch (m_state) {
+    case Ground:
+        return true;
+    case Escape:
+        if (byte == '[') {
+            m_state = Csi;
+            m_nSeparators = 0;
+        } else if (byte >= 0x20) {
+            // Intermediates keep the escape open; anything else ends it.
+            m_state = byte <= 0x2f ? Escape : Ground;
+        }
+        return true;
+    case Csi:
+        if (byte == ';' || byte == ':')
+            return ++m_nSeparators <= MaxSeparators;
+        if (byte == Can || byte == Sub || (byte >= 0x40 && byte <= 0x7e))
+            m_state = Ground;
+        return true;
+    }
+    return true;
+}

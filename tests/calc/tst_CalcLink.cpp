@@ -1,0 +1,184 @@
+// The link to LibreOffice Calc against a real headless office of the
+// test's own (private pipe and profile), read back through UNO.
+
+#include "CExcel.h"
+#include "CTestOffice.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTest>
+
+#include <csignal>
+
+namespace {
+
+bool Open(CExcel& excel)
+{
+    return excel.Connect() && excel.SetVisible(true) && excel.OpenWorkbook(QString());
+}
+
+// Gone, or a zombie that nobody reaps yet.
+bool ProcessGone(qint64 pid)
+{
+    return QTest::qWaitFor(
+        [pid] {
+            QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+            if (!stat.open(QIODevice::ReadOnly))
+                return true;
+            const QByteArray line = stat.readAll();
+            return line.mid(line.lastIndexOf(')') + 2, 1) == "Z";
+        },
+        10000);
+}
+
+} // namespace
+
+class tst_CalcLink : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cellsArriveWithNumbersAsNumbers();
+    void blocksArriveLikeSingleCells();
+    void twoLinksShareOneOfficeEachWithItsOwnDocument();
+    void closedDocumentMakesLaterWritesFail();
+    void cellsBeyondTheSheetAreRefusedAndTheLinkGoesOn();
+    void missingOfficeIsNamed();
+    void officeThatNeverAnswersIsGivenUpInTime();
+    void startsAnOfficeWhenNoneListensAndNoticesItsDeath();
+
+private:
+    CTestOffice m_office;
+};
+
+void tst_CalcLink::initTestCase()
+{
+    const QString missing = CTestOffice::Missing();
+    if (!missing.isEmpty())
+        QSKIP(qPrintable(missing));
+    QVERIFY2(m_office.Start(), qPrintable(m_office.Error()));
+}
+
+void tst_CalcLink::cellsArriveWithNumbersAsNumbers()
+{
+    CExcel excel(m_office.Office());
+    QVERIFY2(Open(excel), qPrintable(excel.ErrorString()));
+    QCOMPARE(excel.StartedProcessId(), 0);
+    const QStringList texts{"numbers", "12.345", "-0.5", "1e3", " 7 ", "12.5 g", "=1+1", "\u00B5g"};
+    for (int column = 1; column <= texts.size(); ++column)
+        QCOMPARE(excel.PutCell(1, column, texts.at(column - 1)), CSpreadsheetLink::Written);
+    const int document = m_office.DocumentWith("numbers");
+    QVERIFY(document >= 0);
+    QCOMPARE(m_office.Cell(document, 1, 2), QVariant(12.345));
+    QCOMPARE(m_office.Cell(document, 1, 3), QVariant(-0.5));
+    QCOMPARE(m_office.Cell(document, 1, 4), QVariant(1000.0));
+    QCOMPARE(m_office.Cell(document, 1, 5), QVariant(7.0));
+    QCOMPARE(m_office.Cell(document, 1, 6), QVariant("12.5 g"));
+    // Received text never becomes a formula.
+    QCOMPARE(m_office.Cell(document, 1, 7), QVariant("=1+1"));
+    QCOMPARE(m_office.Cell(document, 1, 8), QVariant("\u00B5g"));
+    QCOMPARE(m_office.Cell(document, 2, 1), QVariant());
+}
+
+void tst_CalcLink::blocksArriveLikeSingleCells()
+{
+    CExcel excel(m_office.Office());
+    QVERIFY2(Open(excel), qPrintable(excel.ErrorString()));
+    const QList<QStringList> rows{{"blocks", "1.5", "=A1"}, {"2", "", "-3e-2"}};
+    QCOMPARE(excel.PutBlock(1, 1, rows), CSpreadsheetLink::Written);
+    const int document = m_office.DocumentWith("blocks");
+    QVERIFY(document >= 0);
+    QCOMPARE(m_office.Cell(document, 1, 2), QVariant(1.5));
+    QCOMPARE(m_office.Cell(document, 1, 3), QVariant("=A1"));
+    QCOMPARE(m_office.Cell(document, 2, 1), QVariant(2.0));
+    QCOMPARE(m_office.Cell(document, 2, 2), QVariant());
+    QCOMPARE(m_office.Cell(document, 2, 3), QVariant(-0.03));
+}
+
+void tst_CalcLink::twoLinksShareOneOfficeEachWithItsOwnDocument()
+{
+    const int before = m_office.SpreadsheetCount();
+    CExcel first(m_office.Office());
+    CExcel second(m_office.Office());
+    QVERIFY2(Open(first), qPrintable(first.ErrorString()));
+    QVERIFY2(Open(second), qPrintable(second.ErrorString()));
+    QCOMPARE(first.PutCell(1, 1, "first window"), CSpreadsheetLink::Written);
+    QCOMPARE(second.PutCell(1, 1, "second window"), CSpreadsheetLink::Written);
+    QCOMPARE(m_office.SpreadsheetCount(), before + 2);
+    const int a = m_office.DocumentWith("first window");
+    const int b = m_office.DocumentWith("second window");
+    QVERIFY(a >= 0 && b >= 0 && a != b);
+    QCOMPARE(first.StartedProcessId() + second.StartedProcessId(), 0);
+}
+
+void tst_CalcLink::closedDocumentMakesLaterWritesFail()
+{
+    CExcel excel(m_office.Office());
+    QVERIFY2(Open(excel), qPrintable(excel.ErrorString()));
+    QCOMPARE(excel.PutCell(1, 1, "closing"), CSpreadsheetLink::Written);
+    m_office.CloseDocuments();
+    QCOMPARE(excel.PutCell(2, 1, "after"), CSpreadsheetLink::Gone);
+    QCOMPARE(excel.ErrorString(), QStringLiteral("the document was closed"));
+    QCOMPARE(excel.PutBlock(3, 1, {{"a", "b"}}), CSpreadsheetLink::Gone);
+}
+
+void tst_CalcLink::cellsBeyondTheSheetAreRefusedAndTheLinkGoesOn()
+{
+    CExcel excel(m_office.Office());
+    QVERIFY2(Open(excel), qPrintable(excel.ErrorString()));
+    QCOMPARE(excel.PutCell(5'000'000, 1, "far"), CSpreadsheetLink::Refused);
+    QCOMPARE(excel.ErrorString(), QStringLiteral("beyond the last row or column of the sheet"));
+    QCOMPARE(excel.PutBlock(5'000'000, 1, {{"a", "b"}}), CSpreadsheetLink::Refused);
+    QCOMPARE(excel.PutCell(1, 1, "near"), CSpreadsheetLink::Written);
+    QVERIFY(m_office.DocumentWith("near") >= 0);
+}
+
+void tst_CalcLink::missingOfficeIsNamed()
+{
+    CTestOffice none;
+    CExcel::COffice office = none.Office();
+    office.strProgram = QStringLiteral("/nonexistent/soffice");
+    CExcel excel(office);
+    QVERIFY(!excel.Connect());
+    QCOMPARE(excel.ErrorString(), QStringLiteral("LibreOffice Calc is not installed"));
+    // A link that never connected writes nothing and says so.
+    QVERIFY(!excel.OpenWorkbook(QString()));
+    QCOMPARE(excel.PutCell(1, 1, "x"), CSpreadsheetLink::Gone);
+}
+
+void tst_CalcLink::officeThatNeverAnswersIsGivenUpInTime()
+{
+    CTestOffice none;
+    CExcel::COffice office = none.Office();
+    office.strProgram = QStringLiteral("/bin/true");
+    office.nStartSeconds = 2;
+    CExcel excel(office);
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(!excel.Connect());
+    QCOMPARE(excel.ErrorString(), QStringLiteral("LibreOffice did not answer within 2 s"));
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+}
+
+// Last: the shared office is killed and its (ready) profile started again by the link.
+void tst_CalcLink::startsAnOfficeWhenNoneListensAndNoticesItsDeath()
+{
+    m_office.Kill();
+    CExcel excel(m_office.Office());
+    QVERIFY2(Open(excel), qPrintable(excel.ErrorString()));
+    const qint64 pid = excel.StartedProcessId();
+    QVERIFY(pid > 0);
+    QCOMPARE(excel.PutCell(1, 1, "started"), CSpreadsheetLink::Written);
+    QVERIFY(m_office.DocumentWith("started") >= 0);
+    QCOMPARE(::kill(pid_t(pid), SIGKILL), 0);
+    QVERIFY(ProcessGone(pid));
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(excel.PutCell(2, 1, "after"), CSpreadsheetLink::Gone);
+    QVERIFY(timer.elapsed() < 5000);
+    QCOMPARE(excel.ErrorString(), QStringLiteral("LibreOffice has quit"));
+}
+
+QTEST_GUILESS_MAIN(tst_CalcLink)
+#include "tst_CalcLink.moc"
