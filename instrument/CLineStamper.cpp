@@ -19,6 +19,15 @@ QByteArray CLineStamper::Stamp(const QDateTime& time)
 
 void CLineStamper::AppendBytes(const QByteArray& bytes)
 {
+    if (!m_bOn) {
+        if (!bytes.isEmpty()) {
+            const char last = bytes.back();
+            m_bAtLineStart = last == '\r' || last == '\n';
+            m_bAfterCR = last == '\r';
+        }
+        m_target.AppendBytes(bytes);
+        return;
+    }
     QByteArray out;
     out.reserve(bytes.size() + 32);
     for (const char c : bytes) {

@@ -10,7 +10,9 @@
 // shown and passes the text on to another sink. A line begins with the first
 // byte after a line end (CR LF, a lone CR or a lone LF, as the window counts
 // them); a CR LF pair split between two pieces is still one line end, so a
-// LF never opens a stamped empty line of its own.
+// LF never opens a stamped empty line of its own. Switched off it passes the
+// text on as it is but still follows the lines, so switching it on in the
+// middle of a line stamps the next one, not the rest of this one.
 class CLineStamper : public CTextSink
 {
 public:
@@ -23,12 +25,15 @@ public:
 
     // The next byte begins a line (a new session, a cleared window).
     void Reset();
+    void SetOn(bool on) { m_bOn = on; }
+    bool IsOn() const { return m_bOn; }
 
     static QByteArray Stamp(const QDateTime& time);
 
 private:
     CTextSink& m_target;
     Clock m_clock;
+    bool m_bOn = true;
     bool m_bAtLineStart = true;
     bool m_bAfterCR = false;
 };

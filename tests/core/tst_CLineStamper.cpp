@@ -12,6 +12,7 @@ private Q_SLOTS:
     void stampsTheFirstByteOfEveryLine_data();
     void stampsTheFirstByteOfEveryLine();
     void formatsLocalTimeToTheMillisecond();
+    void switchedOnMidLineStampsFromTheNextLine();
 };
 
 void tst_CLineStamper::stampsTheFirstByteOfEveryLine_data()
@@ -44,6 +45,24 @@ void tst_CLineStamper::stampsTheFirstByteOfEveryLine()
 void tst_CLineStamper::formatsLocalTimeToTheMillisecond()
 {
     QCOMPARE(CLineStamper::Stamp(QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5, 7))), QByteArray("2026-01-02 03:04:05.007 "));
+}
+
+void tst_CLineStamper::switchedOnMidLineStampsFromTheNextLine()
+{
+    CTextBuffer buffer;
+    const QDateTime now(QDate(2026, 11, 23), QTime(14, 5, 31));
+    CLineStamper stamper(buffer, [&] { return now; });
+    stamper.SetOn(false);
+    stamper.AppendBytes("a\r\nb");
+    stamper.SetOn(true);
+    stamper.AppendBytes("c\r\nd");
+    stamper.SetOn(false);
+    stamper.AppendBytes("e\r");
+    stamper.SetOn(true);
+    // The LF of the CR LF seen while off still belongs to that line end.
+    stamper.AppendBytes("\nf");
+    const QByteArray s = CLineStamper::Stamp(now);
+    QCOMPARE(buffer.m_text, "a\r\nbc\r\n" + s + "de\r\n" + s + "f");
 }
 
 QTEST_GUILESS_MAIN(tst_CLineStamper)

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+class QSettings;
+
+// What an instrument window shows besides the text, kept per driver in
+// Orvalis.ini in the driver's section (the driver file stays as it is):
+// time stamps (off by default, so the text is what the instrument sent),
+// the hex pane (off), the command line (on) and the command line's history.
+class CInstrumentViewSettings
+{
+public:
+    void Load(const QSettings& settings, const QString& driverName);
+    void Save(QSettings& settings, const QString& driverName) const;
+
+    bool m_bTimeStamps = false;
+    bool m_bHexBytes = false;
+    bool m_bCommandLine = true;
+    QStringList m_commandHistory;
+};
