@@ -4,6 +4,7 @@
 #include "CCodePage.h"
 #include "CCommEvent.h"
 #include "CCommGeneralPage.h"
+#include "CCommandLineEdit.h"
 #include "CCommPage.h"
 #include "CDocumentFrame.h"
 #include "CDriverFile.h"
@@ -12,6 +13,7 @@
 #include "CFileFilter.h"
 #include "CFrameServices.h"
 #include "CFunctionKeysPage.h"
+#include "CHexPane.h"
 #include "CInstrumentSheet.h"
 #include "CNameLineBreaks.h"
 #include "CParse.h"
@@ -34,6 +36,7 @@
 #include <QLabel>
 #include <QLoggingCategory>
 #include <QMdiSubWindow>
+#include <QSettings>
 #include <QTextCursor>
 #include <QThread>
 #include <QTimer>
@@ -88,6 +91,8 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     , m_transferStatus(services)
     , m_pSerialNumberPrompt(std::make_unique<CSerialNumberDlgPrompt>(this))
     , m_pMessageLine(new QLabel(this))
+    , m_pHexPane(new CHexPane(this))
+    , m_pCommandLine(new CCommandLineEdit(this))
 {
     setObjectName(QStringLiteral("COrvalisView"));
     m_pMessageLine->setObjectName(QStringLiteral("MessageLine"));
@@ -98,6 +103,10 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     m_pMessageLine->setForegroundRole(QPalette::ToolTipText);
     m_pMessageLine->setContentsMargins(4, 2, 4, 2);
     m_pMessageLine->hide();
+    m_pHexPane->hide();
+    m_pCommandLine->hide();
+    m_source.SetObserver([this](const QByteArray& block) { m_pHexPane->AppendBytes(block); });
+    connect(m_pCommandLine, &CCommandLineEdit::commandEntered, this, &COrvalisView::OnCommandLine);
     if (CAppServices* app = CAppServices::Get())
         m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
     m_pipeline.SetByteSource(&m_source);
@@ -152,6 +161,7 @@ void COrvalisView::OnCreate()
             qCInfo(lcView).noquote() << loaded.Message();
     }
     m_appender.SetNameLineBreaks(m_terminalParam.m_bShowControlChars != 0);
+    LoadViewSettings();
     CreateExcelLink();
     if (m_bOpenedByConnect)
         m_publishing.StartFromProfile(app->Profile().Path(), CCodePage::ToUnicode(m_driver.m_strName));
@@ -247,6 +257,8 @@ void COrvalisView::OnDestroy()
     m_pipeline.SetCellSink(nullptr);
     m_pExcel.reset();
     CCommView::OnDestroy();
+    m_log.Stop();
+    m_bLogging = false;
     m_publishing.Stop();
     // The printer line closes and its job prints.
     m_v24Printer.SwitchOff();
@@ -341,23 +353,32 @@ void COrvalisView::ShowMessageLine(const QString& text)
 {
     m_pMessageLine->setText(text);
     m_pMessageLine->setVisible(!text.isEmpty());
-    LayOutMessageLine();
+    LayOutPanes();
 }
 
-void COrvalisView::LayOutMessageLine()
+void COrvalisView::LayOutPanes()
 {
-    // Below the text, as wide as it, as high as the whole message needs.
-    const int height =
-        m_pMessageLine->isHidden() ? 0 : m_pMessageLine->heightForWidth(contentsRect().width());
-    setViewportMargins(0, 0, 0, height);
+    // Below the text, as wide as the window; the message as high as the
+    // whole message needs.
+    const int width = contentsRect().width();
+    const int hexHeight = m_pHexPane->isHidden() ? 0 : m_pHexPane->PreferredHeight();
+    const int messageHeight = m_pMessageLine->isHidden() ? 0 : m_pMessageLine->heightForWidth(width);
+    const int commandHeight = m_pCommandLine->isHidden() ? 0 : m_pCommandLine->sizeHint().height();
+    setViewportMargins(0, 0, 0, hexHeight + messageHeight + commandHeight);
     const QRect text = viewport()->geometry();
-    m_pMessageLine->setGeometry(text.left(), text.bottom() + 1, text.width(), height);
+    int top = text.bottom() + 1;
+    for (auto [pane, height] : {std::pair<QWidget*, int>{m_pHexPane, hexHeight},
+                                {m_pMessageLine, messageHeight},
+                                {m_pCommandLine, commandHeight}}) {
+        pane->setGeometry(contentsRect().left(), top, width, height);
+        top += height;
+    }
 }
 
 void COrvalisView::resizeEvent(QResizeEvent* event)
 {
     CCommView::resizeEvent(event);
-    LayOutMessageLine();
+    LayOutPanes();
 }
 
 void COrvalisView::ReportLineProblem(const QString& text)
@@ -468,6 +489,9 @@ void COrvalisView::CreateExcelLink()
 void COrvalisView::AppendBytes(const QByteArray& bytes)
 {
     m_appender.Append(bytes);
+    // The log wrote this piece just before it came here.
+    if (m_bLogging && !m_log.IsLogging())
+        ReportLogFailure();
 }
 
 void COrvalisView::DeleteLastCharacter()
@@ -546,6 +570,11 @@ bool COrvalisView::OnCommand(int nID)
     case ID_V24_PRINTER_SETTINGS: OnV24PrinterSettings(); return true;
     case ID_FILE_SAVE: OnFileSave(); return true;
     case ID_FILE_SAVE_AS: OnFileSaveAs(); return true;
+    case ID_LOG_TO_FILE: OnLogToFile(); return true;
+    case ID_STOP_LOGGING: OnStopLogging(); return true;
+    case ID_TIME_STAMPS: OnTimeStamps(); return true;
+    case ID_HEX_BYTES: OnHexBytes(); return true;
+    case ID_COMMAND_LINE: OnCommandLineShown(); return true;
     default: break;
     }
     // Print and the edit commands: the pending text goes in first.
@@ -576,6 +605,27 @@ bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
     case ID_OPTIONS:
     case ID_FILE_SAVE:
     case ID_FILE_SAVE_AS:
+        return true;
+    case ID_LOG_TO_FILE:
+        ui.bCheckable = true;
+        ui.bChecked = m_log.IsLogging();
+        return true;
+    case ID_STOP_LOGGING:
+        ui.bEnabled = m_log.IsLogging();
+        return true;
+    case ID_TIME_STAMPS:
+        ui.bCheckable = true;
+        ui.bChecked = m_viewSettings.m_bTimeStamps;
+        return true;
+    case ID_HEX_BYTES:
+        ui.bCheckable = true;
+        ui.bChecked = m_viewSettings.m_bHexBytes;
+        return true;
+    case ID_COMMAND_LINE:
+        // A saved text opened from a file has no line to send to.
+        ui.bEnabled = m_bOpenedByConnect;
+        ui.bCheckable = true;
+        ui.bChecked = m_viewSettings.m_bCommandLine;
         return true;
     default:
         return CCommView::OnUpdateCommand(nID, ui);
@@ -764,4 +814,126 @@ bool COrvalisView::SaveTo(const QString& path)
     if (auto* frame = qobject_cast<CDocumentFrame*>(parentWidget()))
         frame->SetDocumentPath(written);
     return true;
+}
+
+// ---------------------------------------------------------------------------
+// Time stamps, hex pane, command line, session log
+
+void COrvalisView::LoadViewSettings()
+{
+    if (CAppServices* app = CAppServices::Get())
+        m_viewSettings.Load(QSettings(app->Profile().Path(), QSettings::IniFormat),
+                            CCodePage::ToUnicode(m_driver.m_strName));
+    m_pCommandLine->SetHistory(m_viewSettings.m_commandHistory);
+    ApplyViewSettings();
+}
+
+void COrvalisView::SaveViewSettings()
+{
+    m_viewSettings.m_commandHistory = m_pCommandLine->History();
+    CAppServices* app = CAppServices::Get();
+    if (!app)
+        return;
+    QSettings settings(app->Profile().Path(), QSettings::IniFormat);
+    m_viewSettings.Save(settings, CCodePage::ToUnicode(m_driver.m_strName));
+    settings.sync();
+    if (settings.status() != QSettings::NoError) {
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage,
+                               QStringLiteral("Cannot write %1: the window's settings are not kept").arg(settings.fileName()));
+    }
+}
+
+void COrvalisView::ApplyViewSettings()
+{
+    m_stamper.SetOn(m_viewSettings.m_bTimeStamps);
+    m_pHexPane->setVisible(m_viewSettings.m_bHexBytes);
+    m_pCommandLine->setVisible(m_viewSettings.m_bCommandLine && m_bOpenedByConnect);
+    LayOutPanes();
+}
+
+void COrvalisView::OnTimeStamps()
+{
+    m_viewSettings.m_bTimeStamps = !m_viewSettings.m_bTimeStamps;
+    ApplyViewSettings();
+    SaveViewSettings();
+}
+
+void COrvalisView::OnHexBytes()
+{
+    m_viewSettings.m_bHexBytes = !m_viewSettings.m_bHexBytes;
+    ApplyViewSettings();
+    SaveViewSettings();
+}
+
+void COrvalisView::OnCommandLineShown()
+{
+    m_viewSettings.m_bCommandLine = !m_viewSettings.m_bCommandLine;
+    ApplyViewSettings();
+    SaveViewSettings();
+    if (m_pCommandLine->isVisible())
+        m_pCommandLine->setFocus();
+}
+
+void COrvalisView::OnCommandLine(const QString& text)
+{
+    if (!m_comm.IsPortOpen()) {
+        // The text stays in the line for when the instrument is back.
+        MessageBeep();
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage,
+                               QStringLiteral("Not sent: %1 is not connected")
+                                   .arg(CCodePage::ToUnicode(m_commParam.GetConnector())));
+        return;
+    }
+    QByteArray bytes = CCodePage::FromUnicode(text);
+    CParse().DecodeControlCodes(bytes);
+    bytes += '\r';
+    if (m_terminalParam.m_bSendCRLF)
+        bytes += '\n';
+    SendCommand(bytes);
+    NoteTransferStart();
+    m_pCommandLine->Accept();
+    SaveViewSettings();
+}
+
+void COrvalisView::OnLogToFile()
+{
+    CAppServices* app = CAppServices::Get();
+    const QString path =
+        CUserDialogs::Current().GetSaveFileName(this, app ? app->ProgramFolder() : QString(),
+                                                CFileFilter::FromResource(IDS_ALL_FILES_FILTER),
+                                                QStringLiteral("Log to File"));
+    if (path.isEmpty())
+        return;
+    m_bLogging = m_log.Start(path);
+    CFrameServices* frame = Frame();
+    if (!m_bLogging) {
+        CUserDialogs::Current().ShowMessage(this, m_log.ErrorString());
+        return;
+    }
+    if (frame)
+        frame->SetPaneText(CFrameServices::PaneMessage, QStringLiteral("Logging to %1").arg(path));
+}
+
+void COrvalisView::OnStopLogging()
+{
+    if (!m_log.IsLogging())
+        return;
+    const QString path = m_log.FileName();
+    m_log.Stop();
+    m_bLogging = false;
+    if (CFrameServices* frame = Frame())
+        frame->SetPaneText(CFrameServices::PaneMessage, QStringLiteral("Logging to %1 stopped").arg(path));
+}
+
+void COrvalisView::ReportLogFailure()
+{
+    m_bLogging = false;
+    const QString text = m_log.ErrorString();
+    qCWarning(lcView).noquote() << text;
+    if (CFrameServices* frame = Frame())
+        frame->SetPaneText(CFrameServices::PaneMessage, text);
+    // Not in the middle of a processing pass: the reader waits for it.
+    QTimer::singleShot(0, this, [this, text] { CUserDialogs::Current().ShowMessage(this, text); });
 }
