@@ -15,6 +15,7 @@
 #include "CFunctionKeysPage.h"
 #include "CHexPane.h"
 #include "CInstrumentSheet.h"
+#include "CLineSettingsText.h"
 #include "CNameLineBreaks.h"
 #include "CParse.h"
 #include "CPublishingPage.h"
@@ -37,6 +38,7 @@
 #include <QLoggingCategory>
 #include <QMdiSubWindow>
 #include <QSettings>
+#include <QStatusBar>
 #include <QTextCursor>
 #include <QThread>
 #include <QTimer>
@@ -47,6 +49,10 @@ namespace {
 
 // Menu positions in the instrument window's menu (129).
 constexpr int ConnectPopup = 3;
+
+const QString LinePaneName = QStringLiteral("LinePane");
+// The window whose line the pane shows: the active instrument window.
+const COrvalisView* g_pLinePaneOwner = nullptr;
 
 // Releases the channel's reader whatever happens in a processing pass.
 class CAcknowledgeGuard
@@ -269,6 +275,10 @@ void COrvalisView::OnDestroy()
     m_script.DeleteContents();
     if (app && app->m_pCommView == this)
         app->m_pCommView = nullptr;
+    if (g_pLinePaneOwner == this) {
+        g_pLinePaneOwner = nullptr;
+        UpdateLinePane();
+    }
 }
 
 void COrvalisView::ReportDriverProblem(bool bDriverOpened)
@@ -335,6 +345,7 @@ void COrvalisView::SetLineState()
     const bool open = m_comm.IsPortOpen();
     m_appender.SetMaxLines(open ? CTextAppender::DefaultMaxLines : 0);
     document()->setUndoRedoEnabled(!open);
+    UpdateLinePane();
 }
 
 void COrvalisView::ClearLineProblem()
@@ -517,8 +528,16 @@ void COrvalisView::UpdateConnectMenuText()
 
 void COrvalisView::OnActivateView(bool bActivate)
 {
-    if (!bActivate)
+    if (!bActivate) {
+        // Another kind of window may come: the pane shows no stale line.
+        if (g_pLinePaneOwner == this) {
+            g_pLinePaneOwner = nullptr;
+            UpdateLinePane();
+        }
         return;
+    }
+    g_pLinePaneOwner = this;
+    UpdateLinePane();
     if (CFrameServices* frame = Frame())
         m_publishing.ShowIn(frame->StatusBar());
     UpdateConnectMenuText();
@@ -575,8 +594,12 @@ bool COrvalisView::OnCommand(int nID)
     case ID_TIME_STAMPS: OnTimeStamps(); return true;
     case ID_HEX_BYTES: OnHexBytes(); return true;
     case ID_COMMAND_LINE: OnCommandLineShown(); return true;
+    case ID_LINE_DTR: OnModemLine(CComm::LineDtr); return true;
+    case ID_LINE_RTS: OnModemLine(CComm::LineRts); return true;
     default: break;
     }
+    if (OnPaneEditCommand(nID))
+        return true;
     // Print and the edit commands: the pending text goes in first.
     m_appender.Flush();
     return CCommView::OnCommand(nID);
@@ -621,6 +644,14 @@ bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
         ui.bCheckable = true;
         ui.bChecked = m_viewSettings.m_bHexBytes;
         return true;
+    case ID_LINE_DTR:
+    case ID_LINE_RTS: {
+        const CComm::ModemLine line = nID == ID_LINE_DTR ? CComm::LineDtr : CComm::LineRts;
+        ui.bEnabled = m_comm.IsPortOpen() && m_comm.IsModemLineFree(line);
+        ui.bCheckable = true;
+        ui.bChecked = m_comm.IsModemLineRaised(line);
+        return true;
+    }
     case ID_COMMAND_LINE:
         // A saved text opened from a file has no line to send to.
         ui.bEnabled = m_bOpenedByConnect;
@@ -628,6 +659,8 @@ bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
         ui.bChecked = m_viewSettings.m_bCommandLine;
         return true;
     default:
+        if (OnUpdatePaneEditCommand(nID, ui))
+            return true;
         return CCommView::OnUpdateCommand(nID, ui);
     }
 }
@@ -936,4 +969,93 @@ void COrvalisView::ReportLogFailure()
         frame->SetPaneText(CFrameServices::PaneMessage, text);
     // Not in the middle of a processing pass: the reader waits for it.
     QTimer::singleShot(0, this, [this, text] { CUserDialogs::Current().ShowMessage(this, text); });
+}
+
+// ---------------------------------------------------------------------------
+// The line's state in the status bar, DTR and RTS
+
+void COrvalisView::OnModemLine(CComm::ModemLine line)
+{
+    if (!m_comm.SetModemLine(line, !m_comm.IsModemLineRaised(line)))
+        MessageBeep();
+    UpdateLinePane();
+}
+
+QString COrvalisView::LinePaneText() const
+{
+    const bool open = m_comm.IsPortOpen();
+    QString text = QStringLiteral("%1  %2  %3")
+                       .arg(CCodePage::ToUnicode(m_commParam.GetConnector()), CLineSettingsText::Summary(m_commParam),
+                            open ? QStringLiteral("connected") : QStringLiteral("closed"));
+    if (!open)
+        return text;
+    for (const auto& [line, name] : {std::pair{CComm::LineDtr, QStringLiteral("DTR")},
+                                     std::pair{CComm::LineRts, QStringLiteral("RTS")}}) {
+        const QString state = !m_comm.IsModemLineFree(line) ? QStringLiteral("flow")
+                              : m_comm.IsModemLineRaised(line) ? QStringLiteral("on")
+                                                               : QStringLiteral("off");
+        text += QStringLiteral("  %1 %2").arg(name, state);
+    }
+    return text;
+}
+
+void COrvalisView::UpdateLinePane()
+{
+    CFrameServices* frame = Frame();
+    QStatusBar* bar = frame ? frame->StatusBar() : nullptr;
+    if (!bar || (g_pLinePaneOwner && g_pLinePaneOwner != this))
+        return;
+    auto* pane = bar->findChild<QLabel*>(LinePaneName);
+    if (!pane) {
+        pane = new QLabel(bar);
+        pane->setObjectName(LinePaneName);
+        pane->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
+        bar->addPermanentWidget(pane);
+    }
+    if (!g_pLinePaneOwner) {
+        pane->clear();
+        pane->hide();
+        return;
+    }
+    pane->setText(LinePaneText());
+    // The desktop's own colours: normal text while connected, the dimmed
+    // text of the theme while closed.
+    pane->setForegroundRole(m_comm.IsPortOpen() ? QPalette::WindowText : QPalette::PlaceholderText);
+    pane->show();
+}
+
+bool COrvalisView::OnPaneEditCommand(int nID)
+{
+    if (m_pCommandLine->hasFocus()) {
+        switch (nID) {
+        case ID_EDIT_UNDO: m_pCommandLine->undo(); return true;
+        case ID_EDIT_CUT: m_pCommandLine->cut(); return true;
+        case ID_EDIT_COPY: m_pCommandLine->copy(); return true;
+        case ID_EDIT_PASTE: m_pCommandLine->paste(); return true;
+        default: return false;
+        }
+    }
+    if (m_pHexPane->hasFocus() && nID == ID_EDIT_COPY) {
+        m_pHexPane->copy();
+        return true;
+    }
+    return false;
+}
+
+bool COrvalisView::OnUpdatePaneEditCommand(int nID, CCmdUI& ui) const
+{
+    if (m_pCommandLine->hasFocus()) {
+        switch (nID) {
+        case ID_EDIT_UNDO: ui.bEnabled = m_pCommandLine->isUndoAvailable(); return true;
+        case ID_EDIT_CUT:
+        case ID_EDIT_COPY: ui.bEnabled = m_pCommandLine->hasSelectedText(); return true;
+        case ID_EDIT_PASTE: ui.bEnabled = true; return true;
+        default: return false;
+        }
+    }
+    if (m_pHexPane->hasFocus() && nID == ID_EDIT_COPY) {
+        ui.bEnabled = m_pHexPane->textCursor().hasSelection();
+        return true;
+    }
+    return false;
 }

@@ -77,6 +77,10 @@ public:
     // with CR (CR LF when the driver transmits CR/LF) through the command
     // sender, macros and all.
     void OnCommandLine(const QString& text);
+    void OnModemLine(CComm::ModemLine line);
+    // The status bar pane of the active instrument window's line:
+    // "/dev/ttyUSB0  9600 8N1 Rts/Cts  connected  DTR on  RTS flow".
+    QString LinePaneText() const;
 
     // CTextSink: the pipeline's text, into the window in batches.
     void AppendBytes(const QByteArray& bytes) override;
@@ -140,6 +144,11 @@ private:
     void ApplyViewSettings();
     // The log stopped on a failed write: the user is told, the window goes on.
     void ReportLogFailure();
+    void UpdateLinePane();
+    // The Edit commands for the pane below the text that has the focus (the
+    // command line, the hex pane); false when they are the text's.
+    bool OnPaneEditCommand(int nID);
+    bool OnUpdatePaneEditCommand(int nID, CCmdUI& ui) const;
     void LoadDocument(const QString& path);
     bool SaveModified();
     bool SaveTo(const QString& path);

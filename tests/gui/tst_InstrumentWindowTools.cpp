@@ -2,16 +2,11 @@
 // pseudo-terminal: time stamps, the session log, the hex pane and the
 // command line, as the user switches them from the menus.
 
-#include "../core/PtyPair.h"
 #include "CCommandLineEdit.h"
-#include "CDriverFile.h"
 #include "CHexPane.h"
-#include "CMainFrame.h"
-#include "COrvalisApp.h"
-#include "COrvalisView.h"
 #include "FrameworkIds.h"
+#include "InstrumentWindowFixture.h"
 #include "ResourceIds.h"
-#include "ScriptedDialogs.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -22,6 +17,8 @@
 #include <QRegularExpression>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QLabel>
+#include <QStatusBar>
 #include <QTest>
 
 #include <memory>
@@ -29,7 +26,7 @@
 #include <cerrno>
 #include <unistd.h>
 
-class tst_InstrumentWindowTools : public QObject
+class tst_InstrumentWindowTools : public QObject, public CInstrumentWindowFixture
 {
     Q_OBJECT
 
@@ -44,40 +41,24 @@ private Q_SLOTS:
     void commandLineSendsAndWalksHistory();
     void commandLineAppliesTransmitSettingAndMacros();
     void commandLineKeepsTextWhileDisconnected();
+    void linePaneShowsTheLineAndFreeModemLines();
+    void flowControlKeepsItsModemLine();
 
 private:
     static CDriverFile Driver(const QString& connector);
-    COrvalisView* Start(const CDriverFile& records);
-    CMainFrame* Frame() const { return m_app->MainFrame(); }
-    QString Home(const QString& name) const { return QDir(m_home->path()).filePath(name); }
     // Writes while the window goes on reading, however much it is.
     bool Send(const QByteArray& bytes);
-    QByteArray Receive(qsizetype count, int timeoutMs = 5000);
     void TypeCommand(COrvalisView* view, const QString& text);
-
-    std::unique_ptr<QTemporaryDir> m_home;
-    std::unique_ptr<CPtyPair> m_pty;
-    std::unique_ptr<CScriptedDialogs> m_dialogs;
-    std::unique_ptr<COrvalisApp> m_app;
 };
 
 void tst_InstrumentWindowTools::init()
 {
-    m_home = std::make_unique<QTemporaryDir>();
-    qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
-    m_pty = std::make_unique<CPtyPair>();
-    QVERIFY(m_pty->IsOpen());
-    m_pty->CloseSlave();
-    m_dialogs = std::make_unique<CScriptedDialogs>();
+    InitFixture();
 }
 
 void tst_InstrumentWindowTools::cleanup()
 {
-    m_app.reset();
-    m_dialogs.reset();
-    m_pty.reset();
-    m_home.reset();
-    qunsetenv("ORVALIS_HOME");
+    CleanupFixture();
 }
 
 CDriverFile tst_InstrumentWindowTools::Driver(const QString& connector)
@@ -93,17 +74,6 @@ CDriverFile tst_InstrumentWindowTools::Driver(const QString& connector)
     return records;
 }
 
-COrvalisView* tst_InstrumentWindowTools::Start(const CDriverFile& records)
-{
-    CDriverFile copy = records;
-    if (!copy.Store(Home(QStringLiteral("lab.tbb"))).IsOk())
-        return nullptr;
-    m_app = std::make_unique<COrvalisApp>(Home(QStringLiteral("Orvalis.ini")));
-    if (!m_app->InitInstance({QStringLiteral("/Dlab.tbb")}))
-        return nullptr;
-    return qobject_cast<COrvalisView*>(Frame()->ActiveView());
-}
-
 bool tst_InstrumentWindowTools::Send(const QByteArray& bytes)
 {
     qsizetype done = 0;
@@ -117,18 +87,6 @@ bool tst_InstrumentWindowTools::Send(const QByteArray& bytes)
             QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
     }
     return done == bytes.size();
-}
-
-QByteArray tst_InstrumentWindowTools::Receive(qsizetype count, int timeoutMs)
-{
-    QByteArray bytes;
-    QElapsedTimer timer;
-    timer.start();
-    while (bytes.size() < count && timer.elapsed() < timeoutMs) {
-        QCoreApplication::processEvents();
-        bytes += m_pty->ReadMaster(count - bytes.size(), 5);
-    }
-    return bytes;
 }
 
 void tst_InstrumentWindowTools::TypeCommand(COrvalisView* view, const QString& text)
@@ -290,9 +248,14 @@ void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
     QVERIFY(Send("456789abcdefXY"));
     QTRY_VERIFY(pane->toPlainText().endsWith(QStringLiteral("0123456789abcdef\n00000124  58 59") + QString(45, QLatin1Char(' ')) + QStringLiteral("XY")));
 
-    // Selected and copied.
+    // Selected and copied with Edit > Copy (not the text's selection).
+    view->selectAll();
+    pane->setFocus();
+    QTRY_VERIFY(pane->hasFocus());
+    QVERIFY(!Frame()->QueryCommand(ID_EDIT_COPY).bEnabled);
     pane->selectAll();
-    pane->copy();
+    QVERIFY(Frame()->QueryCommand(ID_EDIT_COPY).bEnabled);
+    QVERIFY(Frame()->RouteCommand(ID_EDIT_COPY));
     QCOMPARE(QApplication::clipboard()->text(), pane->toPlainText());
     QVERIFY(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat).value(QStringLiteral("Lab/HexBytes")).toBool());
 
@@ -326,7 +289,13 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
     // The text itself still takes no typing.
     QVERIFY(!view->IsWindowEnabled());
 
-    QTest::keyClicks(line, QStringLiteral("half"));
+    // Edit > Paste goes into the line that has the focus.
+    QApplication::clipboard()->setText(QStringLiteral("ha"));
+    QTRY_VERIFY(line->hasFocus());
+    QVERIFY(Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
+    QVERIFY(Frame()->RouteCommand(ID_EDIT_PASTE));
+    QCOMPARE(line->text(), QStringLiteral("ha"));
+    QTest::keyClicks(line, QStringLiteral("lf"));
     QTest::keyClick(line, Qt::Key_Up);
     QCOMPARE(line->text(), QStringLiteral("Z"));
     QTest::keyClick(line, Qt::Key_Up);
@@ -393,6 +362,64 @@ void tst_InstrumentWindowTools::commandLineKeepsTextWhileDisconnected()
     QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
     QTest::keyClick(view->CommandLine(), Qt::Key_Return);
     QCOMPARE(Receive(3), QByteArray("SI\r"));
+}
+
+void tst_InstrumentWindowTools::linePaneShowsTheLineAndFreeModemLines()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
+    QVERIFY(pane);
+    QVERIFY(pane->isVisible());
+    const QString line = m_pty->SlaveName() + QStringLiteral("  9600 8N1 None  ");
+    QCOMPARE(pane->text(), line + QStringLiteral("connected  DTR on  RTS on"));
+    QCOMPARE(pane->foregroundRole(), QPalette::WindowText);
+    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
+    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bChecked);
+    QVERIFY(Frame()->QueryCommand(ID_LINE_RTS).bChecked);
+
+    QVERIFY(Frame()->RouteCommand(ID_LINE_RTS));
+    QCOMPARE(pane->text(), line + QStringLiteral("connected  DTR on  RTS off"));
+    QVERIFY(!Frame()->QueryCommand(ID_LINE_RTS).bChecked);
+    QVERIFY(Frame()->RouteCommand(ID_LINE_DTR));
+    QCOMPARE(pane->text(), line + QStringLiteral("connected  DTR off  RTS off"));
+    // The line still works with both dropped.
+    QVERIFY(Send("still here\r\n"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("still here\n"));
+
+    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+    QCOMPARE(pane->text(), line + QStringLiteral("closed"));
+    QCOMPARE(pane->foregroundRole(), QPalette::PlaceholderText);
+    QVERIFY(!Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
+    QVERIFY(!Frame()->QueryCommand(ID_LINE_RTS).bEnabled);
+    // Opened again, both lines are raised as at every open.
+    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+    QCOMPARE(pane->text(), line + QStringLiteral("connected  DTR on  RTS on"));
+
+    // The line that vanishes is shown closed.
+    m_pty->CloseMaster();
+    QTRY_COMPARE(pane->text(), line + QStringLiteral("closed"));
+    // No window, no line.
+    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+    QVERIFY(pane->isHidden());
+}
+
+void tst_InstrumentWindowTools::flowControlKeepsItsModemLine()
+{
+    CDriverFile records = Driver(m_pty->SlaveName());
+    records.m_Comm.m_nBaudRate = 19200;
+    records.m_Comm.m_nDataBits = 7;
+    records.m_Comm.m_cParity = 'E';
+    records.m_Comm.m_nFlowControl = 2;
+    COrvalisView* view = Start(records);
+    QVERIFY(view);
+    auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
+    QVERIFY(pane);
+    QCOMPARE(pane->text(), m_pty->SlaveName() + QStringLiteral("  19200 7E1 Rts/Cts  connected  DTR on  RTS flow"));
+    QVERIFY(!Frame()->QueryCommand(ID_LINE_RTS).bEnabled);
+    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
+    QVERIFY(Frame()->RouteCommand(ID_LINE_DTR));
+    QCOMPARE(pane->text(), m_pty->SlaveName() + QStringLiteral("  19200 7E1 Rts/Cts  connected  DTR off  RTS flow"));
 }
 
 QTEST_MAIN(tst_InstrumentWindowTools)
