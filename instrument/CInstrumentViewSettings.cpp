@@ -10,6 +10,7 @@ const QString TimeStamps = QStringLiteral("TimeStamps");
 const QString HexBytes = QStringLiteral("HexBytes");
 const QString CommandLine = QStringLiteral("CommandLine");
 const QString CommandHistory = QStringLiteral("CommandHistory");
+const QString Reconnect = QStringLiteral("ReconnectAutomatically");
 
 } // namespace
 
@@ -20,6 +21,7 @@ void CInstrumentViewSettings::Load(const QSettings& settings, const QString& dri
     m_bHexBytes = settings.value(section + HexBytes, false).toBool();
     m_bCommandLine = settings.value(section + CommandLine, true).toBool();
     m_commandHistory = settings.value(section + CommandHistory).toStringList();
+    m_bReconnect = settings.value(section + Reconnect, true).toBool();
 }
 
 void CInstrumentViewSettings::Save(QSettings& settings, const QString& driverName) const
@@ -28,6 +30,7 @@ void CInstrumentViewSettings::Save(QSettings& settings, const QString& driverNam
     settings.setValue(TimeStamps, m_bTimeStamps);
     settings.setValue(HexBytes, m_bHexBytes);
     settings.setValue(CommandLine, m_bCommandLine);
+    settings.setValue(Reconnect, m_bReconnect);
     if (m_commandHistory.isEmpty())
         settings.remove(CommandHistory);
     else

@@ -76,6 +76,7 @@ constexpr CEntry kEntries[] = {
     {ID_COMMAND_LINE, "Show a line to type commands into below the text\nCommand Line"},
     {ID_LINE_DTR, "Switch the DTR line on or off\nDTR"},
     {ID_LINE_RTS, "Switch the RTS line on or off\nRTS"},
+    {ID_RECONNECT, "Open the line again when its device comes back after a loss\nReconnect Automatically"},
     {ID_SEND_FILE, "Send a file\nSend"},
     {ID_ADD_TERMINAL, "Adds new Terminal\nNew Terminal"},
     {ID_MODIFY_TERMINAL, "Modifies Terminal Parameters\nModify"},

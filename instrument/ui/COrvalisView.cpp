@@ -113,6 +113,8 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     m_pCommandLine->hide();
     m_source.SetObserver([this](const QByteArray& block) { m_pHexPane->AppendBytes(block); });
     connect(m_pCommandLine, &CCommandLineEdit::commandEntered, this, &COrvalisView::OnCommandLine);
+    m_reconnectTimer.setInterval(ReconnectIntervalMs);
+    connect(&m_reconnectTimer, &QTimer::timeout, this, &COrvalisView::TryReconnect);
     if (CAppServices* app = CAppServices::Get())
         m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
     m_pipeline.SetByteSource(&m_source);
@@ -247,6 +249,7 @@ void COrvalisView::OnDestroy()
     if (m_bDestroyed)
         return;
     m_bDestroyed = true;
+    m_reconnectTimer.stop();
     CAppServices* app = CAppServices::Get();
     // Shown only while the program runs normally, not while it is torn down.
     if (app && app->HasMainWindow() &&
@@ -406,6 +409,8 @@ void COrvalisView::ReportLineProblem(const QString& text)
 
 void COrvalisView::OnConnectDisconnect()
 {
+    // The user decides now.
+    StopWaitingForLine();
     const bool wasOpen = m_comm.IsPortOpen();
     if (wasOpen) {
         m_appender.Flush();
@@ -479,6 +484,8 @@ void COrvalisView::OnLineLost()
     m_terminalParam.m_bLocalEcho = 1;
     if (m_bOpenedByConnect)
         UpdateConnectMenuText();
+    if (m_bOpenedByConnect && m_viewSettings.m_bReconnect)
+        StartWaitingForLine();
 }
 
 // The link connects on its own thread; the window goes on at once and the
@@ -596,6 +603,7 @@ bool COrvalisView::OnCommand(int nID)
     case ID_COMMAND_LINE: OnCommandLineShown(); return true;
     case ID_LINE_DTR: OnModemLine(CComm::LineDtr); return true;
     case ID_LINE_RTS: OnModemLine(CComm::LineRts); return true;
+    case ID_RECONNECT: OnReconnectSwitch(); return true;
     default: break;
     }
     if (OnPaneEditCommand(nID))
@@ -652,6 +660,11 @@ bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
         ui.bChecked = m_comm.IsModemLineRaised(line);
         return true;
     }
+    case ID_RECONNECT:
+        ui.bEnabled = m_bOpenedByConnect;
+        ui.bCheckable = true;
+        ui.bChecked = m_viewSettings.m_bReconnect;
+        return true;
     case ID_COMMAND_LINE:
         // A saved text opened from a file has no line to send to.
         ui.bEnabled = m_bOpenedByConnect;
@@ -681,6 +694,7 @@ void COrvalisView::OnOptions()
     sheet.m_pPublishingPage->LoadFor(app->Profile().Path(), driverName);
 
     m_appender.Flush();
+    StopWaitingForLine();
     if (m_comm.IsPortOpen())
         m_comm.SetPortOpen(false);
     if (CUserDialogs::Current().Exec(sheet) != QDialog::Accepted) {
@@ -986,7 +1000,9 @@ QString COrvalisView::LinePaneText() const
     const bool open = m_comm.IsPortOpen();
     QString text = QStringLiteral("%1  %2  %3")
                        .arg(CCodePage::ToUnicode(m_commParam.GetConnector()), CLineSettingsText::Summary(m_commParam),
-                            open ? QStringLiteral("connected") : QStringLiteral("closed"));
+                            open                 ? QStringLiteral("connected")
+                            : IsWaitingForLine() ? QStringLiteral("waiting")
+                                                 : QStringLiteral("closed"));
     if (!open)
         return text;
     for (const auto& [line, name] : {std::pair{CComm::LineDtr, QStringLiteral("DTR")},
@@ -1058,4 +1074,58 @@ bool COrvalisView::OnUpdatePaneEditCommand(int nID, CCmdUI& ui) const
         return true;
     }
     return false;
+}
+
+// ---------------------------------------------------------------------------
+// Reconnecting a lost line
+
+void COrvalisView::OnReconnectSwitch()
+{
+    m_viewSettings.m_bReconnect = !m_viewSettings.m_bReconnect;
+    SaveViewSettings();
+    if (!m_viewSettings.m_bReconnect)
+        StopWaitingForLine();
+}
+
+void COrvalisView::StartWaitingForLine()
+{
+    // A device that went away does not come back at once: the first try is
+    // a tick later, and every try is one open of the device node.
+    m_reconnectTimer.start();
+    ReportLineProblem(QStringLiteral("%1 - Waiting for %2\u2026")
+                          .arg(m_strLineProblem, CCodePage::ToUnicode(m_commParam.GetConnector())));
+    UpdateLinePane();
+}
+
+void COrvalisView::StopWaitingForLine()
+{
+    if (!m_reconnectTimer.isActive())
+        return;
+    m_reconnectTimer.stop();
+    UpdateLinePane();
+}
+
+void COrvalisView::TryReconnect()
+{
+    if (m_comm.IsPortOpen()) {
+        StopWaitingForLine();
+        return;
+    }
+    if (!m_comm.OpenPort(m_commParam)) {
+        // Open without its settings or reader is no line to read from.
+        if (m_comm.IsPortOpen())
+            m_comm.SetPortOpen(false);
+        return;
+    }
+    m_reconnectTimer.stop();
+    ClearLineProblem();
+    SetLineState();
+    EnableWindow(false);
+    m_terminalParam.m_bLocalEcho = 0;
+    UpdateConnectMenuText();
+    if (CFrameServices* frame = Frame())
+        frame->SetPaneText(CFrameServices::PaneMessage,
+                           QStringLiteral("Reconnected to %1 at %2")
+                               .arg(CCodePage::ToUnicode(m_commParam.GetConnector()),
+                                    QTime::currentTime().toString(QStringLiteral("HH:mm:ss"))));
 }

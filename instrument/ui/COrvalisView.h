@@ -78,6 +78,10 @@ public:
     // sender, macros and all.
     void OnCommandLine(const QString& text);
     void OnModemLine(CComm::ModemLine line);
+    void OnReconnectSwitch();
+    // Waiting for the device of a lost line to come back.
+    bool IsWaitingForLine() const { return m_reconnectTimer.isActive(); }
+    static constexpr int ReconnectIntervalMs = 1000;
     // The status bar pane of the active instrument window's line:
     // "/dev/ttyUSB0  9600 8N1 Rts/Cts  connected  DTR on  RTS flow".
     QString LinePaneText() const;
@@ -145,6 +149,11 @@ private:
     // The log stopped on a failed write: the user is told, the window goes on.
     void ReportLogFailure();
     void UpdateLinePane();
+    // After a loss, with Reconnect Automatically on: the line is tried again
+    // at every tick of a slow timer until it opens.
+    void StartWaitingForLine();
+    void StopWaitingForLine();
+    void TryReconnect();
     // The Edit commands for the pane below the text that has the focus (the
     // command line, the hex pane); false when they are the text's.
     bool OnPaneEditCommand(int nID);
@@ -174,6 +183,7 @@ private:
     CSessionLog m_log{*this};
     CLineStamper m_stamper{m_log};
     bool m_bLogging = false; // cleared when the log stops on its own
+    QTimer m_reconnectTimer;
     // Every line shown also goes to the driver's broker, if it has one.
     CPublishingLink m_publishing{&m_stamper};
     QString m_strDriverPath;

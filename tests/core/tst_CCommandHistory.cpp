@@ -67,11 +67,13 @@ void tst_CCommandHistory::settingsKeptPerDriver()
     QVERIFY(!defaults.m_bTimeStamps);
     QVERIFY(!defaults.m_bHexBytes);
     QVERIFY(defaults.m_bCommandLine);
+    QVERIFY(defaults.m_bReconnect);
 
     CInstrumentViewSettings balance;
     balance.m_bTimeStamps = true;
     balance.m_bHexBytes = true;
     balance.m_bCommandLine = false;
+    balance.m_bReconnect = false;
     balance.m_commandHistory = {QStringLiteral("SI"), QStringLiteral("a, \"b\"<CR>"), QStringLiteral("x=1;y")};
     {
         QSettings settings(path, QSettings::IniFormat);
@@ -82,6 +84,7 @@ void tst_CCommandHistory::settingsKeptPerDriver()
     QVERIFY(read.m_bTimeStamps);
     QVERIFY(read.m_bHexBytes);
     QVERIFY(!read.m_bCommandLine);
+    QVERIFY(!read.m_bReconnect);
     QCOMPARE(read.m_commandHistory, balance.m_commandHistory);
 
     CInstrumentViewSettings other;

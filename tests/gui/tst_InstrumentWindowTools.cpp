@@ -43,6 +43,8 @@ private Q_SLOTS:
     void commandLineKeepsTextWhileDisconnected();
     void linePaneShowsTheLineAndFreeModemLines();
     void flowControlKeepsItsModemLine();
+    void reconnectsWhenTheDeviceComesBack();
+    void reconnectSwitchedOffLeavesTheLineClosed();
 
 private:
     static CDriverFile Driver(const QString& connector);
@@ -396,9 +398,9 @@ void tst_InstrumentWindowTools::linePaneShowsTheLineAndFreeModemLines()
     QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
     QCOMPARE(pane->text(), line + QStringLiteral("connected  DTR on  RTS on"));
 
-    // The line that vanishes is shown closed.
+    // The line that vanishes waits for its device to come back.
     m_pty->CloseMaster();
-    QTRY_COMPARE(pane->text(), line + QStringLiteral("closed"));
+    QTRY_COMPARE(pane->text(), line + QStringLiteral("waiting"));
     // No window, no line.
     QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
     QVERIFY(pane->isHidden());
@@ -420,6 +422,73 @@ void tst_InstrumentWindowTools::flowControlKeepsItsModemLine()
     QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
     QVERIFY(Frame()->RouteCommand(ID_LINE_DTR));
     QCOMPARE(pane->text(), m_pty->SlaveName() + QStringLiteral("  19200 7E1 Rts/Cts  connected  DTR off  RTS flow"));
+}
+
+void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBack()
+{
+    // Reached through a link that survives replugging, as /dev/serial/by-id
+    // names do.
+    const QString link = Home(QStringLiteral("instrument-tty"));
+    QVERIFY(QFile::link(m_pty->SlaveName(), link));
+    COrvalisView* view = Start(Driver(link));
+    QVERIFY(view && view->m_comm.IsPortOpen());
+    QVERIFY(Frame()->QueryCommand(ID_RECONNECT).bChecked);
+    QVERIFY(Send("before\r\nhalf"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("before\nhalf"));
+
+    m_pty->CloseMaster();
+    QTRY_VERIFY(view->IsWaitingForLine());
+    const QString status = Frame()->GetPaneText(CMainFrame::PaneMessage);
+    QVERIFY2(status.endsWith(QStringLiteral("Waiting for %1\u2026").arg(link)), qPrintable(status));
+    auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
+    QVERIFY(pane && pane->text().endsWith(QStringLiteral("  waiting")));
+    // Nothing there yet: it goes on waiting.
+    QTest::qWait(COrvalisView::ReconnectIntervalMs + 200);
+    QVERIFY(view->IsWaitingForLine());
+    QVERIFY(!view->m_comm.IsPortOpen());
+
+    CPtyPair again;
+    QVERIFY(again.IsOpen());
+    again.CloseSlave();
+    QVERIFY(QFile::remove(link));
+    QVERIFY(QFile::link(again.SlaveName(), link));
+    QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * COrvalisView::ReconnectIntervalMs);
+    QVERIFY(!view->IsWaitingForLine());
+    QVERIFY(Frame()->GetPaneText(CMainFrame::PaneMessage).startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
+    QVERIFY(pane->text().contains(QStringLiteral("  connected")));
+    QVERIFY(view->LineProblem().isEmpty());
+    QVERIFY(!view->IsWindowEnabled());
+    QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Disconnect Instrument"));
+    // Nothing received before the loss is lost.
+    QVERIFY(again.WriteMaster(" and after\r\n"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("before\nhalf and after\n"));
+}
+
+void tst_InstrumentWindowTools::reconnectSwitchedOffLeavesTheLineClosed()
+{
+    const QString link = Home(QStringLiteral("instrument-tty"));
+    QVERIFY(QFile::link(m_pty->SlaveName(), link));
+    COrvalisView* view = Start(Driver(link));
+    QVERIFY(view);
+    QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
+    QVERIFY(!Frame()->QueryCommand(ID_RECONNECT).bChecked);
+    QVERIFY(!QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
+                 .value(QStringLiteral("Lab/ReconnectAutomatically"))
+                 .toBool());
+    m_pty->CloseMaster();
+    QTRY_VERIFY(!view->m_comm.IsPortOpen());
+    CPtyPair again;
+    again.CloseSlave();
+    QVERIFY(QFile::remove(link));
+    QVERIFY(QFile::link(again.SlaveName(), link));
+    QTest::qWait(COrvalisView::ReconnectIntervalMs + 300);
+    QVERIFY(!view->IsWaitingForLine());
+    QVERIFY(!view->m_comm.IsPortOpen());
+    // Waiting ends when the user connects (or disconnects) by hand.
+    QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
+    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+    QVERIFY(view->m_comm.IsPortOpen());
+    QVERIFY(!view->IsWaitingForLine());
 }
 
 QTEST_MAIN(tst_InstrumentWindowTools)
