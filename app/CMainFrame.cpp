@@ -443,6 +443,8 @@ void CMainFrame::UpdateCommandUI()
         const CCmdUI ui = QueryCommand(it.key());
         for (QAction* action : it.value()) {
             action->setEnabled(ui.bEnabled);
+            if (ui.bCheckable && !action->isCheckable())
+                action->setCheckable(true);
             if (action->isCheckable())
                 action->setChecked(ui.bChecked);
         }

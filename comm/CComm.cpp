@@ -23,6 +23,10 @@ Q_LOGGING_CATEGORY(lcComm, "orvalis.comm")
 
 namespace {
 
+// Flow control codes of the line record that drive a modem line.
+constexpr int FlowRtsCts = 2;
+constexpr int FlowDtrDsr = 3;
+
 // Handles of open lines: never reused, so a late notification of a closed
 // line can never be taken for one of a line opened since.
 std::atomic<qint64> g_nNextPortHandle = 1;
@@ -133,8 +137,33 @@ int CComm::OpenPort(const CCommParameter& parameters, bool /*unused*/)
         ClosePort();
         return 0;
     }
+    m_nFlowControl = parameters.m_nFlowControl;
     m_pPort->SetDtr(true);
+    m_bDtrRaised = true;
+    if (IsModemLineFree(LineRts)) {
+        m_pPort->SetRts(true);
+        m_bRtsRaised = true;
+    }
     return 1;
+}
+
+bool CComm::IsModemLineFree(ModemLine line) const
+{
+    return line == LineDtr ? m_nFlowControl != FlowDtrDsr : m_nFlowControl != FlowRtsCts;
+}
+
+bool CComm::SetModemLine(ModemLine line, bool raised)
+{
+    if (!m_pPort || !IsModemLineFree(line))
+        return false;
+    if (line == LineDtr) {
+        m_pPort->SetDtr(raised);
+        m_bDtrRaised = raised;
+    } else {
+        m_pPort->SetRts(raised);
+        m_bRtsRaised = raised;
+    }
+    return true;
 }
 
 int CComm::OpenTerminal(const CCommParameter& parameters, const CTerminalParameter& terminal)
@@ -231,6 +260,7 @@ void CComm::ClosePort(bool keepOutput)
     else
         m_pPort->Close();
     m_pPort.reset();
+    m_bDtrRaised = m_bRtsRaised = false;
     qCDebug(lcComm) << "closed line" << m_nPortHandle;
     m_nPortHandle = -1;
 }

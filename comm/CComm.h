@@ -92,6 +92,15 @@ public:
     bool IsReaderRunning() const { return m_reader.joinable(); }
     bool IsLineLost() const { return m_bLineLost; }
     Backend GetBackend() const { return m_backend; }
+    // The modem lines DTR and RTS. A flow control that drives a line keeps
+    // it (Rts/Cts: RTS, Dtr/Dsr: DTR); the others are the user's, raised
+    // when the line opens. SetModemLine switches a free line of an open
+    // port: false when closed or not free.
+    enum ModemLine { LineDtr, LineRts };
+    bool IsModemLineFree(ModemLine line) const;
+    bool SetModemLine(ModemLine line, bool raised);
+    bool IsModemLineRaised(ModemLine line) const { return line == LineDtr ? m_bDtrRaised : m_bRtsRaised; }
+
     // Why the last open failed or the line was lost, for the owner to show:
     // "Cannot open /dev/ttyUSB0: Permission denied (is the user in the
     // dialout group?)". Empty after a successful open.
@@ -174,6 +183,9 @@ private:
     QObject* m_pOwner = nullptr;
     QByteArray m_strConnector;
     int m_nConnector = 1;
+    int m_nFlowControl = 0;
+    bool m_bDtrRaised = false;
+    bool m_bRtsRaised = false;
     QByteArray m_strInput;
     CTerminalParameter m_terminal;
     CTerminalDisplayInput* m_pDisplay = nullptr;

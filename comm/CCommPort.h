@@ -47,6 +47,7 @@ public:
     // False with the reason in *error when the device refuses a setting.
     virtual bool SetState(const CDeviceControlBlock& dcb, QString* error) = 0;
     virtual void SetDtr(bool raised) = 0;
+    virtual void SetRts(bool raised) = 0;
 
     // Bytes waiting in the input queue.
     virtual int InputCount() = 0;

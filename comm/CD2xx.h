@@ -71,6 +71,8 @@ public:
     static constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x00000080;
     static constexpr DWORD FILE_FLAG_OVERLAPPED = 0x40000000;
     // FT_W32_EscapeCommFunction.
+    static constexpr DWORD SETRTS = 3;
+    static constexpr DWORD CLRRTS = 4;
     static constexpr DWORD SETDTR = 5;
     static constexpr DWORD CLRDTR = 6;
     // FT_W32_PurgeComm: abort and clear both directions.

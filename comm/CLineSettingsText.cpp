@@ -1,5 +1,7 @@
 #include "CLineSettingsText.h"
 
+#include "CCommParameter.h"
+
 #include <array>
 
 namespace {
@@ -52,4 +54,20 @@ int CLineSettingsText::ParseFlowControl(const QString& text)
             return int(i);
     }
     return -1;
+}
+
+QString CLineSettingsText::Summary(const CCommParameter& parameters)
+{
+    QString parity = ParityToString(parameters.m_cParity);
+    if (parity.isEmpty())
+        parity = QStringLiteral("?");
+    QString flow = FlowControlToString(parameters.m_nFlowControl);
+    if (flow.isEmpty())
+        flow = QStringLiteral("?");
+    return QStringLiteral("%1 %2%3%4 %5")
+        .arg(parameters.m_nBaudRate)
+        .arg(parameters.m_nDataBits)
+        .arg(parity)
+        .arg(parameters.m_nStopBits)
+        .arg(flow);
 }

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+class CCommParameter;
+
 // The words of the line settings, for files, pages and the command line:
 // parity as its letter ("N", "O", "E", "M", "S") and flow control as a word
 // ("None", "Xon/Xoff", "Rts/Cts", "Dtr/Dsr").
@@ -17,4 +19,7 @@ public:
     static QString FlowControlToString(int flowControl);
     // A word in any case ("rts/cts", "none"); -1 when not a flow control.
     static int ParseFlowControl(const QString& text);
+
+    // The line settings in one short text: "9600 8N1 Rts/Cts".
+    static QString Summary(const CCommParameter& parameters);
 };

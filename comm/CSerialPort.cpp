@@ -301,6 +301,13 @@ void CSerialPort::SetDtr(bool raised)
         ioctl(m_fd, raised ? TIOCMBIS : TIOCMBIC, &bits);
 }
 
+void CSerialPort::SetRts(bool raised)
+{
+    int bits = TIOCM_RTS;
+    if (m_fd >= 0)
+        ioctl(m_fd, raised ? TIOCMBIS : TIOCMBIC, &bits);
+}
+
 int CSerialPort::InputCount()
 {
     int count = 0;

@@ -111,6 +111,12 @@ void CUsbPort::SetDtr(bool raised)
         m_d2xx.FT_W32_EscapeCommFunction(m_handle, raised ? CD2xx::SETDTR : CD2xx::CLRDTR);
 }
 
+void CUsbPort::SetRts(bool raised)
+{
+    if (IsOpen())
+        m_d2xx.FT_W32_EscapeCommFunction(m_handle, raised ? CD2xx::SETRTS : CD2xx::CLRRTS);
+}
+
 int CUsbPort::InputCount()
 {
     CD2xx::DWORD errors = 0;

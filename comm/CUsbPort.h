@@ -25,6 +25,7 @@ public:
     bool GetState(CDeviceControlBlock& dcb) override;
     bool SetState(const CDeviceControlBlock& dcb, QString* error) override;
     void SetDtr(bool raised) override;
+    void SetRts(bool raised) override;
     int InputCount() override;
     int OutputCount() override;
     QByteArray Read(int maxBytes) override;

@@ -3,6 +3,8 @@
 #include "CByteSource.h"
 #include "CComm.h"
 
+#include <functional>
+
 // The received-data pipeline reading from an instrument's channel. One
 // processing pass reads at most PassBudget bytes: under a flood a pass
 // would otherwise go on reading for as long as data keeps coming, and the
@@ -10,6 +12,8 @@
 // reports it again at once, since the window has read meanwhile. A pass
 // begins with the question for the event code, so every owner of the
 // channel gets a fresh budget per notification without having to ask.
+// An observer sees every block as it was read, NUL bytes included (the
+// window's hex pane).
 class CCommByteSource : public CByteSource
 {
 public:
@@ -19,6 +23,9 @@ public:
         : m_comm(comm)
     {
     }
+
+    using Observer = std::function<void(const QByteArray&)>;
+    void SetObserver(Observer observer) { m_observer = std::move(observer); }
 
     quint16 GetCommEvent() override
     {
@@ -32,10 +39,13 @@ public:
             return QByteArray();
         const QByteArray block = m_comm.GetInput();
         m_nLeft -= block.size();
+        if (m_observer && !block.isEmpty())
+            m_observer(block);
         return block;
     }
 
 private:
     CComm& m_comm;
     qsizetype m_nLeft = PassBudget;
+    Observer m_observer;
 };

@@ -38,6 +38,17 @@ Popup ExtrasPopup()
              {ID_STOP_TRANSMISSION, QStringLiteral("Stop &Transmission")}}};
 }
 
+// The instrument window's: what it shows besides the text.
+Popup InstrumentViewPopup()
+{
+    Popup popup = ViewPopup();
+    popup.items += {Separator(),
+                    {ID_TIME_STAMPS, QStringLiteral("Time Stam&ps")},
+                    {ID_HEX_BYTES, QStringLiteral("&Hex Bytes")},
+                    {ID_COMMAND_LINE, QStringLiteral("Command &Line")}};
+    return popup;
+}
+
 // The instrument window's: serial printer forwarding at the end.
 Popup InstrumentExtrasPopup()
 {
@@ -88,6 +99,9 @@ QList<Popup> InstrumentMenu()
               {ID_FILE_SAVE, QStringLiteral("&Save\tCtrl+S")},
               {ID_FILE_SAVE_AS, QStringLiteral("Save &As...")},
               Separator(),
+              {ID_LOG_TO_FILE, QStringLiteral("&Log to File...")},
+              {ID_STOP_LOGGING, QStringLiteral("Stop Lo&gging")},
+              Separator(),
               {ID_FILE_PRINT, QStringLiteral("&Print...\tCtrl+P")},
               {ID_FILE_PRINT_PREVIEW, QStringLiteral("Print Pre&view")},
               {ID_FILE_PRINT_SETUP, QStringLiteral("P&rint Setup...")},
@@ -96,8 +110,14 @@ QList<Popup> InstrumentMenu()
               Separator(),
               {ID_APP_EXIT, QStringLiteral("E&xit")}}},
             EditPopup(),
-            ViewPopup(),
-            {QStringLiteral("&Connect"), {{ID_CONNECT_INSTRUMENT, QStringLiteral("&Disconnect Instrument...")}}},
+            InstrumentViewPopup(),
+            {QStringLiteral("&Connect"),
+             {{ID_CONNECT_INSTRUMENT, QStringLiteral("&Disconnect Instrument...")},
+              Separator(),
+              {ID_LINE_DTR, QStringLiteral("D&TR")},
+              {ID_LINE_RTS, QStringLiteral("&RTS")},
+              Separator(),
+              {ID_RECONNECT, QStringLiteral("Reconnect &Automatically")}}},
             InstrumentExtrasPopup(),
             {QStringLiteral("&Window"),
              {{ID_WINDOW_NEW, QStringLiteral("&New Window")},

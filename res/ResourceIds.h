@@ -50,6 +50,16 @@ constexpr int ID_MODIFY_TERMINAL = 32783;
 constexpr int ID_STOP_TRANSMISSION = 32784;
 // The serial printer line's settings (v24print.drv), beside "V24 Printer".
 constexpr int ID_V24_PRINTER_SETTINGS = 32785;
+// The instrument window's session log (File), time stamps, hex pane and
+// command line (View), and the modem lines a flow control leaves free (Connect).
+constexpr int ID_LOG_TO_FILE = 32786;
+constexpr int ID_STOP_LOGGING = 32787;
+constexpr int ID_TIME_STAMPS = 32788;
+constexpr int ID_HEX_BYTES = 32789;
+constexpr int ID_COMMAND_LINE = 32790;
+constexpr int ID_LINE_DTR = 32791;
+constexpr int ID_LINE_RTS = 32792;
+constexpr int ID_RECONNECT = 32793;
 constexpr int ID_FUNCTION_KEY_F1 = 3048; // F1..F8 are 3048..3055
 constexpr int ID_FUNCTION_KEY_COUNT = 8;
 constexpr int ID_APP_ABOUT = 57664;

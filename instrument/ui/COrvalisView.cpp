@@ -4,6 +4,7 @@
 #include "CCodePage.h"
 #include "CCommEvent.h"
 #include "CCommGeneralPage.h"
+#include "CCommandLineEdit.h"
 #include "CCommPage.h"
 #include "CDocumentFrame.h"
 #include "CDriverFile.h"
@@ -12,7 +13,9 @@
 #include "CFileFilter.h"
 #include "CFrameServices.h"
 #include "CFunctionKeysPage.h"
+#include "CHexPane.h"
 #include "CInstrumentSheet.h"
+#include "CLineSettingsText.h"
 #include "CNameLineBreaks.h"
 #include "CParse.h"
 #include "CPublishingPage.h"
@@ -34,6 +37,8 @@
 #include <QLabel>
 #include <QLoggingCategory>
 #include <QMdiSubWindow>
+#include <QSettings>
+#include <QStatusBar>
 #include <QTextCursor>
 #include <QThread>
 #include <QTimer>
@@ -44,6 +49,10 @@ namespace {
 
 // Menu positions in the instrument window's menu (129).
 constexpr int ConnectPopup = 3;
+
+const QString LinePaneName = QStringLiteral("LinePane");
+// The window whose line the pane shows: the active instrument window.
+const COrvalisView* g_pLinePaneOwner = nullptr;
 
 // Releases the channel's reader whatever happens in a processing pass.
 class CAcknowledgeGuard
@@ -88,6 +97,8 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     , m_transferStatus(services)
     , m_pSerialNumberPrompt(std::make_unique<CSerialNumberDlgPrompt>(this))
     , m_pMessageLine(new QLabel(this))
+    , m_pHexPane(new CHexPane(this))
+    , m_pCommandLine(new CCommandLineEdit(this))
 {
     setObjectName(QStringLiteral("COrvalisView"));
     m_pMessageLine->setObjectName(QStringLiteral("MessageLine"));
@@ -98,6 +109,12 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     m_pMessageLine->setForegroundRole(QPalette::ToolTipText);
     m_pMessageLine->setContentsMargins(4, 2, 4, 2);
     m_pMessageLine->hide();
+    m_pHexPane->hide();
+    m_pCommandLine->hide();
+    m_source.SetObserver([this](const QByteArray& block) { m_pHexPane->AppendBytes(block); });
+    connect(m_pCommandLine, &CCommandLineEdit::commandEntered, this, &COrvalisView::OnCommandLine);
+    m_reconnectTimer.setInterval(ReconnectIntervalMs);
+    connect(&m_reconnectTimer, &QTimer::timeout, this, &COrvalisView::TryReconnect);
     if (CAppServices* app = CAppServices::Get())
         m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
     m_pipeline.SetByteSource(&m_source);
@@ -152,6 +169,7 @@ void COrvalisView::OnCreate()
             qCInfo(lcView).noquote() << loaded.Message();
     }
     m_appender.SetNameLineBreaks(m_terminalParam.m_bShowControlChars != 0);
+    LoadViewSettings();
     CreateExcelLink();
     if (m_bOpenedByConnect)
         m_publishing.StartFromProfile(app->Profile().Path(), CCodePage::ToUnicode(m_driver.m_strName));
@@ -231,6 +249,7 @@ void COrvalisView::OnDestroy()
     if (m_bDestroyed)
         return;
     m_bDestroyed = true;
+    m_reconnectTimer.stop();
     CAppServices* app = CAppServices::Get();
     // Shown only while the program runs normally, not while it is torn down.
     if (app && app->HasMainWindow() &&
@@ -247,6 +266,8 @@ void COrvalisView::OnDestroy()
     m_pipeline.SetCellSink(nullptr);
     m_pExcel.reset();
     CCommView::OnDestroy();
+    m_log.Stop();
+    m_bLogging = false;
     m_publishing.Stop();
     // The printer line closes and its job prints.
     m_v24Printer.SwitchOff();
@@ -257,6 +278,10 @@ void COrvalisView::OnDestroy()
     m_script.DeleteContents();
     if (app && app->m_pCommView == this)
         app->m_pCommView = nullptr;
+    if (g_pLinePaneOwner == this) {
+        g_pLinePaneOwner = nullptr;
+        UpdateLinePane();
+    }
 }
 
 void COrvalisView::ReportDriverProblem(bool bDriverOpened)
@@ -323,6 +348,7 @@ void COrvalisView::SetLineState()
     const bool open = m_comm.IsPortOpen();
     m_appender.SetMaxLines(open ? CTextAppender::DefaultMaxLines : 0);
     document()->setUndoRedoEnabled(!open);
+    UpdateLinePane();
 }
 
 void COrvalisView::ClearLineProblem()
@@ -341,23 +367,32 @@ void COrvalisView::ShowMessageLine(const QString& text)
 {
     m_pMessageLine->setText(text);
     m_pMessageLine->setVisible(!text.isEmpty());
-    LayOutMessageLine();
+    LayOutPanes();
 }
 
-void COrvalisView::LayOutMessageLine()
+void COrvalisView::LayOutPanes()
 {
-    // Below the text, as wide as it, as high as the whole message needs.
-    const int height =
-        m_pMessageLine->isHidden() ? 0 : m_pMessageLine->heightForWidth(contentsRect().width());
-    setViewportMargins(0, 0, 0, height);
+    // Below the text, as wide as the window; the message as high as the
+    // whole message needs.
+    const int width = contentsRect().width();
+    const int hexHeight = m_pHexPane->isHidden() ? 0 : m_pHexPane->PreferredHeight();
+    const int messageHeight = m_pMessageLine->isHidden() ? 0 : m_pMessageLine->heightForWidth(width);
+    const int commandHeight = m_pCommandLine->isHidden() ? 0 : m_pCommandLine->sizeHint().height();
+    setViewportMargins(0, 0, 0, hexHeight + messageHeight + commandHeight);
     const QRect text = viewport()->geometry();
-    m_pMessageLine->setGeometry(text.left(), text.bottom() + 1, text.width(), height);
+    int top = text.bottom() + 1;
+    for (auto [pane, height] : {std::pair<QWidget*, int>{m_pHexPane, hexHeight},
+                                {m_pMessageLine, messageHeight},
+                                {m_pCommandLine, commandHeight}}) {
+        pane->setGeometry(contentsRect().left(), top, width, height);
+        top += height;
+    }
 }
 
 void COrvalisView::resizeEvent(QResizeEvent* event)
 {
     CCommView::resizeEvent(event);
-    LayOutMessageLine();
+    LayOutPanes();
 }
 
 void COrvalisView::ReportLineProblem(const QString& text)
@@ -374,6 +409,8 @@ void COrvalisView::ReportLineProblem(const QString& text)
 
 void COrvalisView::OnConnectDisconnect()
 {
+    // The user decides now.
+    StopWaitingForLine();
     const bool wasOpen = m_comm.IsPortOpen();
     if (wasOpen) {
         m_appender.Flush();
@@ -447,6 +484,8 @@ void COrvalisView::OnLineLost()
     m_terminalParam.m_bLocalEcho = 1;
     if (m_bOpenedByConnect)
         UpdateConnectMenuText();
+    if (m_bOpenedByConnect && m_viewSettings.m_bReconnect)
+        StartWaitingForLine();
 }
 
 // The link connects on its own thread; the window goes on at once and the
@@ -468,6 +507,9 @@ void COrvalisView::CreateExcelLink()
 void COrvalisView::AppendBytes(const QByteArray& bytes)
 {
     m_appender.Append(bytes);
+    // The log wrote this piece just before it came here.
+    if (m_bLogging && !m_log.IsLogging())
+        ReportLogFailure();
 }
 
 void COrvalisView::DeleteLastCharacter()
@@ -493,8 +535,16 @@ void COrvalisView::UpdateConnectMenuText()
 
 void COrvalisView::OnActivateView(bool bActivate)
 {
-    if (!bActivate)
+    if (!bActivate) {
+        // Another kind of window may come: the pane shows no stale line.
+        if (g_pLinePaneOwner == this) {
+            g_pLinePaneOwner = nullptr;
+            UpdateLinePane();
+        }
         return;
+    }
+    g_pLinePaneOwner = this;
+    UpdateLinePane();
     if (CFrameServices* frame = Frame())
         m_publishing.ShowIn(frame->StatusBar());
     UpdateConnectMenuText();
@@ -546,8 +596,18 @@ bool COrvalisView::OnCommand(int nID)
     case ID_V24_PRINTER_SETTINGS: OnV24PrinterSettings(); return true;
     case ID_FILE_SAVE: OnFileSave(); return true;
     case ID_FILE_SAVE_AS: OnFileSaveAs(); return true;
+    case ID_LOG_TO_FILE: OnLogToFile(); return true;
+    case ID_STOP_LOGGING: OnStopLogging(); return true;
+    case ID_TIME_STAMPS: OnTimeStamps(); return true;
+    case ID_HEX_BYTES: OnHexBytes(); return true;
+    case ID_COMMAND_LINE: OnCommandLineShown(); return true;
+    case ID_LINE_DTR: OnModemLine(CComm::LineDtr); return true;
+    case ID_LINE_RTS: OnModemLine(CComm::LineRts); return true;
+    case ID_RECONNECT: OnReconnectSwitch(); return true;
     default: break;
     }
+    if (OnPaneEditCommand(nID))
+        return true;
     // Print and the edit commands: the pending text goes in first.
     m_appender.Flush();
     return CCommView::OnCommand(nID);
@@ -577,7 +637,43 @@ bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
     case ID_FILE_SAVE:
     case ID_FILE_SAVE_AS:
         return true;
+    case ID_LOG_TO_FILE:
+        ui.bCheckable = true;
+        ui.bChecked = m_log.IsLogging();
+        return true;
+    case ID_STOP_LOGGING:
+        ui.bEnabled = m_log.IsLogging();
+        return true;
+    case ID_TIME_STAMPS:
+        ui.bCheckable = true;
+        ui.bChecked = m_viewSettings.m_bTimeStamps;
+        return true;
+    case ID_HEX_BYTES:
+        ui.bCheckable = true;
+        ui.bChecked = m_viewSettings.m_bHexBytes;
+        return true;
+    case ID_LINE_DTR:
+    case ID_LINE_RTS: {
+        const CComm::ModemLine line = nID == ID_LINE_DTR ? CComm::LineDtr : CComm::LineRts;
+        ui.bEnabled = m_comm.IsPortOpen() && m_comm.IsModemLineFree(line);
+        ui.bCheckable = true;
+        ui.bChecked = m_comm.IsModemLineRaised(line);
+        return true;
+    }
+    case ID_RECONNECT:
+        ui.bEnabled = m_bOpenedByConnect;
+        ui.bCheckable = true;
+        ui.bChecked = m_viewSettings.m_bReconnect;
+        return true;
+    case ID_COMMAND_LINE:
+        // A saved text opened from a file has no line to send to.
+        ui.bEnabled = m_bOpenedByConnect;
+        ui.bCheckable = true;
+        ui.bChecked = m_viewSettings.m_bCommandLine;
+        return true;
     default:
+        if (OnUpdatePaneEditCommand(nID, ui))
+            return true;
         return CCommView::OnUpdateCommand(nID, ui);
     }
 }
@@ -598,6 +694,7 @@ void COrvalisView::OnOptions()
     sheet.m_pPublishingPage->LoadFor(app->Profile().Path(), driverName);
 
     m_appender.Flush();
+    StopWaitingForLine();
     if (m_comm.IsPortOpen())
         m_comm.SetPortOpen(false);
     if (CUserDialogs::Current().Exec(sheet) != QDialog::Accepted) {
@@ -764,4 +861,271 @@ bool COrvalisView::SaveTo(const QString& path)
     if (auto* frame = qobject_cast<CDocumentFrame*>(parentWidget()))
         frame->SetDocumentPath(written);
     return true;
+}
+
+// ---------------------------------------------------------------------------
+// Time stamps, hex pane, command line, session log
+
+void COrvalisView::LoadViewSettings()
+{
+    if (CAppServices* app = CAppServices::Get())
+        m_viewSettings.Load(QSettings(app->Profile().Path(), QSettings::IniFormat),
+                            CCodePage::ToUnicode(m_driver.m_strName));
+    m_pCommandLine->SetHistory(m_viewSettings.m_commandHistory);
+    ApplyViewSettings();
+}
+
+void COrvalisView::SaveViewSettings()
+{
+    m_viewSettings.m_commandHistory = m_pCommandLine->History();
+    CAppServices* app = CAppServices::Get();
+    if (!app)
+        return;
+    QSettings settings(app->Profile().Path(), QSettings::IniFormat);
+    m_viewSettings.Save(settings, CCodePage::ToUnicode(m_driver.m_strName));
+    settings.sync();
+    if (settings.status() != QSettings::NoError) {
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage,
+                               QStringLiteral("Cannot write %1: the window's settings are not kept").arg(settings.fileName()));
+    }
+}
+
+void COrvalisView::ApplyViewSettings()
+{
+    m_stamper.SetOn(m_viewSettings.m_bTimeStamps);
+    m_pHexPane->setVisible(m_viewSettings.m_bHexBytes);
+    m_pCommandLine->setVisible(m_viewSettings.m_bCommandLine && m_bOpenedByConnect);
+    LayOutPanes();
+}
+
+void COrvalisView::OnTimeStamps()
+{
+    m_viewSettings.m_bTimeStamps = !m_viewSettings.m_bTimeStamps;
+    ApplyViewSettings();
+    SaveViewSettings();
+}
+
+void COrvalisView::OnHexBytes()
+{
+    m_viewSettings.m_bHexBytes = !m_viewSettings.m_bHexBytes;
+    ApplyViewSettings();
+    SaveViewSettings();
+}
+
+void COrvalisView::OnCommandLineShown()
+{
+    m_viewSettings.m_bCommandLine = !m_viewSettings.m_bCommandLine;
+    ApplyViewSettings();
+    SaveViewSettings();
+    if (m_pCommandLine->isVisible())
+        m_pCommandLine->setFocus();
+}
+
+void COrvalisView::OnCommandLine(const QString& text)
+{
+    if (!m_comm.IsPortOpen()) {
+        // The text stays in the line for when the instrument is back.
+        MessageBeep();
+        if (CFrameServices* frame = Frame())
+            frame->SetPaneText(CFrameServices::PaneMessage,
+                               QStringLiteral("Not sent: %1 is not connected")
+                                   .arg(CCodePage::ToUnicode(m_commParam.GetConnector())));
+        return;
+    }
+    QByteArray bytes = CCodePage::FromUnicode(text);
+    CParse().DecodeControlCodes(bytes);
+    bytes += '\r';
+    if (m_terminalParam.m_bSendCRLF)
+        bytes += '\n';
+    SendCommand(bytes);
+    NoteTransferStart();
+    m_pCommandLine->Accept();
+    SaveViewSettings();
+}
+
+void COrvalisView::OnLogToFile()
+{
+    CAppServices* app = CAppServices::Get();
+    const QString path =
+        CUserDialogs::Current().GetSaveFileName(this, app ? app->ProgramFolder() : QString(),
+                                                CFileFilter::FromResource(IDS_ALL_FILES_FILTER),
+                                                QStringLiteral("Log to File"));
+    if (path.isEmpty())
+        return;
+    m_bLogging = m_log.Start(path);
+    CFrameServices* frame = Frame();
+    if (!m_bLogging) {
+        CUserDialogs::Current().ShowMessage(this, m_log.ErrorString());
+        return;
+    }
+    if (frame)
+        frame->SetPaneText(CFrameServices::PaneMessage, QStringLiteral("Logging to %1").arg(path));
+}
+
+void COrvalisView::OnStopLogging()
+{
+    if (!m_log.IsLogging())
+        return;
+    const QString path = m_log.FileName();
+    m_log.Stop();
+    m_bLogging = false;
+    if (CFrameServices* frame = Frame())
+        frame->SetPaneText(CFrameServices::PaneMessage, QStringLiteral("Logging to %1 stopped").arg(path));
+}
+
+void COrvalisView::ReportLogFailure()
+{
+    m_bLogging = false;
+    const QString text = m_log.ErrorString();
+    qCWarning(lcView).noquote() << text;
+    if (CFrameServices* frame = Frame())
+        frame->SetPaneText(CFrameServices::PaneMessage, text);
+    // Not in the middle of a processing pass: the reader waits for it.
+    QTimer::singleShot(0, this, [this, text] { CUserDialogs::Current().ShowMessage(this, text); });
+}
+
+// ---------------------------------------------------------------------------
+// The line's state in the status bar, DTR and RTS
+
+void COrvalisView::OnModemLine(CComm::ModemLine line)
+{
+    if (!m_comm.SetModemLine(line, !m_comm.IsModemLineRaised(line)))
+        MessageBeep();
+    UpdateLinePane();
+}
+
+QString COrvalisView::LinePaneText() const
+{
+    const bool open = m_comm.IsPortOpen();
+    QString text = QStringLiteral("%1  %2  %3")
+                       .arg(CCodePage::ToUnicode(m_commParam.GetConnector()), CLineSettingsText::Summary(m_commParam),
+                            open                 ? QStringLiteral("connected")
+                            : IsWaitingForLine() ? QStringLiteral("waiting")
+                                                 : QStringLiteral("closed"));
+    if (!open)
+        return text;
+    for (const auto& [line, name] : {std::pair{CComm::LineDtr, QStringLiteral("DTR")},
+                                     std::pair{CComm::LineRts, QStringLiteral("RTS")}}) {
+        const QString state = !m_comm.IsModemLineFree(line) ? QStringLiteral("flow")
+                              : m_comm.IsModemLineRaised(line) ? QStringLiteral("on")
+                                                               : QStringLiteral("off");
+        text += QStringLiteral("  %1 %2").arg(name, state);
+    }
+    return text;
+}
+
+void COrvalisView::UpdateLinePane()
+{
+    CFrameServices* frame = Frame();
+    QStatusBar* bar = frame ? frame->StatusBar() : nullptr;
+    if (!bar || (g_pLinePaneOwner && g_pLinePaneOwner != this))
+        return;
+    auto* pane = bar->findChild<QLabel*>(LinePaneName);
+    if (!pane) {
+        pane = new QLabel(bar);
+        pane->setObjectName(LinePaneName);
+        pane->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
+        bar->addPermanentWidget(pane);
+    }
+    if (!g_pLinePaneOwner) {
+        pane->clear();
+        pane->hide();
+        return;
+    }
+    pane->setText(LinePaneText());
+    // The desktop's own colours: normal text while connected, the dimmed
+    // text of the theme while closed.
+    pane->setForegroundRole(m_comm.IsPortOpen() ? QPalette::WindowText : QPalette::PlaceholderText);
+    pane->show();
+}
+
+bool COrvalisView::OnPaneEditCommand(int nID)
+{
+    if (m_pCommandLine->hasFocus()) {
+        switch (nID) {
+        case ID_EDIT_UNDO: m_pCommandLine->undo(); return true;
+        case ID_EDIT_CUT: m_pCommandLine->cut(); return true;
+        case ID_EDIT_COPY: m_pCommandLine->copy(); return true;
+        case ID_EDIT_PASTE: m_pCommandLine->paste(); return true;
+        default: return false;
+        }
+    }
+    if (m_pHexPane->hasFocus() && nID == ID_EDIT_COPY) {
+        m_pHexPane->copy();
+        return true;
+    }
+    return false;
+}
+
+bool COrvalisView::OnUpdatePaneEditCommand(int nID, CCmdUI& ui) const
+{
+    if (m_pCommandLine->hasFocus()) {
+        switch (nID) {
+        case ID_EDIT_UNDO: ui.bEnabled = m_pCommandLine->isUndoAvailable(); return true;
+        case ID_EDIT_CUT:
+        case ID_EDIT_COPY: ui.bEnabled = m_pCommandLine->hasSelectedText(); return true;
+        case ID_EDIT_PASTE: ui.bEnabled = true; return true;
+        default: return false;
+        }
+    }
+    if (m_pHexPane->hasFocus() && nID == ID_EDIT_COPY) {
+        ui.bEnabled = m_pHexPane->textCursor().hasSelection();
+        return true;
+    }
+    return false;
+}
+
+// ---------------------------------------------------------------------------
+// Reconnecting a lost line
+
+void COrvalisView::OnReconnectSwitch()
+{
+    m_viewSettings.m_bReconnect = !m_viewSettings.m_bReconnect;
+    SaveViewSettings();
+    if (!m_viewSettings.m_bReconnect)
+        StopWaitingForLine();
+}
+
+void COrvalisView::StartWaitingForLine()
+{
+    // A device that went away does not come back at once: the first try is
+    // a tick later, and every try is one open of the device node.
+    m_reconnectTimer.start();
+    ReportLineProblem(QStringLiteral("%1 - Waiting for %2\u2026")
+                          .arg(m_strLineProblem, CCodePage::ToUnicode(m_commParam.GetConnector())));
+    UpdateLinePane();
+}
+
+void COrvalisView::StopWaitingForLine()
+{
+    if (!m_reconnectTimer.isActive())
+        return;
+    m_reconnectTimer.stop();
+    UpdateLinePane();
+}
+
+void COrvalisView::TryReconnect()
+{
+    if (m_comm.IsPortOpen()) {
+        StopWaitingForLine();
+        return;
+    }
+    if (!m_comm.OpenPort(m_commParam)) {
+        // Open without its settings or reader is no line to read from.
+        if (m_comm.IsPortOpen())
+            m_comm.SetPortOpen(false);
+        return;
+    }
+    m_reconnectTimer.stop();
+    ClearLineProblem();
+    SetLineState();
+    EnableWindow(false);
+    m_terminalParam.m_bLocalEcho = 0;
+    UpdateConnectMenuText();
+    if (CFrameServices* frame = Frame())
+        frame->SetPaneText(CFrameServices::PaneMessage,
+                           QStringLiteral("Reconnected to %1 at %2")
+                               .arg(CCodePage::ToUnicode(m_commParam.GetConnector()),
+                                    QTime::currentTime().toString(QStringLiteral("HH:mm:ss"))));
 }

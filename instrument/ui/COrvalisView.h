@@ -4,9 +4,12 @@
 #include "CCommView.h"
 #include "CSerialNumberPrompt.h"
 #include "CFunctionKeysParameter.h"
+#include "CInstrumentViewSettings.h"
+#include "CLineStamper.h"
 #include "COrvalisDoc.h"
 #include "CPublishingLink.h"
 #include "CReceivePipeline.h"
+#include "CSessionLog.h"
 #include "CTextAppender.h"
 #include "CTextSink.h"
 #include "CTransferStatusBar.h"
@@ -14,8 +17,10 @@
 
 #include <memory>
 
+class CCommandLineEdit;
 class CExcelOutput;
 class CFrameServices;
+class CHexPane;
 class QLabel;
 
 // The view of an instrument window. On creation it reads the driver named
@@ -32,6 +37,12 @@ class QLabel;
 // Instrument opened it (its Connect and Send File commands and its menu
 // text) and the driver's path (the write-back), so another window opened
 // later changes neither.
+//
+// Below the text: the raw bytes in hex (View, "Hex Bytes"), the message
+// line and the command line (View, "Command Line"). The shown lines can
+// carry their time (View, "Time Stamps") and go into a log file as they are
+// shown (File, "Log to File..."); these switches and the command history
+// are kept per driver in Orvalis.ini.
 class COrvalisView : public CCommView, public CTextSink
 {
     Q_OBJECT
@@ -57,6 +68,23 @@ public:
     void OnFunctionKey(int k);
     void OnFileSave();
     void OnFileSaveAs();
+    void OnLogToFile();
+    void OnStopLogging();
+    void OnTimeStamps();
+    void OnHexBytes();
+    void OnCommandLineShown();
+    // Enter in the command line: the text in control-code notation, sent
+    // with CR (CR LF when the driver transmits CR/LF) through the command
+    // sender, macros and all.
+    void OnCommandLine(const QString& text);
+    void OnModemLine(CComm::ModemLine line);
+    void OnReconnectSwitch();
+    // Waiting for the device of a lost line to come back.
+    bool IsWaitingForLine() const { return m_reconnectTimer.isActive(); }
+    static constexpr int ReconnectIntervalMs = 1000;
+    // The status bar pane of the active instrument window's line:
+    // "/dev/ttyUSB0  9600 8N1 Rts/Cts  connected  DTR on  RTS flow".
+    QString LinePaneText() const;
 
     // CTextSink: the pipeline's text, into the window in batches.
     void AppendBytes(const QByteArray& bytes) override;
@@ -76,6 +104,10 @@ public:
     QString DriverProblem() const { return m_strDriverProblem; }
     CV24Printer& V24Printer() { return m_v24Printer; }
     CPublishingLink& Publishing() { return m_publishing; }
+    const CSessionLog& SessionLog() const { return m_log; }
+    const CInstrumentViewSettings& ViewSettings() const { return m_viewSettings; }
+    CHexPane* HexPane() const { return m_pHexPane; }
+    CCommandLineEdit* CommandLine() const { return m_pCommandLine; }
 
     int m_bSending = 0;
     // Cells into LibreOffice Calc and the journal, while the driver's
@@ -109,7 +141,23 @@ private:
     // The line below the text that tells why the line is not open; hidden
     // for an empty text.
     void ShowMessageLine(const QString& text);
-    void LayOutMessageLine();
+    // Hex pane, message line and command line below the text, in this order.
+    void LayOutPanes();
+    void LoadViewSettings();
+    void SaveViewSettings();
+    void ApplyViewSettings();
+    // The log stopped on a failed write: the user is told, the window goes on.
+    void ReportLogFailure();
+    void UpdateLinePane();
+    // After a loss, with Reconnect Automatically on: the line is tried again
+    // at every tick of a slow timer until it opens.
+    void StartWaitingForLine();
+    void StopWaitingForLine();
+    void TryReconnect();
+    // The Edit commands for the pane below the text that has the focus (the
+    // command line, the hex pane); false when they are the text's.
+    bool OnPaneEditCommand(int nID);
+    bool OnUpdatePaneEditCommand(int nID, CCmdUI& ui) const;
     void LoadDocument(const QString& path);
     bool SaveModified();
     bool SaveTo(const QString& path);
@@ -126,9 +174,18 @@ private:
     CTransferStatusBar m_transferStatus;
     std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
     QLabel* m_pMessageLine;
+    CHexPane* m_pHexPane;
+    CCommandLineEdit* m_pCommandLine;
     CV24Printer m_v24Printer{this, m_pServices};
+    CInstrumentViewSettings m_viewSettings;
+    // The lines shown go from the broker's sink through the time stamps and
+    // the log into the text.
+    CSessionLog m_log{*this};
+    CLineStamper m_stamper{m_log};
+    bool m_bLogging = false; // cleared when the log stops on its own
+    QTimer m_reconnectTimer;
     // Every line shown also goes to the driver's broker, if it has one.
-    CPublishingLink m_publishing{this};
+    CPublishingLink m_publishing{&m_stamper};
     QString m_strDriverPath;
     QString m_strLineProblem;
     QString m_strDriverProblem;

@@ -1,8 +1,10 @@
 #include "CDriverFile.h"
 #include "PtyPair.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QElapsedTimer>
 #include <QTest>
@@ -139,6 +141,7 @@ private Q_SLOTS:
     void captureShowsRecordsAndEndsOnCtrlC();
     void captureAnswersFromThePlaybackFile();
     void captureEndsWhenTheLineGoesAway();
+    void captureStampsEveryLineWithTheLocalTime();
     void captureKeepsUpWithAFlood_data();
     void captureKeepsUpWithAFlood();
     void captureReportsALineThatCannotOpen();
@@ -362,6 +365,39 @@ void tst_capture::captureEndsWhenTheLineGoesAway()
     QCOMPARE(cli.Finish(), 1);
     QVERIFY2(cli.Error().contains(QStringLiteral("orvalis-cli capture: the line went away: Connection to ")),
              qPrintable(cli.Error()));
+}
+
+void tst_capture::captureStampsEveryLineWithTheLocalTime()
+{
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
+    CCliProcess cli({QStringLiteral("capture"), Driver(QStringLiteral("stamps.tbb"), false, false),
+                     QStringLiteral("--port"), pty.SlaveName(), QStringLiteral("--timestamps")});
+    QVERIFY2(cli.WaitForError(QStringLiteral("Ctrl-C ends")), qPrintable(cli.Error()));
+    const QDateTime before = QDateTime::currentDateTime().addMSecs(-1);
+    QVERIFY(pty.WriteMaster("first\n"));
+    QVERIFY(cli.WaitForOutput("first\n"));
+    QTest::qWait(20);
+    QVERIFY(pty.WriteMaster("second\nthird\n"));
+    QVERIFY(cli.WaitForOutput("third\n"));
+    const QDateTime after = QDateTime::currentDateTime().addMSecs(1);
+    cli.Interrupt();
+    QCOMPARE(cli.Finish(), 0);
+
+    const QList<QByteArray> lines = cli.Output().split('\n');
+    QCOMPARE(lines.size(), 4);
+    QVERIFY(lines.last().isEmpty());
+    const QRegularExpression format(QStringLiteral("^(\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}) (\\w+)$"));
+    QDateTime previous = before;
+    const QStringList words{QStringLiteral("first"), QStringLiteral("second"), QStringLiteral("third")};
+    for (int i = 0; i < 3; ++i) {
+        const QRegularExpressionMatch match = format.match(QString::fromLatin1(lines[i]));
+        QVERIFY2(match.hasMatch(), lines[i].constData());
+        QCOMPARE(match.captured(2), words[i]);
+        const QDateTime stamp = QDateTime::fromString(match.captured(1), QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+        QVERIFY2(stamp >= previous && stamp <= after, lines[i].constData());
+        previous = stamp;
+    }
 }
 
 void tst_capture::captureKeepsUpWithAFlood_data()

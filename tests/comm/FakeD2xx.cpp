@@ -30,6 +30,8 @@ constexpr DWORD FT_OPEN_BY_SERIAL_NUMBER = 1;
 constexpr DWORD FT_LIST_BY_INDEX = 0x40000000;
 constexpr DWORD FT_LIST_NUMBER_ONLY = 0x80000000;
 constexpr DWORD EV_RXCHAR = 0x01;
+constexpr DWORD SETRTS = 3;
+constexpr DWORD CLRRTS = 4;
 constexpr DWORD SETDTR = 5;
 constexpr DWORD CLRDTR = 6;
 constexpr int DcbSize = 28;
@@ -49,6 +51,7 @@ struct Device
     unsigned readsAtReport = 0;
     unsigned char dcb[DcbSize] = {};
     int dtr = 0;
+    int rts = 0;
     DWORD createFlags = 0;
     DWORD createAccess = 0;
     DWORD inQueue = 0, outQueue = 0;
@@ -178,6 +181,7 @@ FT_HANDLE FT_W32_CreateFile(const char* name, DWORD access, DWORD, void*, DWORD,
     device->countAtReport = 0;
     device->reads = device->readsAtReport = 0;
     device->dtr = 0;
+    device->rts = 0;
     device->createFlags = flags;
     device->createAccess = access;
     // A converter keeps its line settings from one open to the next.
@@ -251,6 +255,10 @@ BOOL FT_W32_EscapeCommFunction(FT_HANDLE handle, DWORD function)
             device.dtr = 1;
         else if (function == CLRDTR)
             device.dtr = 0;
+        else if (function == SETRTS)
+            device.rts = 1;
+        else if (function == CLRRTS)
+            device.rts = 0;
     });
 }
 
@@ -399,7 +407,7 @@ void FakeD2xx_Dcb(const char* serial, unsigned char* out)
     OnSerial(serial, [&](Device& device) { std::memcpy(out, device.dcb, DcbSize); });
 }
 
-// "dtr", "purge", "closes", "flags", "access", "inQueue", "outQueue",
+// "dtr", "rts", "purge", "closes", "flags", "access", "inQueue", "outQueue",
 // "readInterval", "writeConstant", "open", "waiting"; -1 for an unknown name.
 long FakeD2xx_Value(const char* serial, const char* what)
 {
@@ -408,7 +416,7 @@ long FakeD2xx_Value(const char* serial, const char* what)
     if (device == nullptr)
         return -1;
     const struct { const char* name; long value; } values[] = {
-        {"dtr", device->dtr},           {"purge", long(device->lastPurge)},
+        {"dtr", device->dtr}, {"rts", device->rts},           {"purge", long(device->lastPurge)},
         {"closes", device->closes},     {"flags", long(device->createFlags)},
         {"access", long(device->createAccess)},
         {"inQueue", long(device->inQueue)}, {"outQueue", long(device->outQueue)},

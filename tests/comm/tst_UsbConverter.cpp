@@ -134,6 +134,7 @@ private Q_SLOTS:
     void listsConvertersFromTheLibrary();
     void countErrorListsNothing();
     void opensAConverterBySerialNumber();
+    void freeModemLinesAreTheUsers();
     void keepsParityAndStopBitsOutsideTheTable();
     void reportsLineEventsInFixedOrder();
     void pulledOutConverterIsReportedOnceThenClosed();
@@ -252,6 +253,42 @@ void tst_UsbConverter::opensAConverterBySerialNumber()
     QCOMPARE(m_fake.value(serial, "purge"), 0x0FL);
     QCOMPARE(m_fake.value(serial, "open"), 0L);
     QCOMPARE(m_fake.value(serial, "closes"), 1L);
+}
+
+void tst_UsbConverter::freeModemLinesAreTheUsers()
+{
+    RecordingOwner owner;
+    CComm channel;
+    owner.Add(channel);
+    const char* serial = "VD000017";
+    QVERIFY(channel.OpenPort(Line(serial, 9600, 8, 'N', 1, 0)));
+    QCOMPARE(m_fake.value(serial, "dtr"), 1L);
+    QCOMPARE(m_fake.value(serial, "rts"), 1L);
+    QVERIFY(channel.SetModemLine(CComm::LineRts, false));
+    QCOMPARE(m_fake.value(serial, "rts"), 0L);
+    QVERIFY(!channel.IsModemLineRaised(CComm::LineRts));
+    QVERIFY(channel.SetModemLine(CComm::LineDtr, false));
+    QCOMPARE(m_fake.value(serial, "dtr"), 0L);
+    QVERIFY(channel.SetModemLine(CComm::LineDtr, true));
+    QCOMPARE(m_fake.value(serial, "dtr"), 1L);
+
+    // Rts/Cts drives RTS: the program leaves it alone.
+    QVERIFY(channel.OpenPort(Line(serial, 9600, 8, 'N', 1, 2)));
+    QVERIFY(!channel.IsModemLineFree(CComm::LineRts));
+    QVERIFY(!channel.SetModemLine(CComm::LineRts, true));
+    QCOMPARE(m_fake.value(serial, "rts"), 0L);
+    QVERIFY(channel.IsModemLineFree(CComm::LineDtr));
+
+    // Dtr/Dsr drives DTR.
+    QVERIFY(channel.OpenPort(Line(serial, 9600, 8, 'N', 1, 3)));
+    QVERIFY(!channel.SetModemLine(CComm::LineDtr, false));
+    QCOMPARE(m_fake.value(serial, "dtr"), 1L);
+    QVERIFY(channel.SetModemLine(CComm::LineRts, false));
+    QCOMPARE(m_fake.value(serial, "rts"), 0L);
+
+    channel.SetPortOpen(false);
+    QVERIFY(!channel.SetModemLine(CComm::LineRts, true));
+    QVERIFY(!channel.IsModemLineRaised(CComm::LineDtr));
 }
 
 void tst_UsbConverter::keepsParityAndStopBitsOutsideTheTable()

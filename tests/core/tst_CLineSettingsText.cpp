@@ -1,3 +1,4 @@
+#include "CCommParameter.h"
 #include "CLineSettingsText.h"
 
 #include <QTest>
@@ -11,6 +12,7 @@ private Q_SLOTS:
     void parity();
     void flowControl_data();
     void flowControl();
+    void summary();
 };
 
 void tst_CLineSettingsText::parity_data()
@@ -54,6 +56,22 @@ void tst_CLineSettingsText::flowControl()
     QCOMPARE(CLineSettingsText::ParseFlowControl(text), flowControl);
     QCOMPARE(CLineSettingsText::FlowControlToString(flowControl), written);
     QCOMPARE(CLineSettingsText::FlowControlToString(4), QString());
+}
+
+void tst_CLineSettingsText::summary()
+{
+    CCommParameter line;
+    QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("9600 8N1 Rts/Cts"));
+    line.m_nBaudRate = 115200;
+    line.m_nDataBits = 7;
+    line.m_cParity = 'E';
+    line.m_nStopBits = 2;
+    line.m_nFlowControl = 0;
+    QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("115200 7E2 None"));
+    // A damaged record still says what it holds.
+    line.m_cParity = 'Q';
+    line.m_nFlowControl = 9;
+    QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("115200 7?2 ?"));
 }
 
 QTEST_GUILESS_MAIN(tst_CLineSettingsText)

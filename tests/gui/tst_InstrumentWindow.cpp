@@ -3,7 +3,7 @@
 // plays the instrument on the master end.
 
 #include "../core/PipelineFakes.h"
-#include "../core/PtyPair.h"
+#include "InstrumentWindowFixture.h"
 #include "CChildFrame.h"
 #include "CCommGeneralPage.h"
 #include "CCommPage.h"
@@ -98,7 +98,7 @@ private:
 
 } // namespace
 
-class tst_InstrumentWindow : public QObject
+class tst_InstrumentWindow : public QObject, public CInstrumentWindowFixture
 {
     Q_OBJECT
 
@@ -142,42 +142,20 @@ private Q_SLOTS:
 
 private:
     static CDriverFile Driver(const QString& connector);
-    COrvalisView* Start(const CDriverFile& records, const QByteArray& profile = {});
-    // Started with /D on a driver file already in the program folder.
-    COrvalisView* StartOn(const QString& fileName);
     // A path nobody can write to, whoever runs the test: below a plain file.
     QString Unwritable(const QString& name) const;
-    CMainFrame* Frame() const { return m_app->MainFrame(); }
-    QString Home(const QString& name) const { return QDir(m_home->path()).filePath(name); }
     void Send(const QByteArray& bytes) { QVERIFY(m_pty->WriteMaster(bytes)); }
-    // What the program sent, while the window goes on handling its events.
-    QByteArray Receive(qsizetype count, int timeoutMs = 5000);
     QString StatusText() const { return Frame()->GetPaneText(CMainFrame::PaneMessage); }
-
-    std::unique_ptr<QTemporaryDir> m_home;
-    std::unique_ptr<CPtyPair> m_pty;
-    std::unique_ptr<CScriptedDialogs> m_dialogs;
-    std::unique_ptr<COrvalisApp> m_app;
 };
 
 void tst_InstrumentWindow::init()
 {
-    m_home = std::make_unique<QTemporaryDir>();
-    qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
-    m_pty = std::make_unique<CPtyPair>();
-    QVERIFY(m_pty->IsOpen());
-    // The program opens the slave end by its name.
-    m_pty->CloseSlave();
-    m_dialogs = std::make_unique<CScriptedDialogs>();
+    InitFixture();
 }
 
 void tst_InstrumentWindow::cleanup()
 {
-    m_app.reset();
-    m_dialogs.reset();
-    m_pty.reset();
-    m_home.reset();
-    qunsetenv("ORVALIS_HOME");
+    CleanupFixture();
 }
 
 // Plain mode, no CR -> CR/LF receiving; F1 Print, F2 opens a playback file,
@@ -205,49 +183,12 @@ CDriverFile tst_InstrumentWindow::Driver(const QString& connector)
     return records;
 }
 
-COrvalisView* tst_InstrumentWindow::Start(const CDriverFile& records, const QByteArray& profile)
-{
-    CDriverFile copy = records;
-    if (!copy.Store(Home(QStringLiteral("lab.tbb"))).IsOk())
-        return nullptr;
-    if (!profile.isEmpty()) {
-        QFile file(Home(QStringLiteral("Orvalis.ini")));
-        if (!file.open(QIODevice::WriteOnly) || file.write(profile) != profile.size())
-            return nullptr;
-    }
-    m_app = std::make_unique<COrvalisApp>(Home(QStringLiteral("Orvalis.ini")));
-    // The driver is connected through the command line, as a user starts it.
-    if (!m_app->InitInstance({QStringLiteral("/Dlab.tbb")}))
-        return nullptr;
-    return qobject_cast<COrvalisView*>(Frame()->ActiveView());
-}
-
-COrvalisView* tst_InstrumentWindow::StartOn(const QString& fileName)
-{
-    m_app = std::make_unique<COrvalisApp>(Home(QStringLiteral("Orvalis.ini")));
-    if (!m_app->InitInstance({QStringLiteral("/D") + fileName}))
-        return nullptr;
-    return qobject_cast<COrvalisView*>(Frame()->ActiveView());
-}
-
 QString tst_InstrumentWindow::Unwritable(const QString& name) const
 {
     QFile plain(Home(QStringLiteral("plain-file")));
     if (!plain.exists() && plain.open(QIODevice::WriteOnly))
         plain.close();
     return Home(QStringLiteral("plain-file/") + name);
-}
-
-QByteArray tst_InstrumentWindow::Receive(qsizetype count, int timeoutMs)
-{
-    QByteArray bytes;
-    QElapsedTimer timer;
-    timer.start();
-    while (bytes.size() < count && timer.elapsed() < timeoutMs) {
-        QCoreApplication::processEvents();
-        bytes += m_pty->ReadMaster(count - bytes.size(), 5);
-    }
-    return bytes;
 }
 
 void tst_InstrumentWindow::commandLineConnectsAndShowsScriptedReadings()

@@ -25,7 +25,7 @@ const char* const Usage =
     "usage: orvalis-cli capture DRIVER [--port NAME] [--cells FILE.csv] [--record FILE]\n"
     "                           [--serial N] [--key N] [--playback NAME]\n"
     "                           [--mqtt URL [--topic PREFIX] [--user NAME] [--ca-file FILE]\n"
-    "                                       [--password-file FILE]]\n";
+    "                                       [--password-file FILE]] [--timestamps]\n";
 
 // The owner of the channel, as the instrument window is: each notification
 // runs a processing pass and is acknowledged; the transfer events go to the
@@ -80,7 +80,8 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     const QCommandLineOption cells(QStringLiteral("cells"), QString(), QStringLiteral("FILE.csv"));
     const QCommandLineOption record(QStringLiteral("record"), QString(), QStringLiteral("FILE"));
     const QCommandLineOption playbackName(QStringLiteral("playback"), QString(), QStringLiteral("NAME"));
-    parser.addOptions({cells, record, playbackName});
+    const QCommandLineOption timestamps(QStringLiteral("timestamps"));
+    parser.addOptions({cells, record, playbackName, timestamps});
     CLineOptions line(parser);
     CMqttOptions mqtt(parser);
     if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
@@ -107,6 +108,8 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
         err << error << "\n";
         return ExitFailed;
     }
+    if (parser.isSet(timestamps))
+        session.EnableTimestamps();
     CCaptureWriter writer;
     if (parser.isSet(record) && !writer.Open(parser.value(record))) {
         err << writer.ErrorString() << "\n";

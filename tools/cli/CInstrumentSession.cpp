@@ -34,9 +34,15 @@ bool CInstrumentSession::Finish(QString& error)
     return false;
 }
 
+void CInstrumentSession::EnableTimestamps()
+{
+    m_pConsole = &m_stamper;
+    m_pipeline.SetTextSink(m_pConsole);
+}
+
 void CInstrumentSession::PublishTo(CPublishingSink::Sender send, const QString& driverName)
 {
-    m_pPublishing = std::make_unique<CPublishingSink>(&m_text, std::move(send));
+    m_pPublishing = std::make_unique<CPublishingSink>(m_pConsole, std::move(send));
     m_pPublishing->SetDriverName(driverName);
     m_pipeline.SetTextSink(m_pPublishing.get());
 }

@@ -3,6 +3,7 @@
 #include "CConsoleTextSink.h"
 #include "CCsvCellSink.h"
 #include "CDriverFile.h"
+#include "CLineStamper.h"
 #include "CPublishingSink.h"
 #include "CReceivePipeline.h"
 
@@ -27,6 +28,9 @@ public:
     bool OpenCells(const QString& path, QString& error);
     // Ends the CSV file; false with the message when a cell was not written.
     bool Finish(QString& error);
+    // Puts the local time in front of every line on the console (before
+    // PublishTo: the readings published stay as the instrument sent them).
+    void EnableTimestamps();
     // Writes the text of the last processing pass through to the console.
     void FlushText() { m_text.Flush(); }
     // Every line shown also goes to send as a reading of driverName.
@@ -42,6 +46,8 @@ public:
 private:
     CDriverFile m_driver;
     CConsoleTextSink m_text;
+    CLineStamper m_stamper{m_text};
+    CTextSink* m_pConsole = &m_text;
     CCsvCellSink m_cells;
     bool m_bCells = false;
     std::unique_ptr<CPublishingSink> m_pPublishing;

@@ -1,0 +1,97 @@
+#include "CCommandHistory.h"
+#include "CInstrumentViewSettings.h"
+
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class tst_CCommandHistory : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void walksOlderAndBackToTheDraft();
+    void keepsTheLastHundredWithoutRepeats();
+    void settingsKeptPerDriver();
+};
+
+void tst_CCommandHistory::walksOlderAndBackToTheDraft()
+{
+    CCommandHistory history;
+    QCOMPARE(history.Older(QStringLiteral("typed")), QStringLiteral("typed"));
+    history.Add(QStringLiteral("SI"));
+    history.Add(QStringLiteral("T"));
+    history.Add(QStringLiteral("Z"));
+    QCOMPARE(history.Older(QStringLiteral("half")), QStringLiteral("Z"));
+    QCOMPARE(history.Older(QStringLiteral("Z")), QStringLiteral("T"));
+    QCOMPARE(history.Older(QStringLiteral("T")), QStringLiteral("SI"));
+    // The oldest stays.
+    QCOMPARE(history.Older(QStringLiteral("SI")), QStringLiteral("SI"));
+    QCOMPARE(history.Newer(QStringLiteral("SI")), QStringLiteral("T"));
+    QCOMPARE(history.Newer(QStringLiteral("T")), QStringLiteral("Z"));
+    QCOMPARE(history.Newer(QStringLiteral("Z")), QStringLiteral("half"));
+    QCOMPARE(history.Newer(QStringLiteral("half")), QStringLiteral("half"));
+    // A command sent ends the walk: Up starts at the newest again.
+    history.Older(QString());
+    history.Add(QStringLiteral("T"));
+    QCOMPARE(history.Older(QString()), QStringLiteral("T"));
+}
+
+void tst_CCommandHistory::keepsTheLastHundredWithoutRepeats()
+{
+    CCommandHistory history;
+    for (int i = 0; i < 150; ++i) {
+        history.Add(QString::number(i));
+        history.Add(QString::number(i));
+    }
+    history.Add(QString());
+    const QStringList entries = history.Entries();
+    QCOMPARE(entries.size(), CCommandHistory::MaxEntries);
+    QCOMPARE(entries.first(), QStringLiteral("50"));
+    QCOMPARE(entries.last(), QStringLiteral("149"));
+
+    QStringList many;
+    for (int i = 0; i < 120; ++i)
+        many += QString::number(i);
+    history.SetEntries(many);
+    QCOMPARE(history.Entries().first(), QStringLiteral("20"));
+    QCOMPARE(history.Older(QString()), QStringLiteral("119"));
+}
+
+void tst_CCommandHistory::settingsKeptPerDriver()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("Orvalis.ini"));
+    CInstrumentViewSettings defaults;
+    defaults.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Balance"));
+    QVERIFY(!defaults.m_bTimeStamps);
+    QVERIFY(!defaults.m_bHexBytes);
+    QVERIFY(defaults.m_bCommandLine);
+    QVERIFY(defaults.m_bReconnect);
+
+    CInstrumentViewSettings balance;
+    balance.m_bTimeStamps = true;
+    balance.m_bHexBytes = true;
+    balance.m_bCommandLine = false;
+    balance.m_bReconnect = false;
+    balance.m_commandHistory = {QStringLiteral("SI"), QStringLiteral("a, \"b\"<CR>"), QStringLiteral("x=1;y")};
+    {
+        QSettings settings(path, QSettings::IniFormat);
+        balance.Save(settings, QStringLiteral("Balance"));
+    }
+    CInstrumentViewSettings read;
+    read.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Balance"));
+    QVERIFY(read.m_bTimeStamps);
+    QVERIFY(read.m_bHexBytes);
+    QVERIFY(!read.m_bCommandLine);
+    QVERIFY(!read.m_bReconnect);
+    QCOMPARE(read.m_commandHistory, balance.m_commandHistory);
+
+    CInstrumentViewSettings other;
+    other.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Meter"));
+    QVERIFY(!other.m_bTimeStamps);
+    QVERIFY(other.m_commandHistory.isEmpty());
+}
+
+QTEST_GUILESS_MAIN(tst_CCommandHistory)
+#include "tst_CCommandHistory.moc"

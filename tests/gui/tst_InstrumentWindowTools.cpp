@@ -1,0 +1,495 @@
+// What an instrument window offers besides the text, end to end on a
+// pseudo-terminal: time stamps, the session log, the hex pane and the
+// command line, as the user switches them from the menus.
+
+#include "CCommandLineEdit.h"
+#include "CHexPane.h"
+#include "FrameworkIds.h"
+#include "InstrumentWindowFixture.h"
+#include "ResourceIds.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDir>
+#include <QFile>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QLabel>
+#include <QStatusBar>
+#include <QTest>
+
+#include <memory>
+
+#include <cerrno>
+#include <unistd.h>
+
+class tst_InstrumentWindowTools : public QObject, public CInstrumentWindowFixture
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void timeStampsInWindowAndSavedText();
+    void logHoldsWhatTheWindowShowsAfterAFlood();
+    void failedLogWriteStopsWithMessage();
+    void hexPaneShowsEveryByteValue();
+    void commandLineSendsAndWalksHistory();
+    void commandLineAppliesTransmitSettingAndMacros();
+    void commandLineKeepsTextWhileDisconnected();
+    void linePaneShowsTheLineAndFreeModemLines();
+    void flowControlKeepsItsModemLine();
+    void reconnectsWhenTheDeviceComesBack();
+    void reconnectSwitchedOffLeavesTheLineClosed();
+
+private:
+    static CDriverFile Driver(const QString& connector);
+    // Writes while the window goes on reading, however much it is.
+    bool Send(const QByteArray& bytes);
+    void TypeCommand(COrvalisView* view, const QString& text);
+};
+
+void tst_InstrumentWindowTools::init()
+{
+    InitFixture();
+}
+
+void tst_InstrumentWindowTools::cleanup()
+{
+    CleanupFixture();
+}
+
+CDriverFile tst_InstrumentWindowTools::Driver(const QString& connector)
+{
+    CDriverFile records;
+    records.m_Driver.m_strName = "Lab";
+    records.m_Driver.m_strFileName = "lab.tbb";
+    records.m_Comm.m_nConnector = -1;
+    records.m_Comm.m_strConnector = connector.toLocal8Bit();
+    records.m_Comm.m_nFlowControl = 0;
+    records.m_Terminal.m_bReceiveCRLF = 0;
+    records.m_FunctionKeys.AppendEmptyKeys();
+    return records;
+}
+
+bool tst_InstrumentWindowTools::Send(const QByteArray& bytes)
+{
+    qsizetype done = 0;
+    QElapsedTimer timer;
+    timer.start();
+    while (done < bytes.size() && timer.elapsed() < 30000) {
+        const ssize_t n = ::write(m_pty->Master(), bytes.constData() + done, size_t(bytes.size() - done));
+        if (n > 0)
+            done += n;
+        else
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    return done == bytes.size();
+}
+
+void tst_InstrumentWindowTools::TypeCommand(COrvalisView* view, const QString& text)
+{
+    CCommandLineEdit* line = view->CommandLine();
+    line->setFocus();
+    QTest::keyClicks(line, text);
+    QTest::keyClick(line, Qt::Key_Return);
+}
+
+void tst_InstrumentWindowTools::timeStampsInWindowAndSavedText()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    QVERIFY(!Frame()->QueryCommand(ID_TIME_STAMPS).bChecked);
+    QVERIFY(Send("as sent\r\n"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("as sent\n"));
+
+    QVERIFY(Frame()->RouteCommand(ID_TIME_STAMPS));
+    QVERIFY(Frame()->QueryCommand(ID_TIME_STAMPS).bChecked);
+    const QDateTime before = QDateTime::currentDateTime().addMSecs(-1);
+    for (int i = 1; i <= 3; ++i) {
+        QVERIFY(Send(QByteArray("+") + QByteArray::number(i) + ".000 g\r\n"));
+        QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("+%1.000 g\n").arg(i)));
+        QTest::qWait(15);
+    }
+    const QDateTime after = QDateTime::currentDateTime().addMSecs(1);
+    const QStringList lines = view->toPlainText().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    QCOMPARE(lines.size(), 4);
+    QCOMPARE(lines.at(0), QStringLiteral("as sent"));
+    const QRegularExpression stamped(QStringLiteral(R"(^(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) \+(\d)\.000 g$)"));
+    QDateTime previous = before;
+    for (int i = 1; i <= 3; ++i) {
+        const QRegularExpressionMatch match = stamped.match(lines.at(i));
+        QVERIFY2(match.hasMatch(), qPrintable(lines.at(i)));
+        const QDateTime time = QDateTime::fromString(match.captured(1), QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+        QVERIFY(time.isValid());
+        // Local time, in order, between before and after.
+        QVERIFY2(time >= previous && time <= after, qPrintable(match.captured(1)));
+        previous = time;
+    }
+
+    // Saved text carries the stamps; the switch is kept for the driver.
+    m_dialogs->m_saveAnswers = {Home(QStringLiteral("readings.txt"))};
+    QVERIFY(Frame()->RouteCommand(ID_FILE_SAVE_AS));
+    QFile saved(Home(QStringLiteral("readings.txt")));
+    QVERIFY(saved.open(QIODevice::ReadOnly));
+    const QStringList savedLines = QString::fromUtf8(saved.readAll()).split(QRegularExpression(QStringLiteral("\r?\n")), Qt::SkipEmptyParts);
+    QCOMPARE(savedLines.size(), 4);
+    for (int i = 1; i <= 3; ++i)
+        QCOMPARE(savedLines.at(i), lines.at(i));
+    QVERIFY(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat).value(QStringLiteral("Lab/TimeStamps")).toBool());
+    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+    m_app.reset();
+    view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    QVERIFY(Frame()->QueryCommand(ID_TIME_STAMPS).bChecked);
+    QVERIFY(Send("again\r\n"));
+    const QRegularExpression again(QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} again\n$)"));
+    QTRY_VERIFY(again.match(view->toPlainText()).hasMatch());
+}
+
+void tst_InstrumentWindowTools::logHoldsWhatTheWindowShowsAfterAFlood()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    QVERIFY(Send("before the log\r\n"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("before the log\n"));
+    const QString path = Home(QStringLiteral("session.log"));
+    m_dialogs->m_saveAnswers = {path};
+    QVERIFY(Frame()->RouteCommand(ID_LOG_TO_FILE));
+    QVERIFY(Frame()->QueryCommand(ID_LOG_TO_FILE).bChecked);
+    QVERIFY(Frame()->QueryCommand(ID_STOP_LOGGING).bEnabled);
+    QVERIFY(Frame()->RouteCommand(ID_TIME_STAMPS));
+
+    QByteArray flood;
+    for (int i = 0; i < 20000; ++i)
+        flood += "reading " + QByteArray::number(i) + " \xb5g\t+" + QByteArray::number(i * 7 % 1000) + "\r\n";
+    QVERIFY(Send(flood));
+    QTRY_VERIFY_WITH_TIMEOUT(view->toPlainText().endsWith(QStringLiteral("reading 19999 \u00b5g\t+993\n")), 30000);
+    QVERIFY(Frame()->RouteCommand(ID_STOP_LOGGING));
+    QVERIFY(!Frame()->QueryCommand(ID_LOG_TO_FILE).bChecked);
+    QVERIFY(Send("after the log\r\n"));
+    QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("after the log\n")));
+
+    QFile log(path);
+    QVERIFY(log.open(QIODevice::ReadOnly));
+    const QString logged = QString::fromUtf8(log.readAll());
+    QString shown = view->toPlainText();
+    shown = shown.mid(shown.indexOf(QLatin1Char('\n')) + 1);
+    shown.chop(shown.size() - shown.lastIndexOf(QLatin1Char('\n'), -2) - 1);
+    QCOMPARE(logged.count(QLatin1Char('\n')), 20000);
+    QVERIFY(logged.contains(QStringLiteral(" reading 19999 \u00b5g\t+993\n")));
+    QVERIFY(logged == shown);
+}
+
+void tst_InstrumentWindowTools::failedLogWriteStopsWithMessage()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    m_dialogs->m_saveAnswers = {QStringLiteral("/dev/full")};
+    QVERIFY(Frame()->RouteCommand(ID_LOG_TO_FILE));
+    QVERIFY(Frame()->QueryCommand(ID_LOG_TO_FILE).bChecked);
+    QVERIFY(Send("first\r\n"));
+    QTRY_COMPARE(m_dialogs->m_messages.size(), 1);
+    QVERIFY2(m_dialogs->m_messages.first().contains(QStringLiteral("/dev/full")), qPrintable(m_dialogs->m_messages.first()));
+    QVERIFY2(m_dialogs->m_messages.first().contains(QString::fromLocal8Bit(strerror(ENOSPC)), Qt::CaseInsensitive),
+             qPrintable(m_dialogs->m_messages.first()));
+    QVERIFY(!Frame()->QueryCommand(ID_LOG_TO_FILE).bChecked);
+    QVERIFY(!Frame()->QueryCommand(ID_STOP_LOGGING).bEnabled);
+    // The window goes on, and says it once.
+    QVERIFY(Send("second\r\n"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("first\nsecond\n"));
+    QTest::qWait(50);
+    QCOMPARE(m_dialogs->m_messages.size(), 1);
+
+    // A folder that does not exist: told at once.
+    m_dialogs->m_saveAnswers = {Home(QStringLiteral("gone/session.log"))};
+    QVERIFY(Frame()->RouteCommand(ID_LOG_TO_FILE));
+    QCOMPARE(m_dialogs->m_messages.size(), 2);
+    QVERIFY(m_dialogs->m_messages.last().contains(Home(QStringLiteral("gone/session.log"))));
+    QVERIFY(!Frame()->QueryCommand(ID_LOG_TO_FILE).bChecked);
+}
+
+void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    CHexPane* pane = view->HexPane();
+    QVERIFY(pane->isHidden());
+    QVERIFY(!Frame()->QueryCommand(ID_HEX_BYTES).bChecked);
+    QVERIFY(Send("skipped while hidden"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("skipped while hidden"));
+
+    QVERIFY(Frame()->RouteCommand(ID_HEX_BYTES));
+    QVERIFY(Frame()->QueryCommand(ID_HEX_BYTES).bChecked);
+    QVERIFY(pane->isVisible());
+    // Below the text, across the window.
+    QVERIFY(pane->geometry().top() > view->viewport()->geometry().bottom());
+    QVERIFY(pane->height() > 4 * pane->fontMetrics().lineSpacing());
+
+    QByteArray all;
+    for (int b = 0; b < 256; ++b)
+        all += char(b);
+    QVERIFY(Send(all));
+    QTRY_COMPARE(pane->toPlainText().count(QLatin1Char('\n')), 15);
+    QTRY_VERIFY(pane->toPlainText().endsWith(QStringLiteral("................")));
+    const QStringList rows = pane->toPlainText().split(QLatin1Char('\n'));
+    // The offsets count the bytes received while the pane was hidden (20).
+    QCOMPARE(rows.at(0), QStringLiteral("00000014  00 01 02 03 04 05 06 07  08 09 0a 0b 0c 0d 0e 0f  ................"));
+    QCOMPARE(rows.at(4), QStringLiteral("00000054  40 41 42 43 44 45 46 47  48 49 4a 4b 4c 4d 4e 4f  @ABCDEFGHIJKLMNO"));
+    QCOMPARE(rows.at(15), QStringLiteral("00000104  f0 f1 f2 f3 f4 f5 f6 f7  f8 f9 fa fb fc fd fe ff  ................"));
+    for (int r = 0; r < 16; ++r)
+        QVERIFY(rows.at(r).startsWith(QString::asprintf("%08x  %02x ", 20 + 16 * r, 16 * r)));
+
+    // A row still filling is completed in place.
+    QVERIFY(Send("0123"));
+    QTRY_VERIFY(pane->toPlainText().endsWith(QStringLiteral("00000114  30 31 32 33") + QString(39, QLatin1Char(' ')) + QStringLiteral("0123")));
+    QVERIFY(Send("456789abcdefXY"));
+    QTRY_VERIFY(pane->toPlainText().endsWith(QStringLiteral("0123456789abcdef\n00000124  58 59") + QString(45, QLatin1Char(' ')) + QStringLiteral("XY")));
+
+    // Selected and copied with Edit > Copy (not the text's selection).
+    view->selectAll();
+    pane->setFocus();
+    QTRY_VERIFY(pane->hasFocus());
+    QVERIFY(!Frame()->QueryCommand(ID_EDIT_COPY).bEnabled);
+    pane->selectAll();
+    QVERIFY(Frame()->QueryCommand(ID_EDIT_COPY).bEnabled);
+    QVERIFY(Frame()->RouteCommand(ID_EDIT_COPY));
+    QCOMPARE(QApplication::clipboard()->text(), pane->toPlainText());
+    QVERIFY(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat).value(QStringLiteral("Lab/HexBytes")).toBool());
+
+    if (!qEnvironmentVariableIsEmpty("ORVALIS_SCREENSHOT_DIR")) {
+        QVERIFY(Send("N     +12.345 g\r\nES\r\nN     +12.346 g\r\n"));
+        view->CommandLine()->setText(QStringLiteral("SI<CR>"));
+        pane->moveCursor(QTextCursor::End);
+        Frame()->resize(760, 560);
+        Frame()->MdiArea()->currentSubWindow()->showMaximized();
+        QTest::qWait(200);
+        QVERIFY(Frame()->grab().save(QDir(qEnvironmentVariable("ORVALIS_SCREENSHOT_DIR")).filePath(QStringLiteral("instrument-hex-command.png"))));
+    }
+}
+
+void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    CCommandLineEdit* line = view->CommandLine();
+    QVERIFY(line->isVisible());
+    QVERIFY(Frame()->QueryCommand(ID_COMMAND_LINE).bChecked);
+    QVERIFY(line->geometry().top() > view->viewport()->geometry().bottom());
+
+    TypeCommand(view, QStringLiteral("SI"));
+    QCOMPARE(Receive(3), QByteArray("SI\r"));
+    QVERIFY(line->text().isEmpty());
+    TypeCommand(view, QStringLiteral("<ESC>T<HT>1"));
+    QCOMPARE(Receive(5), QByteArray("\x1bT\t1\r"));
+    TypeCommand(view, QStringLiteral("Z"));
+    QCOMPARE(Receive(2), QByteArray("Z\r"));
+    // The text itself still takes no typing.
+    QVERIFY(!view->IsWindowEnabled());
+
+    // Edit > Paste goes into the line that has the focus.
+    QApplication::clipboard()->setText(QStringLiteral("ha"));
+    QTRY_VERIFY(line->hasFocus());
+    QVERIFY(Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
+    QVERIFY(Frame()->RouteCommand(ID_EDIT_PASTE));
+    QCOMPARE(line->text(), QStringLiteral("ha"));
+    QTest::keyClicks(line, QStringLiteral("lf"));
+    QTest::keyClick(line, Qt::Key_Up);
+    QCOMPARE(line->text(), QStringLiteral("Z"));
+    QTest::keyClick(line, Qt::Key_Up);
+    QCOMPARE(line->text(), QStringLiteral("<ESC>T<HT>1"));
+    QTest::keyClick(line, Qt::Key_Up);
+    QTest::keyClick(line, Qt::Key_Up);
+    QCOMPARE(line->text(), QStringLiteral("SI"));
+    QTest::keyClick(line, Qt::Key_Down);
+    QCOMPARE(line->text(), QStringLiteral("<ESC>T<HT>1"));
+    QTest::keyClick(line, Qt::Key_Return);
+    QCOMPARE(Receive(5), QByteArray("\x1bT\t1\r"));
+    QTest::keyClick(line, Qt::Key_Up);
+    QCOMPARE(line->text(), QStringLiteral("<ESC>T<HT>1"));
+    QTest::keyClick(line, Qt::Key_Down);
+    QCOMPARE(line->text(), QString());
+
+    // Kept for the driver: a new window has the same history.
+    const QStringList expected{QStringLiteral("SI"), QStringLiteral("<ESC>T<HT>1"), QStringLiteral("Z"),
+                               QStringLiteral("<ESC>T<HT>1")};
+    QCOMPARE(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
+                 .value(QStringLiteral("Lab/CommandHistory"))
+                 .toStringList(),
+             expected);
+    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+    m_app.reset();
+    view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    QCOMPARE(view->CommandLine()->History(), expected);
+
+    // Switched off, the line goes and stays off for the driver.
+    QVERIFY(Frame()->RouteCommand(ID_COMMAND_LINE));
+    QVERIFY(view->CommandLine()->isHidden());
+    QVERIFY(!Frame()->QueryCommand(ID_COMMAND_LINE).bChecked);
+    QVERIFY(!QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat).value(QStringLiteral("Lab/CommandLine")).toBool());
+}
+
+void tst_InstrumentWindowTools::commandLineAppliesTransmitSettingAndMacros()
+{
+    CDriverFile records = Driver(m_pty->SlaveName());
+    records.m_Terminal.m_bSendCRLF = 1;
+    QFile data(Home(QStringLiteral("data.bin")));
+    QVERIFY(data.open(QIODevice::WriteOnly));
+    data.write("FILE\x01\x02");
+    data.close();
+    COrvalisView* view = Start(records);
+    QVERIFY(view);
+    TypeCommand(view, QStringLiteral("T"));
+    QCOMPARE(Receive(3), QByteArray("T\r\n"));
+    TypeCommand(view, QStringLiteral("A^$Fdata.bin^$FB"));
+    QCOMPARE(Receive(10), QByteArray("AFILE\x01\x02" "B\r\n"));
+}
+
+void tst_InstrumentWindowTools::commandLineKeepsTextWhileDisconnected()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+    QVERIFY(!view->m_comm.IsPortOpen());
+    const int beeps = view->BeepCount();
+    TypeCommand(view, QStringLiteral("SI"));
+    QCOMPARE(view->BeepCount(), beeps + 1);
+    QCOMPARE(view->CommandLine()->text(), QStringLiteral("SI"));
+    QVERIFY(Frame()->GetPaneText(CMainFrame::PaneMessage).contains(m_pty->SlaveName()));
+    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+    QTest::keyClick(view->CommandLine(), Qt::Key_Return);
+    QCOMPARE(Receive(3), QByteArray("SI\r"));
+}
+
+void tst_InstrumentWindowTools::linePaneShowsTheLineAndFreeModemLines()
+{
+    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    QVERIFY(view);
+    auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
+    QVERIFY(pane);
+    QVERIFY(pane->isVisible());
+    const QString line = m_pty->SlaveName() + QStringLiteral("  9600 8N1 None  ");
+    QCOMPARE(pane->text(), line + QStringLiteral("connected  DTR on  RTS on"));
+    QCOMPARE(pane->foregroundRole(), QPalette::WindowText);
+    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
+    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bChecked);
+    QVERIFY(Frame()->QueryCommand(ID_LINE_RTS).bChecked);
+
+    QVERIFY(Frame()->RouteCommand(ID_LINE_RTS));
+    QCOMPARE(pane->text(), line + QStringLiteral("connected  DTR on  RTS off"));
+    QVERIFY(!Frame()->QueryCommand(ID_LINE_RTS).bChecked);
+    QVERIFY(Frame()->RouteCommand(ID_LINE_DTR));
+    QCOMPARE(pane->text(), line + QStringLiteral("connected  DTR off  RTS off"));
+    // The line still works with both dropped.
+    QVERIFY(Send("still here\r\n"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("still here\n"));
+
+    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+    QCOMPARE(pane->text(), line + QStringLiteral("closed"));
+    QCOMPARE(pane->foregroundRole(), QPalette::PlaceholderText);
+    QVERIFY(!Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
+    QVERIFY(!Frame()->QueryCommand(ID_LINE_RTS).bEnabled);
+    // Opened again, both lines are raised as at every open.
+    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+    QCOMPARE(pane->text(), line + QStringLiteral("connected  DTR on  RTS on"));
+
+    // The line that vanishes waits for its device to come back.
+    m_pty->CloseMaster();
+    QTRY_COMPARE(pane->text(), line + QStringLiteral("waiting"));
+    // No window, no line.
+    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+    QVERIFY(pane->isHidden());
+}
+
+void tst_InstrumentWindowTools::flowControlKeepsItsModemLine()
+{
+    CDriverFile records = Driver(m_pty->SlaveName());
+    records.m_Comm.m_nBaudRate = 19200;
+    records.m_Comm.m_nDataBits = 7;
+    records.m_Comm.m_cParity = 'E';
+    records.m_Comm.m_nFlowControl = 2;
+    COrvalisView* view = Start(records);
+    QVERIFY(view);
+    auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
+    QVERIFY(pane);
+    QCOMPARE(pane->text(), m_pty->SlaveName() + QStringLiteral("  19200 7E1 Rts/Cts  connected  DTR on  RTS flow"));
+    QVERIFY(!Frame()->QueryCommand(ID_LINE_RTS).bEnabled);
+    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
+    QVERIFY(Frame()->RouteCommand(ID_LINE_DTR));
+    QCOMPARE(pane->text(), m_pty->SlaveName() + QStringLiteral("  19200 7E1 Rts/Cts  connected  DTR off  RTS flow"));
+}
+
+void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBack()
+{
+    // Reached through a link that survives replugging, as /dev/serial/by-id
+    // names do.
+    const QString link = Home(QStringLiteral("instrument-tty"));
+    QVERIFY(QFile::link(m_pty->SlaveName(), link));
+    COrvalisView* view = Start(Driver(link));
+    QVERIFY(view && view->m_comm.IsPortOpen());
+    QVERIFY(Frame()->QueryCommand(ID_RECONNECT).bChecked);
+    QVERIFY(Send("before\r\nhalf"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("before\nhalf"));
+
+    m_pty->CloseMaster();
+    QTRY_VERIFY(view->IsWaitingForLine());
+    const QString status = Frame()->GetPaneText(CMainFrame::PaneMessage);
+    QVERIFY2(status.endsWith(QStringLiteral("Waiting for %1\u2026").arg(link)), qPrintable(status));
+    auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
+    QVERIFY(pane && pane->text().endsWith(QStringLiteral("  waiting")));
+    // Nothing there yet: it goes on waiting.
+    QTest::qWait(COrvalisView::ReconnectIntervalMs + 200);
+    QVERIFY(view->IsWaitingForLine());
+    QVERIFY(!view->m_comm.IsPortOpen());
+
+    CPtyPair again;
+    QVERIFY(again.IsOpen());
+    again.CloseSlave();
+    QVERIFY(QFile::remove(link));
+    QVERIFY(QFile::link(again.SlaveName(), link));
+    QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * COrvalisView::ReconnectIntervalMs);
+    QVERIFY(!view->IsWaitingForLine());
+    QVERIFY(Frame()->GetPaneText(CMainFrame::PaneMessage).startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
+    QVERIFY(pane->text().contains(QStringLiteral("  connected")));
+    QVERIFY(view->LineProblem().isEmpty());
+    QVERIFY(!view->IsWindowEnabled());
+    QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Disconnect Instrument"));
+    // Nothing received before the loss is lost.
+    QVERIFY(again.WriteMaster(" and after\r\n"));
+    QTRY_COMPARE(view->toPlainText(), QStringLiteral("before\nhalf and after\n"));
+}
+
+void tst_InstrumentWindowTools::reconnectSwitchedOffLeavesTheLineClosed()
+{
+    const QString link = Home(QStringLiteral("instrument-tty"));
+    QVERIFY(QFile::link(m_pty->SlaveName(), link));
+    COrvalisView* view = Start(Driver(link));
+    QVERIFY(view);
+    QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
+    QVERIFY(!Frame()->QueryCommand(ID_RECONNECT).bChecked);
+    QVERIFY(!QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
+                 .value(QStringLiteral("Lab/ReconnectAutomatically"))
+                 .toBool());
+    m_pty->CloseMaster();
+    QTRY_VERIFY(!view->m_comm.IsPortOpen());
+    CPtyPair again;
+    again.CloseSlave();
+    QVERIFY(QFile::remove(link));
+    QVERIFY(QFile::link(again.SlaveName(), link));
+    QTest::qWait(COrvalisView::ReconnectIntervalMs + 300);
+    QVERIFY(!view->IsWaitingForLine());
+    QVERIFY(!view->m_comm.IsPortOpen());
+    // Waiting ends when the user connects (or disconnects) by hand.
+    QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
+    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+    QVERIFY(view->m_comm.IsPortOpen());
+    QVERIFY(!view->IsWaitingForLine());
+}
+
+QTEST_MAIN(tst_InstrumentWindowTools)
+#include "tst_InstrumentWindowTools.moc"
