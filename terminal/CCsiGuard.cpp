@@ -57,10 +57,11 @@ bool CCsiGuard::Step(unsigned char byte)
         if (byte == '[') {
             m_state = Csi;
             m_nSeparators = 0;
-        } else if (byte >= 0x20) {
-            // Intermediates keep the escape open; anything else ends it.
-            m_state = byte <= 0x2f ? Escape : Ground;
+        } else if (byte >= 0x30 && byte <= 0x7e) {
+            m_state = Ground;
         }
+        // Controls, intermediates, DEL and the upper half keep the escape
+        // open: libvterm passes over them there.
         return true;
     case Csi:
         if (byte == ';' || byte == ':')

@@ -341,6 +341,9 @@ void tst_TerminalScreen::csiGuardKeepsSequencesParsable_data()
     QTest::newRow("each sequence counts from zero; text keeps its semicolons")
         << QByteArrayList{sixteen + QByteArray(";").repeated(20) + sixteen}
         << sixteen + QByteArray(";").repeated(20) + sixteen;
+    QTest::newRow("bytes the escape passes over before its [")
+        << QByteArrayList{Esc("\xff\x7f\x85[") + QByteArray(":").repeated(20) + "m"}
+        << Esc("\xff\x7f\x85[") + QByteArray(":").repeated(15) + "m";
     QTest::newRow("an escape ends the sequence")
         << QByteArrayList{Esc("[") + QByteArray(";").repeated(10) + Esc("(") + ";;" + sixteen}
         << Esc("[") + QByteArray(";").repeated(10) + Esc("(") + ";;" + sixteen;
