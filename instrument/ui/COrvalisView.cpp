@@ -995,7 +995,10 @@ void COrvalisView::OnModemLine(CComm::ModemLine line)
     UpdateLinePane();
 }
 
-QString COrvalisView::LinePaneText() const
+// The pane names a modem line only while it is dropped: every line opens
+// raised, and one held by the flow control follows it. Its tooltip tells all,
+// so that the pane stays short enough for a narrow main window.
+QString COrvalisView::LinePaneText(bool bAllModemLines) const
 {
     const bool open = m_comm.IsPortOpen();
     QString text = QStringLiteral("%1  %2  %3")
@@ -1010,7 +1013,8 @@ QString COrvalisView::LinePaneText() const
         const QString state = !m_comm.IsModemLineFree(line) ? QStringLiteral("flow")
                               : m_comm.IsModemLineRaised(line) ? QStringLiteral("on")
                                                                : QStringLiteral("off");
-        text += QStringLiteral("  %1 %2").arg(name, state);
+        if (bAllModemLines || state == QStringLiteral("off"))
+            text += QStringLiteral("  %1 %2").arg(name, state);
     }
     return text;
 }
@@ -1033,7 +1037,8 @@ void COrvalisView::UpdateLinePane()
         pane->hide();
         return;
     }
-    pane->setText(LinePaneText());
+    pane->setText(LinePaneText(false));
+    pane->setToolTip(LinePaneText(true));
     // The desktop's own colours: normal text while connected, the dimmed
     // text of the theme while closed.
     pane->setForegroundRole(m_comm.IsPortOpen() ? QPalette::WindowText : QPalette::PlaceholderText);
