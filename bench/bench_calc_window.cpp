@@ -16,6 +16,7 @@
 //
 // build/bench/bench_calc_window [READINGS]
 
+#include "CBenchApplication.h"
 #include "CBenchFlood.h"
 #include "CBenchPty.h"
 #include "CDriverFile.h"
@@ -30,7 +31,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QLoggingCategory>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -112,10 +112,7 @@ Run Measure(CBenchPty& pty, COrvalisView* view, const QByteArray& stream, Done d
 
 int main(int argc, char* argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\norvalis.*.info=false"));
+    CBenchApplication application(argc, argv);
     const int readings = argc > 1 ? QByteArray(argv[1]).toInt() : 10000;
     const QString missing = CTestOffice::Missing();
     if (!missing.isEmpty()) {

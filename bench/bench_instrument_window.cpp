@@ -9,6 +9,7 @@
 //
 // build/bench/bench_instrument_window [MEGABYTES] [plain|script]
 
+#include "CBenchApplication.h"
 #include "BenchBalance.h"
 #include "CBenchFlood.h"
 #include "CDriverFile.h"
@@ -19,7 +20,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QLoggingCategory>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QTemporaryDir>
@@ -132,10 +132,7 @@ WindowFigures WindowRun(const QString& home, const QByteArray& slave, int master
 
 int main(int argc, char* argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\norvalis.*.info=false"));
+    CBenchApplication application(argc, argv);
     const qsizetype megabytes = argc > 1 ? QByteArray(argv[1]).toLongLong() : 32;
     const bool script = argc > 2 && QByteArray(argv[2]) == "script";
     QTemporaryDir home;

@@ -12,6 +12,7 @@
 //
 // build/bench/bench_mqtt_window [SECONDS] [off]   ("off": no broker, the window alone)
 
+#include "CBenchApplication.h"
 #include "../tests/mqtt/MqttTestBroker.h"
 #include "../tests/mqtt/MqttTestSubscriber.h"
 #include "CBenchPty.h"
@@ -25,7 +26,6 @@
 #include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLoggingCategory>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QThread>
@@ -80,10 +80,7 @@ struct Stall
 
 int main(int argc, char* argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\norvalis.*.info=false"));
+    CBenchApplication application(argc, argv);
     const int seconds = argc > 1 ? QByteArray(argv[1]).toInt() : 5;
     const bool publishing = !(argc > 2 && QByteArray(argv[2]) == "off");
     const int total = seconds * ReadingsPerSecond;

@@ -11,6 +11,7 @@
 //
 // build/bench/bench_terminal_window [MEGABYTES]
 
+#include "CBenchApplication.h"
 #include "CBenchFlood.h"
 #include "CBenchPty.h"
 #include "CMainFrame.h"
@@ -22,7 +23,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QLoggingCategory>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -148,10 +148,7 @@ WindowFigures WindowRun(const QString& home, const CBenchPty& pty, const QByteAr
 
 int main(int argc, char* argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\norvalis.*.info=false"));
+    CBenchApplication application(argc, argv);
     const qsizetype megabytes = argc > 1 ? QByteArray(argv[1]).toLongLong() : 20;
     QTemporaryDir home;
     qputenv("ORVALIS_HOME", home.path().toLocal8Bit());

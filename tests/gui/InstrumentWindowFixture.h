@@ -44,6 +44,20 @@ protected:
         qunsetenv("ORVALIS_HOME");
     }
 
+    // Plain mode on the connector, no CR -> CR/LF receiving, eight empty keys.
+    static CDriverFile PlainDriver(const QString& connector)
+    {
+        CDriverFile records;
+        records.m_Driver.m_strName = "Lab";
+        records.m_Driver.m_strFileName = "lab.tbb";
+        records.m_Comm.m_nConnector = -1;
+        records.m_Comm.m_strConnector = connector.toLocal8Bit();
+        records.m_Comm.m_nFlowControl = 0;
+        records.m_Terminal.m_bReceiveCRLF = 0;
+        records.m_FunctionKeys.AppendEmptyKeys();
+        return records;
+    }
+
     // The records stored as lab.tbb (and the profile as Orvalis.ini), then
     // the program started on them; the window, or null.
     COrvalisView* Start(const CDriverFile& records, const QByteArray& profile = {})

@@ -162,14 +162,7 @@ void tst_InstrumentWindow::cleanup()
 // F3 has no name, F4 sends a serial number, F5 sends a file.
 CDriverFile tst_InstrumentWindow::Driver(const QString& connector)
 {
-    CDriverFile records;
-    records.m_Driver.m_strName = "Lab";
-    records.m_Driver.m_strFileName = "lab.tbb";
-    records.m_Comm.m_nConnector = -1;
-    records.m_Comm.m_strConnector = connector.toLocal8Bit();
-    records.m_Comm.m_nFlowControl = 0;
-    records.m_Terminal.m_bReceiveCRLF = 0;
-    records.m_FunctionKeys.AppendEmptyKeys();
+    CDriverFile records = PlainDriver(connector);
     records.m_FunctionKeys.m_Names[0] = "Print";
     records.m_FunctionKeys.m_Commands[0] = "P\r\n";
     records.m_FunctionKeys.m_Names[1] = "Play";

@@ -47,7 +47,6 @@ private Q_SLOTS:
     void reconnectSwitchedOffLeavesTheLineClosed();
 
 private:
-    static CDriverFile Driver(const QString& connector);
     // Writes while the window goes on reading, however much it is.
     bool Send(const QByteArray& bytes);
     void TypeCommand(COrvalisView* view, const QString& text);
@@ -61,19 +60,6 @@ void tst_InstrumentWindowTools::init()
 void tst_InstrumentWindowTools::cleanup()
 {
     CleanupFixture();
-}
-
-CDriverFile tst_InstrumentWindowTools::Driver(const QString& connector)
-{
-    CDriverFile records;
-    records.m_Driver.m_strName = "Lab";
-    records.m_Driver.m_strFileName = "lab.tbb";
-    records.m_Comm.m_nConnector = -1;
-    records.m_Comm.m_strConnector = connector.toLocal8Bit();
-    records.m_Comm.m_nFlowControl = 0;
-    records.m_Terminal.m_bReceiveCRLF = 0;
-    records.m_FunctionKeys.AppendEmptyKeys();
-    return records;
 }
 
 bool tst_InstrumentWindowTools::Send(const QByteArray& bytes)
@@ -101,7 +87,7 @@ void tst_InstrumentWindowTools::TypeCommand(COrvalisView* view, const QString& t
 
 void tst_InstrumentWindowTools::timeStampsInWindowAndSavedText()
 {
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    COrvalisView* view = Start(PlainDriver(m_pty->SlaveName()));
     QVERIFY(view);
     QVERIFY(!Frame()->QueryCommand(ID_TIME_STAMPS).bChecked);
     QVERIFY(Send("as sent\r\n"));
@@ -143,7 +129,7 @@ void tst_InstrumentWindowTools::timeStampsInWindowAndSavedText()
     QVERIFY(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat).value(QStringLiteral("Lab/TimeStamps")).toBool());
     QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
     m_app.reset();
-    view = Start(Driver(m_pty->SlaveName()));
+    view = Start(PlainDriver(m_pty->SlaveName()));
     QVERIFY(view);
     QVERIFY(Frame()->QueryCommand(ID_TIME_STAMPS).bChecked);
     QVERIFY(Send("again\r\n"));
@@ -153,7 +139,7 @@ void tst_InstrumentWindowTools::timeStampsInWindowAndSavedText()
 
 void tst_InstrumentWindowTools::logHoldsWhatTheWindowShowsAfterAFlood()
 {
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    COrvalisView* view = Start(PlainDriver(m_pty->SlaveName()));
     QVERIFY(view);
     QVERIFY(Send("before the log\r\n"));
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("before the log\n"));
@@ -187,7 +173,7 @@ void tst_InstrumentWindowTools::logHoldsWhatTheWindowShowsAfterAFlood()
 
 void tst_InstrumentWindowTools::failedLogWriteStopsWithMessage()
 {
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    COrvalisView* view = Start(PlainDriver(m_pty->SlaveName()));
     QVERIFY(view);
     m_dialogs->m_saveAnswers = {QStringLiteral("/dev/full")};
     QVERIFY(Frame()->RouteCommand(ID_LOG_TO_FILE));
@@ -215,7 +201,7 @@ void tst_InstrumentWindowTools::failedLogWriteStopsWithMessage()
 
 void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
 {
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    COrvalisView* view = Start(PlainDriver(m_pty->SlaveName()));
     QVERIFY(view);
     CHexPane* pane = view->HexPane();
     QVERIFY(pane->isHidden());
@@ -274,7 +260,7 @@ void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
 
 void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
 {
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    COrvalisView* view = Start(PlainDriver(m_pty->SlaveName()));
     QVERIFY(view);
     CCommandLineEdit* line = view->CommandLine();
     QVERIFY(line->isVisible());
@@ -323,7 +309,7 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
              expected);
     QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
     m_app.reset();
-    view = Start(Driver(m_pty->SlaveName()));
+    view = Start(PlainDriver(m_pty->SlaveName()));
     QVERIFY(view);
     QCOMPARE(view->CommandLine()->History(), expected);
 
@@ -336,7 +322,7 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
 
 void tst_InstrumentWindowTools::commandLineAppliesTransmitSettingAndMacros()
 {
-    CDriverFile records = Driver(m_pty->SlaveName());
+    CDriverFile records = PlainDriver(m_pty->SlaveName());
     records.m_Terminal.m_bSendCRLF = 1;
     QFile data(Home(QStringLiteral("data.bin")));
     QVERIFY(data.open(QIODevice::WriteOnly));
@@ -352,7 +338,7 @@ void tst_InstrumentWindowTools::commandLineAppliesTransmitSettingAndMacros()
 
 void tst_InstrumentWindowTools::commandLineKeepsTextWhileDisconnected()
 {
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    COrvalisView* view = Start(PlainDriver(m_pty->SlaveName()));
     QVERIFY(view);
     QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
     QVERIFY(!view->m_comm.IsPortOpen());
@@ -368,7 +354,7 @@ void tst_InstrumentWindowTools::commandLineKeepsTextWhileDisconnected()
 
 void tst_InstrumentWindowTools::linePaneShowsTheLineAndFreeModemLines()
 {
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+    COrvalisView* view = Start(PlainDriver(m_pty->SlaveName()));
     QVERIFY(view);
     auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
     QVERIFY(pane);
@@ -411,7 +397,7 @@ void tst_InstrumentWindowTools::linePaneShowsTheLineAndFreeModemLines()
 
 void tst_InstrumentWindowTools::flowControlKeepsItsModemLine()
 {
-    CDriverFile records = Driver(m_pty->SlaveName());
+    CDriverFile records = PlainDriver(m_pty->SlaveName());
     records.m_Comm.m_nBaudRate = 19200;
     records.m_Comm.m_nDataBits = 7;
     records.m_Comm.m_cParity = 'E';
@@ -434,7 +420,7 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBack()
     // names do.
     const QString link = Home(QStringLiteral("instrument-tty"));
     QVERIFY(QFile::link(m_pty->SlaveName(), link));
-    COrvalisView* view = Start(Driver(link));
+    COrvalisView* view = Start(PlainDriver(link));
     QVERIFY(view && view->m_comm.IsPortOpen());
     QVERIFY(Frame()->QueryCommand(ID_RECONNECT).bChecked);
     QVERIFY(Send("before\r\nhalf"));
@@ -472,7 +458,7 @@ void tst_InstrumentWindowTools::reconnectSwitchedOffLeavesTheLineClosed()
 {
     const QString link = Home(QStringLiteral("instrument-tty"));
     QVERIFY(QFile::link(m_pty->SlaveName(), link));
-    COrvalisView* view = Start(Driver(link));
+    COrvalisView* view = Start(PlainDriver(link));
     QVERIFY(view);
     QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
     QVERIFY(!Frame()->QueryCommand(ID_RECONNECT).bChecked);

@@ -41,6 +41,14 @@ public:
     int Port() const { return m_port; }
     QString Url() const { return QStringLiteral("%1://127.0.0.1:%2").arg(m_caFile.isEmpty() ? "mqtt" : "mqtts").arg(m_port); }
 
+    // Why a TLS broker cannot run here (no mosquitto, no openssl), or empty
+    // when EnableTls worked.
+    QString TlsUnavailable()
+    {
+        const QString missing = Missing();
+        return missing.isEmpty() ? EnableTls() : missing;
+    }
+
     // From the next Start on the listener speaks TLS only, with a server
     // certificate for 127.0.0.1 signed by a throwaway CA (CaFile()) made
     // here with openssl. Empty when that worked, else why not.
