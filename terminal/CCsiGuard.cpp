@@ -39,31 +39,37 @@ const QByteArray& CCsiGuard::Filter(const QByteArray& bytes, QByteArray& out)
     return out;
 }
 
+void CCsiGuard::StartCsi()
+{
+    m_state = Csi;
+    m_nSeparators = 0;
+}
+
 bool CCsiGuard::Step(unsigned char byte)
 {
     if (byte == Esc) {
         m_state = Escape;
         return true;
     }
-    if (byte == Csi8Bit) {
-        m_state = Csi;
-        m_nSeparators = 0;
-        return true;
-    }
     switch (m_state) {
     case Ground:
+        if (byte == Csi8Bit)
+            StartCsi();
         return true;
     case Escape:
-        if (byte == '[') {
-            m_state = Csi;
-            m_nSeparators = 0;
-        } else if (byte >= 0x30 && byte <= 0x7e) {
+        if (byte == '[')
+            StartCsi();
+        else if (byte >= 0x30 && byte <= 0x7e)
             m_state = Ground;
-        }
-        // Controls, intermediates, DEL and the upper half keep the escape
-        // open: libvterm passes over them there.
+        // Controls, intermediates, DEL and the upper half, the 8-bit CSI
+        // among them, keep the escape open: libvterm passes over them there
+        // and a later "[" still opens a sequence.
         return true;
     case Csi:
+        if (byte == Csi8Bit) {
+            StartCsi();
+            return true;
+        }
         if (byte == ';' || byte == ':')
             return ++m_nSeparators <= MaxSeparators;
         if (byte == Can || byte == Sub || (byte >= 0x40 && byte <= 0x7e))

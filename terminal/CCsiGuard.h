@@ -21,6 +21,7 @@ private:
     enum State { Ground, Escape, Csi };
     // False when the byte is to be dropped.
     bool Step(unsigned char byte);
+    void StartCsi();
 
     State m_state = Ground;
     int m_nSeparators = 0;

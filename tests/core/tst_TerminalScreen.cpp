@@ -344,6 +344,9 @@ void tst_TerminalScreen::csiGuardKeepsSequencesParsable_data()
     QTest::newRow("bytes the escape passes over before its [")
         << QByteArrayList{Esc("\xff\x7f\x85[") + QByteArray(":").repeated(20) + "m"}
         << Esc("\xff\x7f\x85[") + QByteArray(":").repeated(15) + "m";
+    QTest::newRow("an 8-bit CSI inside an escape opens nothing, its [ does")
+        << QByteArrayList{Esc("\x9b\xda[5") + QByteArray(":").repeated(20) + ";m"}
+        << Esc("\x9b\xda[5") + QByteArray(":").repeated(15) + "m";
     QTest::newRow("an escape ends the sequence")
         << QByteArrayList{Esc("[") + QByteArray(";").repeated(10) + Esc("(") + ";;" + sixteen}
         << Esc("[") + QByteArray(";").repeated(10) + Esc("(") + ";;" + sixteen;
