@@ -5,6 +5,6 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/tools/build.sh"
 (cd "$root/build" && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j2)
-"$root/tools/fuzz.sh" 30
+"$root/tools/fuzz.sh" --runs 20000
 "$root/tools/package.sh"
 "$root/tools/check-package.sh"
