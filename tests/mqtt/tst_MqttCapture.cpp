@@ -2,6 +2,8 @@
 // a private Mosquitto broker and a subscriber in the test.
 
 #include "CDriverFile.h"
+#include "CPasswordKeyring.h"
+#include "KeyringTestServer.h"
 #include "MqttTestBroker.h"
 #include "MqttTestSubscriber.h"
 #include "PtyPair.h"
@@ -14,6 +16,7 @@
 #include <QTest>
 
 #include <csignal>
+#include <optional>
 
 namespace {
 
@@ -143,6 +146,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("outcome");
         QTest::newRow("password file") << "file" << "s3cret word" << QByteArray("MQTT: connected");
         QTest::newRow("environment variable") << "environment" << "s3cret word" << QByteArray("MQTT: connected");
+        QTest::newRow("desktop keyring") << "keyring" << "s3cret word" << QByteArray("MQTT: connected");
         QTest::newRow("wrong password is retried with the reason")
             << "file" << "guess" << QByteArray("MQTT: retrying: Connection Refused: not authorised");
     }
@@ -167,7 +171,24 @@ private Q_SLOTS:
         QProcess cli;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus"));
-        if (how == "file") {
+        std::optional<KeyringTestServer> keyring;
+        if (how == "keyring") {
+            if (const QString missing = KeyringTestServer::Missing(); !missing.isEmpty())
+                QSKIP(qPrintable(missing));
+            keyring.emplace();
+            QVERIFY2(keyring->Start(), qPrintable(keyring->Why()));
+            // The window's Publishing page stores the password this way.
+            qputenv("DBUS_SESSION_BUS_ADDRESS", keyring->BusAddress().toUtf8());
+            std::optional<bool> stored;
+            QString why;
+            CPasswordKeyring::Write(QStringLiteral("Balance"), password, this, [&](bool ok, const QString& reason) {
+                stored = ok;
+                why = reason;
+            });
+            QTRY_VERIFY_WITH_TIMEOUT(stored.has_value(), 10000);
+            QVERIFY2(*stored, qPrintable(why));
+            environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), keyring->BusAddress());
+        } else if (how == "file") {
             QFile file(m_dir.filePath(QStringLiteral("broker-password")));
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write(password.toUtf8() + "\n");
@@ -179,8 +200,10 @@ private Q_SLOTS:
         cli.setProcessEnvironment(environment);
         CPtyPair pty;
         QVERIFY2(StartCapture(cli, broker, pty, more, outcome), m_output.constData());
-        QVERIFY2(m_output.contains(how == "file" ? "the password from " : "the password from ORVALIS_MQTT_PASSWORD"),
-                 m_output.constData());
+        const QByteArray source = how == "file"        ? "the password from "
+                                  : how == "keyring" ? "the password from the keyring"
+                                                     : "the password from ORVALIS_MQTT_PASSWORD";
+        QVERIFY2(m_output.contains(source), m_output.constData());
         QVERIFY(!m_output.contains(password.toUtf8()));
         ::kill(pid_t(cli.processId()), SIGINT);
         QVERIFY(cli.waitForFinished(10000));
