@@ -71,3 +71,12 @@ QString CLineSettingsText::Summary(const CCommParameter& parameters)
         .arg(parameters.m_nStopBits)
         .arg(flow);
 }
+
+QString CLineSettingsText::ShortConnector(const QString& connector)
+{
+    if (connector.size() <= ShortConnectorLength)
+        return connector;
+    const int head = ShortConnectorLength / 3;
+    const int tail = ShortConnectorLength - head - 1;
+    return connector.left(head) + QChar(0x2026) + connector.right(tail);
+}

@@ -22,4 +22,10 @@ public:
 
     // The line settings in one short text: "9600 8N1 Rts/Cts".
     static QString Summary(const CCommParameter& parameters);
+
+    // A connector for a narrow pane: one longer than ShortConnectorLength
+    // characters keeps its start and its end (where a path has its name)
+    // around an ellipsis.
+    static constexpr int ShortConnectorLength = 20;
+    static QString ShortConnector(const QString& connector);
 };

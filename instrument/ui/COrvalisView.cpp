@@ -998,11 +998,14 @@ void COrvalisView::OnModemLine(CComm::ModemLine line)
 // The pane names a modem line only while it is dropped: every line opens
 // raised, and one held by the flow control follows it. Its tooltip tells all,
 // so that the pane stays short enough for a narrow main window.
-QString COrvalisView::LinePaneText(bool bAllModemLines) const
+QString COrvalisView::LinePaneText(bool bFull) const
 {
     const bool open = m_comm.IsPortOpen();
+    // The pane is narrow; its tooltip names a long connector in full.
+    const QString connector = CCodePage::ToUnicode(m_commParam.GetConnector());
     QString text = QStringLiteral("%1  %2  %3")
-                       .arg(CCodePage::ToUnicode(m_commParam.GetConnector()), CLineSettingsText::Summary(m_commParam),
+                       .arg(bFull ? connector : CLineSettingsText::ShortConnector(connector),
+                            CLineSettingsText::Summary(m_commParam),
                             open                 ? QStringLiteral("connected")
                             : IsWaitingForLine() ? QStringLiteral("waiting")
                                                  : QStringLiteral("closed"));
@@ -1013,7 +1016,7 @@ QString COrvalisView::LinePaneText(bool bAllModemLines) const
         const QString state = !m_comm.IsModemLineFree(line) ? QStringLiteral("flow")
                               : m_comm.IsModemLineRaised(line) ? QStringLiteral("on")
                                                                : QStringLiteral("off");
-        if (bAllModemLines || state == QStringLiteral("off"))
+        if (bFull || state == QStringLiteral("off"))
             text += QStringLiteral("  %1 %2").arg(name, state);
     }
     return text;

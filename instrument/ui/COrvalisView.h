@@ -84,8 +84,9 @@ public:
     static constexpr int ReconnectIntervalMs = 1000;
     // The status bar pane of the active instrument window's line:
     // "/dev/ttyUSB0  9600 8N1 Rts/Cts  connected  DTR off".
-    // bAllModemLines: DTR and RTS also while raised or held by the flow control.
-    QString LinePaneText(bool bAllModemLines) const;
+    // bFull (the tooltip): a long connector in full, and DTR and RTS also
+    // while raised or held by the flow control.
+    QString LinePaneText(bool bFull) const;
 
     // CTextSink: the pipeline's text, into the window in batches.
     void AppendBytes(const QByteArray& bytes) override;

@@ -13,6 +13,8 @@ private Q_SLOTS:
     void flowControl_data();
     void flowControl();
     void summary();
+    void shortConnector_data();
+    void shortConnector();
 };
 
 void tst_CLineSettingsText::parity_data()
@@ -72,6 +74,23 @@ void tst_CLineSettingsText::summary()
     line.m_cParity = 'Q';
     line.m_nFlowControl = 9;
     QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("115200 7?2 ?"));
+}
+
+void tst_CLineSettingsText::shortConnector_data()
+{
+    QTest::addColumn<QString>("connector");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("port name") << "COM1" << "COM1";
+    QTest::newRow("longest kept whole") << "/dev/serial/by-id/ab" << "/dev/serial/by-id/ab";
+    QTest::newRow("one longer: start and name kept")
+        << "/work/build/demo/balance-sim-tty" << QStringLiteral("/work/\u2026lance-sim-tty");
+}
+
+void tst_CLineSettingsText::shortConnector()
+{
+    QFETCH(QString, connector);
+    QFETCH(QString, shown);
+    QCOMPARE(CLineSettingsText::ShortConnector(connector), shown);
 }
 
 QTEST_GUILESS_MAIN(tst_CLineSettingsText)
