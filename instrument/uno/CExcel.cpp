@@ -43,6 +43,7 @@ constexpr auto FromUno = &CUnoRuntime::FromUno;
 namespace {
 
 constexpr int RetryMilliseconds = 250;
+constexpr int MaxDroppedConnections = 3;
 
 // A cell's content: a number when the text reads as one, else the text
 // itself (never a formula, whatever it begins with).
@@ -126,12 +127,20 @@ bool CExcel::Connect()
     try {
         const Reference<bridge::XUnoUrlResolver> resolver = bridge::UnoUrlResolver::create(local);
         QDeadlineTimer deadline;
+        int nDropped = 0;
         for (bool bStarted = false;;) {
             try {
                 m_pUno->remote.set(resolver->resolve(ToUno(url)), UNO_QUERY_THROW);
-                break;
+                m_pUno->desktop = frame::Desktop::create(m_pUno->remote);
+                return true;
             } catch (const connection::NoConnectException&) {
                 // Nobody listens on the pipe: start an office, once.
+            } catch (const lang::DisposedException&) {
+                // A busy office may drop a connection it has just accepted.
+                if (++nDropped > MaxDroppedConnections)
+                    throw;
+                QThread::msleep(RetryMilliseconds);
+                continue;
             }
             if (!bStarted) {
                 if (!StartOffice())
@@ -145,8 +154,6 @@ bool CExcel::Connect()
                 return Fail(QStringLiteral("LibreOffice did not answer within %1 s").arg(m_office.nStartSeconds));
             QThread::msleep(RetryMilliseconds);
         }
-        m_pUno->desktop = frame::Desktop::create(m_pUno->remote);
-        return true;
     } catch (const uno::Exception& e) {
         return Fail(QStringLiteral("LibreOffice refused the connection (%1)").arg(FromUno(e.Message)));
     }
