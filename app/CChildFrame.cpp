@@ -1,5 +1,6 @@
 #include "CChildFrame.h"
 
+#include "CAppIcon.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
 #include "COrvalisView.h"
@@ -8,6 +9,8 @@ CChildFrame::CChildFrame(QWidget* parent)
     : CDocumentFrame(parent)
 {
     setAttribute(Qt::WA_DeleteOnClose);
+    // Without it the window menu button shows the toolkit's own logo.
+    setWindowIcon(CAppIcon::Icon());
     setWidget(CreateView(this));
     resize(480, 320);
 }
