@@ -34,6 +34,7 @@
 #include <QLoggingCategory>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QScreen>
 #include <QMenuBar>
 #include <QPageSetupDialog>
 #include <QPushButton>
@@ -116,7 +117,10 @@ CMainFrame::~CMainFrame()
 void CMainFrame::PlaceWindow(const std::optional<CWindowRect::Placement>& placement)
 {
     if (!placement) {
-        resize(QSize(800, 600));
+        // As the window system sizes a new window: three quarters of the
+        // screen, so that the status bar's panes fit; at least 800 x 600.
+        const QSize screen = this->screen()->availableGeometry().size();
+        resize(QSize(qMax(800, screen.width() * 3 / 4), qMax(600, screen.height() * 3 / 4)).boundedTo(screen));
         return;
     }
     if (placement->size)
