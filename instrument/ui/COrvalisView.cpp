@@ -113,8 +113,7 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     m_pCommandLine->hide();
     m_source.SetObserver([this](const QByteArray& block) { m_pHexPane->AppendBytes(block); });
     connect(m_pCommandLine, &CCommandLineEdit::commandEntered, this, &COrvalisView::OnCommandLine);
-    m_reconnectTimer.setInterval(ReconnectIntervalMs);
-    connect(&m_reconnectTimer, &QTimer::timeout, this, &COrvalisView::TryReconnect);
+    connect(&m_reconnector, &CLineReconnector::reconnected, this, &COrvalisView::OnReconnected);
     if (CAppServices* app = CAppServices::Get())
         m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
     m_pipeline.SetByteSource(&m_source);
@@ -249,7 +248,7 @@ void COrvalisView::OnDestroy()
     if (m_bDestroyed)
         return;
     m_bDestroyed = true;
-    m_reconnectTimer.stop();
+    m_reconnector.Stop();
     CAppServices* app = CAppServices::Get();
     // Shown only while the program runs normally, not while it is torn down.
     if (app && app->HasMainWindow() &&
@@ -1094,43 +1093,26 @@ void COrvalisView::OnReconnectSwitch()
 
 void COrvalisView::StartWaitingForLine()
 {
-    // A device that went away does not come back at once: the first try is
-    // a tick later, and every try is one open of the device node.
-    m_reconnectTimer.start();
-    ReportLineProblem(QStringLiteral("%1 - Waiting for %2\u2026")
-                          .arg(m_strLineProblem, CCodePage::ToUnicode(m_commParam.GetConnector())));
+    m_reconnector.Start(m_commParam);
+    ReportLineProblem(QStringLiteral("%1 - %2").arg(m_strLineProblem, m_reconnector.WaitingText()));
     UpdateLinePane();
 }
 
 void COrvalisView::StopWaitingForLine()
 {
-    if (!m_reconnectTimer.isActive())
+    if (!m_reconnector.IsWaiting())
         return;
-    m_reconnectTimer.stop();
+    m_reconnector.Stop();
     UpdateLinePane();
 }
 
-void COrvalisView::TryReconnect()
+void COrvalisView::OnReconnected(const QString& message)
 {
-    if (m_comm.IsPortOpen()) {
-        StopWaitingForLine();
-        return;
-    }
-    if (!m_comm.OpenPort(m_commParam)) {
-        // Open without its settings or reader is no line to read from.
-        if (m_comm.IsPortOpen())
-            m_comm.SetPortOpen(false);
-        return;
-    }
-    m_reconnectTimer.stop();
     ClearLineProblem();
     SetLineState();
     EnableWindow(false);
     m_terminalParam.m_bLocalEcho = 0;
     UpdateConnectMenuText();
     if (CFrameServices* frame = Frame())
-        frame->SetPaneText(CFrameServices::PaneMessage,
-                           QStringLiteral("Reconnected to %1 at %2")
-                               .arg(CCodePage::ToUnicode(m_commParam.GetConnector()),
-                                    QTime::currentTime().toString(QStringLiteral("HH:mm:ss"))));
+        frame->SetPaneText(CFrameServices::PaneMessage, message);
 }

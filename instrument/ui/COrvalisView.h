@@ -5,6 +5,7 @@
 #include "CSerialNumberPrompt.h"
 #include "CFunctionKeysParameter.h"
 #include "CInstrumentViewSettings.h"
+#include "CLineReconnector.h"
 #include "CLineStamper.h"
 #include "COrvalisDoc.h"
 #include "CPublishingLink.h"
@@ -80,8 +81,7 @@ public:
     void OnModemLine(CComm::ModemLine line);
     void OnReconnectSwitch();
     // Waiting for the device of a lost line to come back.
-    bool IsWaitingForLine() const { return m_reconnectTimer.isActive(); }
-    static constexpr int ReconnectIntervalMs = 1000;
+    bool IsWaitingForLine() const { return m_reconnector.IsWaiting(); }
     // The status bar pane of the active instrument window's line:
     // "/dev/ttyUSB0  9600 8N1 Rts/Cts  connected  DTR off".
     // bAllModemLines: DTR and RTS also while raised or held by the flow control.
@@ -151,10 +151,10 @@ private:
     void ReportLogFailure();
     void UpdateLinePane();
     // After a loss, with Reconnect Automatically on: the line is tried again
-    // at every tick of a slow timer until it opens.
+    // whenever a device may have come back, until it opens.
     void StartWaitingForLine();
     void StopWaitingForLine();
-    void TryReconnect();
+    void OnReconnected(const QString& message);
     // The Edit commands for the pane below the text that has the focus (the
     // command line, the hex pane); false when they are the text's.
     bool OnPaneEditCommand(int nID);
@@ -184,7 +184,7 @@ private:
     CSessionLog m_log{*this};
     CLineStamper m_stamper{m_log};
     bool m_bLogging = false; // cleared when the log stops on its own
-    QTimer m_reconnectTimer;
+    CLineReconnector m_reconnector{m_comm};
     // Every line shown also goes to the driver's broker, if it has one.
     CPublishingLink m_publishing{&m_stamper};
     QString m_strDriverPath;

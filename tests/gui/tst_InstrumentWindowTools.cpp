@@ -433,7 +433,7 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBack()
     auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
     QVERIFY(pane && pane->text().endsWith(QStringLiteral("  waiting")));
     // Nothing there yet: it goes on waiting.
-    QTest::qWait(COrvalisView::ReconnectIntervalMs + 200);
+    QTest::qWait(CDeviceWatch::LongestWaitMs() + 200);
     QVERIFY(view->IsWaitingForLine());
     QVERIFY(!view->m_comm.IsPortOpen());
 
@@ -442,7 +442,7 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBack()
     again.CloseSlave();
     QVERIFY(QFile::remove(link));
     QVERIFY(QFile::link(again.SlaveName(), link));
-    QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * COrvalisView::ReconnectIntervalMs);
+    QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * CDeviceWatch::LongestWaitMs());
     QVERIFY(!view->IsWaitingForLine());
     QVERIFY(Frame()->GetPaneText(CMainFrame::PaneMessage).startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
     QVERIFY(pane->text().contains(QStringLiteral("  connected")));
@@ -471,7 +471,7 @@ void tst_InstrumentWindowTools::reconnectSwitchedOffLeavesTheLineClosed()
     again.CloseSlave();
     QVERIFY(QFile::remove(link));
     QVERIFY(QFile::link(again.SlaveName(), link));
-    QTest::qWait(COrvalisView::ReconnectIntervalMs + 300);
+    QTest::qWait(CDeviceWatch::LongestWaitMs() + 300);
     QVERIFY(!view->IsWaitingForLine());
     QVERIFY(!view->m_comm.IsPortOpen());
     // Waiting ends when the user connects (or disconnects) by hand.
