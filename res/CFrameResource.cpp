@@ -132,7 +132,10 @@ QList<Popup> TerminalMenu()
     return {{QStringLiteral("&File"), {{ID_APP_EXIT, QStringLiteral("E&xit")}}},
             EditPopup(),
             ViewPopup(),
-            {QStringLiteral("&Terminal"), {{ID_TERMINAL_EMULATION, QStringLiteral("&Close Terminal")}}},
+            {QStringLiteral("&Terminal"),
+             {{ID_TERMINAL_EMULATION, QStringLiteral("&Close Terminal")},
+              Separator(),
+              {ID_RECONNECT, QStringLiteral("Reconnect &Automatically")}}},
             ExtrasPopup(),
             HelpPopup()};
 }
