@@ -12,9 +12,14 @@ void CLineStamper::Reset()
     m_bAfterCR = false;
 }
 
+QByteArray CLineStamper::Time(const QDateTime& time)
+{
+    return time.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")).toLatin1();
+}
+
 QByteArray CLineStamper::Stamp(const QDateTime& time)
 {
-    return time.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz ")).toLatin1();
+    return Time(time) + ' ';
 }
 
 void CLineStamper::AppendBytes(const QByteArray& bytes)

@@ -28,7 +28,9 @@ public:
     void SetOn(bool on) { m_bOn = on; }
     bool IsOn() const { return m_bOn; }
 
+    // "2026-11-23 14:05:31.207 "; Time() without the blank.
     static QByteArray Stamp(const QDateTime& time);
+    static QByteArray Time(const QDateTime& time);
 
 private:
     CTextSink& m_target;

@@ -44,6 +44,7 @@ Popup InstrumentViewPopup()
     Popup popup = ViewPopup();
     popup.items += {Separator(),
                     {ID_TIME_STAMPS, QStringLiteral("Time Stam&ps")},
+                    {ID_TIME_STAMP_COLUMN, QStringLiteral("Time Stamp Col&umn")},
                     {ID_HEX_BYTES, QStringLiteral("&Hex Bytes")},
                     {ID_COMMAND_LINE, QStringLiteral("Command &Line")}};
     return popup;

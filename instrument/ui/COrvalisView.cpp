@@ -263,6 +263,7 @@ void COrvalisView::OnDestroy()
         app->m_bConnectRequested = 0;
     }
     m_pipeline.SetCellSink(nullptr);
+    m_stampColumn.SetTarget(nullptr);
     m_pExcel.reset();
     CCommView::OnDestroy();
     m_log.Stop();
@@ -499,7 +500,8 @@ void COrvalisView::CreateExcelLink()
         if (CFrameServices* frame = Frame())
             frame->SetPaneText(CFrameServices::PaneMessage, text);
     });
-    m_pipeline.SetCellSink(m_pExcel.get());
+    m_stampColumn.SetTarget(m_pExcel.get());
+    m_pipeline.SetCellSink(&m_stampColumn);
     m_pExcel->Start();
 }
 
@@ -598,6 +600,7 @@ bool COrvalisView::OnCommand(int nID)
     case ID_LOG_TO_FILE: OnLogToFile(); return true;
     case ID_STOP_LOGGING: OnStopLogging(); return true;
     case ID_TIME_STAMPS: OnTimeStamps(); return true;
+    case ID_TIME_STAMP_COLUMN: OnTimeStampColumn(); return true;
     case ID_HEX_BYTES: OnHexBytes(); return true;
     case ID_COMMAND_LINE: OnCommandLineShown(); return true;
     case ID_LINE_DTR: OnModemLine(CComm::LineDtr); return true;
@@ -646,6 +649,12 @@ bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
     case ID_TIME_STAMPS:
         ui.bCheckable = true;
         ui.bChecked = m_viewSettings.m_bTimeStamps;
+        return true;
+    case ID_TIME_STAMP_COLUMN:
+        // Only cells have columns.
+        ui.bEnabled = m_driver.m_bExcel != 0;
+        ui.bCheckable = true;
+        ui.bChecked = m_viewSettings.m_bTimeStampColumn;
         return true;
     case ID_HEX_BYTES:
         ui.bCheckable = true;
@@ -893,6 +902,7 @@ void COrvalisView::SaveViewSettings()
 void COrvalisView::ApplyViewSettings()
 {
     m_stamper.SetOn(m_viewSettings.m_bTimeStamps);
+    m_stampColumn.SetOn(m_viewSettings.m_bTimeStampColumn);
     m_pHexPane->setVisible(m_viewSettings.m_bHexBytes);
     m_pCommandLine->setVisible(m_viewSettings.m_bCommandLine && m_bOpenedByConnect);
     LayOutPanes();
@@ -901,6 +911,13 @@ void COrvalisView::ApplyViewSettings()
 void COrvalisView::OnTimeStamps()
 {
     m_viewSettings.m_bTimeStamps = !m_viewSettings.m_bTimeStamps;
+    ApplyViewSettings();
+    SaveViewSettings();
+}
+
+void COrvalisView::OnTimeStampColumn()
+{
+    m_viewSettings.m_bTimeStampColumn = !m_viewSettings.m_bTimeStampColumn;
     ApplyViewSettings();
     SaveViewSettings();
 }

@@ -13,6 +13,7 @@
 #include "CSessionLog.h"
 #include "CTextAppender.h"
 #include "CTextSink.h"
+#include "CTimeStampColumn.h"
 #include "CTransferStatusBar.h"
 #include "CV24Printer.h"
 
@@ -72,6 +73,7 @@ public:
     void OnLogToFile();
     void OnStopLogging();
     void OnTimeStamps();
+    void OnTimeStampColumn();
     void OnHexBytes();
     void OnCommandLineShown();
     // Enter in the command line: the text in control-code notation, sent
@@ -183,6 +185,8 @@ private:
     // the log into the text.
     CSessionLog m_log{*this};
     CLineStamper m_stamper{m_log};
+    // The cells go through the time stamp column into m_pExcel.
+    CTimeStampColumn m_stampColumn;
     bool m_bLogging = false; // cleared when the log stops on its own
     CLineReconnector m_reconnector{m_comm};
     // Every line shown also goes to the driver's broker, if it has one.

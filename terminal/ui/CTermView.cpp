@@ -463,6 +463,7 @@ bool CTermView::OnUpdateCommand(int nID, CCmdUI& ui)
         ui.bEnabled = m_comm.IsPortOpen();
         return true;
     case ID_RECONNECT:
+        ui.bCheckable = true;
         ui.bChecked = m_bReconnect;
         return true;
     case ID_EDIT_CUT:
