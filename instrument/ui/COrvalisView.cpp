@@ -168,6 +168,7 @@ void COrvalisView::OnCreate()
             qCInfo(lcView).noquote() << loaded.Message();
     }
     m_appender.SetNameLineBreaks(m_terminalParam.m_bShowControlChars != 0);
+    m_stamper.SetControlNames(m_terminalParam.m_bShowControlChars != 0);
     LoadViewSettings();
     CreateExcelLink();
     if (m_bOpenedByConnect)
@@ -759,6 +760,7 @@ void COrvalisView::ConvertShownText(bool bShowControlChars)
     }
     m_appender.ReplaceAll(converted);
     m_appender.SetNameLineBreaks(bShowControlChars);
+    m_stamper.SetControlNames(bShowControlChars);
 }
 
 // ---------------------------------------------------------------------------

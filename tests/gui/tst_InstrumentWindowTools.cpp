@@ -35,6 +35,7 @@ private Q_SLOTS:
     void cleanup();
 
     void timeStampsInWindowAndSavedText();
+    void timeStampsFollowControlCharacterNames();
     void logHoldsWhatTheWindowShowsAfterAFlood();
     void failedLogWriteStopsWithMessage();
     void hexPaneShowsEveryByteValue();
@@ -135,6 +136,19 @@ void tst_InstrumentWindowTools::timeStampsInWindowAndSavedText()
     QVERIFY(Send("again\r\n"));
     const QRegularExpression again(QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} again\n$)"));
     QTRY_VERIFY(again.match(view->toPlainText()).hasMatch());
+}
+
+void tst_InstrumentWindowTools::timeStampsFollowControlCharacterNames()
+{
+    CDriverFile records = PlainDriver(m_pty->SlaveName());
+    records.m_Terminal.m_bShowControlChars = 1;
+    COrvalisView* view = Start(records, "[Lab]\nTimeStamps=true\n");
+    QVERIFY(view);
+    QVERIFY(Send("a\r"));
+    QVERIFY(Send("\nb\r\n"));
+    const QString stamp = QStringLiteral(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )");
+    const QRegularExpression shown(QStringLiteral("^%1a<CR><LF>\n%1b<CR><LF>\n$").arg(stamp));
+    QTRY_VERIFY2(shown.match(view->toPlainText()).hasMatch(), qPrintable(view->toPlainText()));
 }
 
 void tst_InstrumentWindowTools::logHoldsWhatTheWindowShowsAfterAFlood()
