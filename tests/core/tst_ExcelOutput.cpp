@@ -96,8 +96,7 @@ private Q_SLOTS:
     void number_data();
     void number();
     void journalBesideTheDriverHoldsEveryRowAtOnce();
-    void timeStampColumnLeadsEveryRow_data();
-    void timeStampColumnLeadsEveryRow();
+    void timeStampColumnLeadsEveryRowFromTheNext();
     void journalGrowsAcrossSessionsAndWindowsGetTheirOwn();
     void journalMovesToTheDataFolderWhenTheDriverFolderRefuses();
     void windowThatReceivedNothingLeavesNoJournal();
@@ -165,40 +164,21 @@ void tst_ExcelOutput::journalBesideTheDriverHoldsEveryRowAtOnce()
              QStringLiteral("Cells go to LibreOffice Calc and to %1").arg(out.output.JournalPath()));
 }
 
-void tst_ExcelOutput::timeStampColumnLeadsEveryRow_data()
+void tst_ExcelOutput::timeStampColumnLeadsEveryRowFromTheNext()
 {
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-    QTest::addColumn<QStringList>("journal");
-    QTest::addColumn<QStringList>("sheet");
-    const QString t = QStringLiteral("2026-03-14 09:15:02.040");
-    QTest::newRow("every row, cells one column right")
-        << QByteArray() << QByteArray("1.5\tg\r\n2\r\n") << QStringList{t + ",1.5,g", t + ",2"}
-        << QStringList{"1,1:" + t, "1,2:1.5", "1,3:g", "2,1:" + t, "2,2:2"};
-    QTest::newRow("switched on between rows: the rows before stay")
-        << QByteArray("1.5\tg\r\n") << QByteArray("2\r\n") << QStringList{"1.5,g", t + ",2"}
-        << QStringList{"1,1:1.5", "1,2:g", "2,1:" + t, "2,2:2"};
-}
-
-void tst_ExcelOutput::timeStampColumnLeadsEveryRow()
-{
-    QFETCH(QByteArray, before);
-    QFETCH(QByteArray, after);
-    QFETCH(QStringList, journal);
-    QFETCH(QStringList, sheet);
     QTemporaryDir folder;
     Output out(folder.filePath("Balance.tbb"));
     out.output.Start();
     CTimeStampColumn cells([] { return QDateTime(Day, QTime(9, 15, 2, 40)); });
     cells.SetTarget(&out.output);
     Window window(&cells);
-    if (!before.isEmpty())
-        window.Receive(before);
+    window.Receive("1.5\tg\r\n");
     cells.SetOn(true);
-    window.Receive(after);
-    QCOMPARE(Lines(out.output.JournalPath()), journal);
-    QVERIFY(QTest::qWaitFor([&] { return out.sheet->Cells().size() == sheet.size(); }, 10000));
-    QCOMPARE(out.sheet->Cells(), sheet);
+    window.Receive("2\tkg\r\n");
+    const QString t = QStringLiteral("2026-03-14 09:15:02.040");
+    QCOMPARE(Lines(out.output.JournalPath()), (QStringList{"1.5,g", t + ",2,kg"}));
+    QVERIFY(QTest::qWaitFor([&] { return out.sheet->Cells().size() == 5; }, 10000));
+    QCOMPARE(out.sheet->Cells(), (QStringList{"1,1:1.5", "1,2:g", "2,1:" + t, "2,2:2", "2,3:kg"}));
 }
 
 void tst_ExcelOutput::journalGrowsAcrossSessionsAndWindowsGetTheirOwn()
