@@ -7,6 +7,7 @@
 namespace {
 
 const QString TimeStamps = QStringLiteral("TimeStamps");
+const QString TimeStampColumn = QStringLiteral("TimeStampColumn");
 const QString HexBytes = QStringLiteral("HexBytes");
 const QString CommandLine = QStringLiteral("CommandLine");
 const QString CommandHistory = QStringLiteral("CommandHistory");
@@ -18,6 +19,7 @@ void CInstrumentViewSettings::Load(const QSettings& settings, const QString& dri
 {
     const QString section = CPublishingSettings::Section(driverName) + QLatin1Char('/');
     m_bTimeStamps = settings.value(section + TimeStamps, false).toBool();
+    m_bTimeStampColumn = settings.value(section + TimeStampColumn, false).toBool();
     m_bHexBytes = settings.value(section + HexBytes, false).toBool();
     m_bCommandLine = settings.value(section + CommandLine, true).toBool();
     m_commandHistory = settings.value(section + CommandHistory).toStringList();
@@ -28,6 +30,7 @@ void CInstrumentViewSettings::Save(QSettings& settings, const QString& driverNam
 {
     settings.beginGroup(CPublishingSettings::Section(driverName));
     settings.setValue(TimeStamps, m_bTimeStamps);
+    settings.setValue(TimeStampColumn, m_bTimeStampColumn);
     settings.setValue(HexBytes, m_bHexBytes);
     settings.setValue(CommandLine, m_bCommandLine);
     settings.setValue(Reconnect, m_bReconnect);

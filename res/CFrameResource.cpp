@@ -44,6 +44,7 @@ Popup InstrumentViewPopup()
     Popup popup = ViewPopup();
     popup.items += {Separator(),
                     {ID_TIME_STAMPS, QStringLiteral("Time Stam&ps")},
+                    {ID_TIME_STAMP_COLUMN, QStringLiteral("Time Stamp Col&umn")},
                     {ID_HEX_BYTES, QStringLiteral("&Hex Bytes")},
                     {ID_COMMAND_LINE, QStringLiteral("Command &Line")}};
     return popup;
@@ -132,7 +133,10 @@ QList<Popup> TerminalMenu()
     return {{QStringLiteral("&File"), {{ID_APP_EXIT, QStringLiteral("E&xit")}}},
             EditPopup(),
             ViewPopup(),
-            {QStringLiteral("&Terminal"), {{ID_TERMINAL_EMULATION, QStringLiteral("&Close Terminal")}}},
+            {QStringLiteral("&Terminal"),
+             {{ID_TERMINAL_EMULATION, QStringLiteral("&Close Terminal")},
+              Separator(),
+              {ID_RECONNECT, QStringLiteral("Reconnect &Automatically")}}},
             ExtrasPopup(),
             HelpPopup()};
 }

@@ -72,6 +72,7 @@ constexpr CEntry kEntries[] = {
     {ID_LOG_TO_FILE, "Append every line shown to a file\nLog to File"},
     {ID_STOP_LOGGING, "Stop appending the lines shown to the log file\nStop Logging"},
     {ID_TIME_STAMPS, "Show the local time before every received line\nTime Stamps"},
+    {ID_TIME_STAMP_COLUMN, "Write the time of each row into its first spreadsheet column\nTime Stamp Column"},
     {ID_HEX_BYTES, "Show the received bytes in hex below the text\nHex Bytes"},
     {ID_COMMAND_LINE, "Show a line to type commands into below the text\nCommand Line"},
     {ID_LINE_DTR, "Switch the DTR line on or off\nDTR"},

@@ -60,6 +60,7 @@ constexpr int ID_COMMAND_LINE = 32790;
 constexpr int ID_LINE_DTR = 32791;
 constexpr int ID_LINE_RTS = 32792;
 constexpr int ID_RECONNECT = 32793;
+constexpr int ID_TIME_STAMP_COLUMN = 32794;
 constexpr int ID_FUNCTION_KEY_F1 = 3048; // F1..F8 are 3048..3055
 constexpr int ID_FUNCTION_KEY_COUNT = 8;
 constexpr int ID_APP_ABOUT = 57664;

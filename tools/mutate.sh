@@ -66,6 +66,10 @@ app/CWindowRect.cpp~    if (width > 0 && height > 0 && width <= INT_MAX && heigh
 app/CCommandLine.cpp~            if (rest == QLatin1String("minimize"))~            if (rest != QLatin1String("minimize"))~command line: /Sminimize~tst_ShellRules tst_MainFrame
 res/ui/CPropSheet.cpp~    SelectQuietly(m_pages.size() - 1 == m_nStartPage ? m_nStartPage : m_pTabs->currentIndex());~    SelectQuietly(m_pages.size() == m_nStartPage ? m_nStartPage : m_pTabs->currentIndex());~sheet: start page never selected~tst_Pages tst_InstrumentWindow tst_DriverCommands
 app/CMainFrame.cpp~        const QRect normal = normalGeometry();~        const QRect normal = geometry();~main window: maximised rectangle kept~tst_MainFrame tst_ShellRules
+comm/CLineReconnector.cpp~    m_watch.Stop();<NL>    Q_EMIT reconnected~    Q_EMIT reconnected~reconnect: still waiting after the line is back~tst_UsbConverter tst_InstrumentWindowTools
+instrument/CTimeStampColumn.cpp~m_bRowStamped ? column + 1 : column~column~time stamp column: stamp written over the first cell~tst_ExcelOutput
+instrument/CLineStamper.cpp~    const qsizetype endLength = m_bNames ? 4 : 1;~    const qsizetype endLength = 1;~time stamps: shown line-end names taken as one byte~tst_CLineStamper
+tools/cli/CCaptureCommand.cpp~            reconnector.Start(driver.m_Comm);<NL>~~capture: --reconnect never starts waiting~tst_capture orvalis-cli
 LIST
 )
 

@@ -113,8 +113,7 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     m_pCommandLine->hide();
     m_source.SetObserver([this](const QByteArray& block) { m_pHexPane->AppendBytes(block); });
     connect(m_pCommandLine, &CCommandLineEdit::commandEntered, this, &COrvalisView::OnCommandLine);
-    m_reconnectTimer.setInterval(ReconnectIntervalMs);
-    connect(&m_reconnectTimer, &QTimer::timeout, this, &COrvalisView::TryReconnect);
+    connect(&m_reconnector, &CLineReconnector::reconnected, this, &COrvalisView::OnReconnected);
     if (CAppServices* app = CAppServices::Get())
         m_bDebugConnection = app->Profile().GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection"));
     m_pipeline.SetByteSource(&m_source);
@@ -169,6 +168,7 @@ void COrvalisView::OnCreate()
             qCInfo(lcView).noquote() << loaded.Message();
     }
     m_appender.SetNameLineBreaks(m_terminalParam.m_bShowControlChars != 0);
+    m_stamper.SetControlNames(m_terminalParam.m_bShowControlChars != 0);
     LoadViewSettings();
     CreateExcelLink();
     if (m_bOpenedByConnect)
@@ -249,7 +249,7 @@ void COrvalisView::OnDestroy()
     if (m_bDestroyed)
         return;
     m_bDestroyed = true;
-    m_reconnectTimer.stop();
+    m_reconnector.Stop();
     CAppServices* app = CAppServices::Get();
     // Shown only while the program runs normally, not while it is torn down.
     if (app && app->HasMainWindow() &&
@@ -264,6 +264,7 @@ void COrvalisView::OnDestroy()
         app->m_bConnectRequested = 0;
     }
     m_pipeline.SetCellSink(nullptr);
+    m_stampColumn.SetTarget(nullptr);
     m_pExcel.reset();
     CCommView::OnDestroy();
     m_log.Stop();
@@ -500,7 +501,8 @@ void COrvalisView::CreateExcelLink()
         if (CFrameServices* frame = Frame())
             frame->SetPaneText(CFrameServices::PaneMessage, text);
     });
-    m_pipeline.SetCellSink(m_pExcel.get());
+    m_stampColumn.SetTarget(m_pExcel.get());
+    m_pipeline.SetCellSink(&m_stampColumn);
     m_pExcel->Start();
 }
 
@@ -599,6 +601,7 @@ bool COrvalisView::OnCommand(int nID)
     case ID_LOG_TO_FILE: OnLogToFile(); return true;
     case ID_STOP_LOGGING: OnStopLogging(); return true;
     case ID_TIME_STAMPS: OnTimeStamps(); return true;
+    case ID_TIME_STAMP_COLUMN: OnTimeStampColumn(); return true;
     case ID_HEX_BYTES: OnHexBytes(); return true;
     case ID_COMMAND_LINE: OnCommandLineShown(); return true;
     case ID_LINE_DTR: OnModemLine(CComm::LineDtr); return true;
@@ -647,6 +650,12 @@ bool COrvalisView::OnUpdateCommand(int nID, CCmdUI& ui)
     case ID_TIME_STAMPS:
         ui.bCheckable = true;
         ui.bChecked = m_viewSettings.m_bTimeStamps;
+        return true;
+    case ID_TIME_STAMP_COLUMN:
+        // Only cells have columns.
+        ui.bEnabled = m_driver.m_bExcel != 0;
+        ui.bCheckable = true;
+        ui.bChecked = m_viewSettings.m_bTimeStampColumn;
         return true;
     case ID_HEX_BYTES:
         ui.bCheckable = true;
@@ -751,6 +760,7 @@ void COrvalisView::ConvertShownText(bool bShowControlChars)
     }
     m_appender.ReplaceAll(converted);
     m_appender.SetNameLineBreaks(bShowControlChars);
+    m_stamper.SetControlNames(bShowControlChars);
 }
 
 // ---------------------------------------------------------------------------
@@ -894,6 +904,7 @@ void COrvalisView::SaveViewSettings()
 void COrvalisView::ApplyViewSettings()
 {
     m_stamper.SetOn(m_viewSettings.m_bTimeStamps);
+    m_stampColumn.SetOn(m_viewSettings.m_bTimeStampColumn);
     m_pHexPane->setVisible(m_viewSettings.m_bHexBytes);
     m_pCommandLine->setVisible(m_viewSettings.m_bCommandLine && m_bOpenedByConnect);
     LayOutPanes();
@@ -902,6 +913,13 @@ void COrvalisView::ApplyViewSettings()
 void COrvalisView::OnTimeStamps()
 {
     m_viewSettings.m_bTimeStamps = !m_viewSettings.m_bTimeStamps;
+    ApplyViewSettings();
+    SaveViewSettings();
+}
+
+void COrvalisView::OnTimeStampColumn()
+{
+    m_viewSettings.m_bTimeStampColumn = !m_viewSettings.m_bTimeStampColumn;
     ApplyViewSettings();
     SaveViewSettings();
 }
@@ -1097,43 +1115,26 @@ void COrvalisView::OnReconnectSwitch()
 
 void COrvalisView::StartWaitingForLine()
 {
-    // A device that went away does not come back at once: the first try is
-    // a tick later, and every try is one open of the device node.
-    m_reconnectTimer.start();
-    ReportLineProblem(QStringLiteral("%1 - Waiting for %2\u2026")
-                          .arg(m_strLineProblem, CCodePage::ToUnicode(m_commParam.GetConnector())));
+    m_reconnector.Start(m_commParam);
+    ReportLineProblem(QStringLiteral("%1 - %2").arg(m_strLineProblem, m_reconnector.WaitingText()));
     UpdateLinePane();
 }
 
 void COrvalisView::StopWaitingForLine()
 {
-    if (!m_reconnectTimer.isActive())
+    if (!m_reconnector.IsWaiting())
         return;
-    m_reconnectTimer.stop();
+    m_reconnector.Stop();
     UpdateLinePane();
 }
 
-void COrvalisView::TryReconnect()
+void COrvalisView::OnReconnected(const QString& message)
 {
-    if (m_comm.IsPortOpen()) {
-        StopWaitingForLine();
-        return;
-    }
-    if (!m_comm.OpenPort(m_commParam)) {
-        // Open without its settings or reader is no line to read from.
-        if (m_comm.IsPortOpen())
-            m_comm.SetPortOpen(false);
-        return;
-    }
-    m_reconnectTimer.stop();
     ClearLineProblem();
     SetLineState();
     EnableWindow(false);
     m_terminalParam.m_bLocalEcho = 0;
     UpdateConnectMenuText();
     if (CFrameServices* frame = Frame())
-        frame->SetPaneText(CFrameServices::PaneMessage,
-                           QStringLiteral("Reconnected to %1 at %2")
-                               .arg(CCodePage::ToUnicode(m_commParam.GetConnector()),
-                                    QTime::currentTime().toString(QStringLiteral("HH:mm:ss"))));
+        frame->SetPaneText(CFrameServices::PaneMessage, message);
 }

@@ -5,6 +5,7 @@
 #include "CSerialNumberPrompt.h"
 #include "CFunctionKeysParameter.h"
 #include "CInstrumentViewSettings.h"
+#include "CLineReconnector.h"
 #include "CLineStamper.h"
 #include "COrvalisDoc.h"
 #include "CPublishingLink.h"
@@ -12,6 +13,7 @@
 #include "CSessionLog.h"
 #include "CTextAppender.h"
 #include "CTextSink.h"
+#include "CTimeStampColumn.h"
 #include "CTransferStatusBar.h"
 #include "CV24Printer.h"
 
@@ -71,6 +73,7 @@ public:
     void OnLogToFile();
     void OnStopLogging();
     void OnTimeStamps();
+    void OnTimeStampColumn();
     void OnHexBytes();
     void OnCommandLineShown();
     // Enter in the command line: the text in control-code notation, sent
@@ -80,8 +83,7 @@ public:
     void OnModemLine(CComm::ModemLine line);
     void OnReconnectSwitch();
     // Waiting for the device of a lost line to come back.
-    bool IsWaitingForLine() const { return m_reconnectTimer.isActive(); }
-    static constexpr int ReconnectIntervalMs = 1000;
+    bool IsWaitingForLine() const { return m_reconnector.IsWaiting(); }
     // The status bar pane of the active instrument window's line:
     // "/dev/ttyUSB0  9600 8N1 Rts/Cts  connected  DTR off".
     // bFull (the tooltip): a long connector in full, and DTR and RTS also
@@ -152,10 +154,10 @@ private:
     void ReportLogFailure();
     void UpdateLinePane();
     // After a loss, with Reconnect Automatically on: the line is tried again
-    // at every tick of a slow timer until it opens.
+    // whenever a device may have come back, until it opens.
     void StartWaitingForLine();
     void StopWaitingForLine();
-    void TryReconnect();
+    void OnReconnected(const QString& message);
     // The Edit commands for the pane below the text that has the focus (the
     // command line, the hex pane); false when they are the text's.
     bool OnPaneEditCommand(int nID);
@@ -184,8 +186,10 @@ private:
     // the log into the text.
     CSessionLog m_log{*this};
     CLineStamper m_stamper{m_log};
+    // The cells go through the time stamp column into m_pExcel.
+    CTimeStampColumn m_stampColumn;
     bool m_bLogging = false; // cleared when the log stops on its own
-    QTimer m_reconnectTimer;
+    CLineReconnector m_reconnector{m_comm};
     // Every line shown also goes to the driver's broker, if it has one.
     CPublishingLink m_publishing{&m_stamper};
     QString m_strDriverPath;

@@ -1,5 +1,6 @@
 #include "CTermView.h"
 
+#include "CAppServices.h"
 #include "CCodePage.h"
 #include "CCommEvent.h"
 #include "CFileFilter.h"
@@ -25,6 +26,7 @@
 #include <QLoggingCategory>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QSettings>
 #include <QVBoxLayout>
 
 Q_LOGGING_CATEGORY(lcTermView, "orvalis.terminal.view")
@@ -90,6 +92,7 @@ CTermView::CTermView(CFrameServices* services, const QString& driverPath, QWidge
     layout->addWidget(m_pDisplay);
     setFocusProxy(m_pDisplay);
     m_comm.Sender().SetSerialNumberPrompt(m_pSerialNumberPrompt.get());
+    connect(&m_reconnector, &CLineReconnector::reconnected, this, &CTermView::OnReconnected);
     OnCreate();
 }
 
@@ -114,6 +117,8 @@ void CTermView::OnCreate()
         }
     }
 
+    if (CAppServices* app = CAppServices::Get())
+        m_bReconnect = QSettings(app->Profile().Path(), QSettings::IniFormat).value(ReconnectKey(), true).toBool();
     m_comm.Create(this);
     m_comm.SetDisplay(&m_screen);
     m_screen.SetReplyOutput(&m_comm);
@@ -179,6 +184,7 @@ void CTermView::OnDestroy()
     if (m_bDestroyed)
         return;
     m_bDestroyed = true;
+    m_reconnector.Stop();
     m_comm.Sender().StopTransmission();
     m_comm.SetPortOpen(false);
     m_comm.SetDisplay(nullptr);
@@ -205,6 +211,7 @@ void CTermView::OnCloseTerminal()
 {
     if (m_pServices)
         m_pServices->ShowFunctionKeyBar(0);
+    m_reconnector.Stop();
     m_comm.SetPortOpen(false);
     if (auto* frame = qobject_cast<QMdiSubWindow*>(parentWidget()))
         frame->close();
@@ -277,13 +284,36 @@ void CTermView::OnReceivedData()
 void CTermView::OnLineLost()
 {
     // The channel closed itself when the loss was acknowledged.
-    if (m_comm.GetLastError().isEmpty()) {
+    if (m_comm.GetLastError().isEmpty())
         m_strLineProblem = QStringLiteral("Connection to %1 lost").arg(CCodePage::ToUnicode(m_commParam.GetConnector()));
-        m_pDisplay->SetNotice(QStringLiteral("Not connected: %1").arg(m_strLineProblem));
-        SetStatus(m_strLineProblem);
-        return;
+    else
+        m_strLineProblem = m_comm.GetLastError();
+    if (m_bReconnect) {
+        m_reconnector.Start(m_commParam);
+        m_strLineProblem = QStringLiteral("%1 - %2").arg(m_strLineProblem, m_reconnector.WaitingText());
     }
+    m_pDisplay->SetNotice(QStringLiteral("Not connected: %1").arg(m_strLineProblem));
+    SetStatus(m_strLineProblem);
+}
+
+void CTermView::OnReconnected(const QString& message)
+{
     ShowLineState();
+    SetStatus(message);
+}
+
+QString CTermView::ReconnectKey() const
+{
+    return QFileInfo(m_strDriverPath).fileName() + QStringLiteral("/ReconnectAutomatically");
+}
+
+void CTermView::OnReconnectSwitch()
+{
+    m_bReconnect = !m_bReconnect;
+    if (!m_bReconnect)
+        m_reconnector.Stop();
+    if (CAppServices* app = CAppServices::Get())
+        QSettings(app->Profile().Path(), QSettings::IniFormat).setValue(ReconnectKey(), m_bReconnect);
 }
 
 // ---------------------------------------------------------------------------
@@ -409,6 +439,7 @@ bool CTermView::OnCommand(int nID)
     case ID_STOP_TRANSMISSION: OnStopTransmission(); return true;
     case ID_EDIT_COPY: OnEditCopy(); return true;
     case ID_EDIT_PASTE: OnEditPaste(); return true;
+    case ID_RECONNECT: OnReconnectSwitch(); return true;
     default: return false;
     }
 }
@@ -430,6 +461,10 @@ bool CTermView::OnUpdateCommand(int nID, CCmdUI& ui)
         return true;
     case ID_EDIT_PASTE:
         ui.bEnabled = m_comm.IsPortOpen();
+        return true;
+    case ID_RECONNECT:
+        ui.bCheckable = true;
+        ui.bChecked = m_bReconnect;
         return true;
     case ID_EDIT_CUT:
     case ID_EDIT_UNDO:
@@ -478,6 +513,7 @@ void CTermView::OnOptions()
     records.m_FunctionKeys = m_fkeys;
     CTerminalSheet sheet(this, s_nOptionsPage);
     sheet.LoadFrom(records);
+    m_reconnector.Stop();
     if (m_comm.IsPortOpen())
         m_comm.SetPortOpen(false);
     if (CUserDialogs::Current().Exec(sheet) != QDialog::Accepted) {

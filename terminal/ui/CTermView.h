@@ -5,6 +5,7 @@
 #include "CCommParameter.h"
 #include "CCommandTarget.h"
 #include "CFunctionKeysParameter.h"
+#include "CLineReconnector.h"
 #include "CTermDoc.h"
 #include "CTerminalParameter.h"
 #include "CTerminalScreen.h"
@@ -33,6 +34,9 @@ class QKeyEvent;
 // next time the window opens, the line endings at once. On close the driver
 // is written back to the file it was read from.
 //
+// A lost line is opened again when its device comes back, while "Reconnect
+// Automatically" (Terminal menu) is on; the screen keeps what it showed.
+//
 // Each terminal window keeps its own line, keys and driver path, so any
 // number of them work side by side.
 class CTermView : public QWidget, public CCommandTarget
@@ -58,6 +62,10 @@ public:
     void OnFunctionKey(int k);
     void OnEditCopy();
     void OnEditPaste();
+    // "Reconnect Automatically": on by default, kept in Orvalis.ini in the
+    // section of the driver's file name.
+    void OnReconnectSwitch();
+    bool IsWaitingForLine() const { return m_reconnector.IsWaiting(); }
     // Sizes the frame to the screen and centres it in the main window's
     // client area (at 0 where it is larger).
     void FitFrame();
@@ -96,6 +104,8 @@ private:
     void OnComMessage(const CCommEvent& event);
     void OnReceivedData();
     void OnLineLost();
+    void OnReconnected(const QString& message);
+    QString ReconnectKey() const;
     void OnSendProgressMessage(qint64 sent, qint64 total);
     void OnTransmissionEnded();
     bool TakesKey(const QKeyEvent& event) const;
@@ -119,6 +129,8 @@ private:
     std::unique_ptr<CSerialNumberPrompt> m_pSerialNumberPrompt;
     QString m_strLineProblem;
     QString m_strStoreProblem; // why the driver is not (or could not be) written back
+    CLineReconnector m_reconnector{m_comm};
+    bool m_bReconnect = true;
     bool m_bWriteBack = true;
     bool m_bPlaced = false;
     bool m_bDestroyed = false;

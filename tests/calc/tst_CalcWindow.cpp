@@ -19,6 +19,8 @@
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QSettings>
+#include <QRegularExpression>
 #include <QTest>
 
 namespace {
@@ -224,6 +226,16 @@ void tst_CalcWindow::unreachableOfficeLeavesTheJournalAlone()
     QVERIFY(m_pty->WriteMaster("1\t2\r\n3\t4\r\n"));
     QTRY_COMPARE(Lines(journal), (QStringList{"1,2", "3,4"}));
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("1\t2\n3\t4\n"));
+    // The time stamp column, kept for the driver, from the next row on.
+    QVERIFY(Frame()->RouteCommand(ID_TIME_STAMP_COLUMN));
+    QVERIFY(Frame()->QueryCommand(ID_TIME_STAMP_COLUMN).bChecked);
+    QVERIFY(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
+                .value(QStringLiteral("Balance/TimeStampColumn"))
+                .toBool());
+    QVERIFY(m_pty->WriteMaster("5\r\n"));
+    QTRY_COMPARE(Lines(journal).size(), 3);
+    QVERIFY2(QRegularExpression(QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3},5$)")).match(Lines(journal).last()).hasMatch(),
+             qPrintable(Lines(journal).last()));
 }
 
 // The user closes the window's document; the office stays.

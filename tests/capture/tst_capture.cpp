@@ -140,6 +140,7 @@ private Q_SLOTS:
     void replayReportsBadInput();
     void captureShowsRecordsAndEndsOnCtrlC();
     void captureAnswersFromThePlaybackFile();
+    void captureEndsWhenTheLineGoesAway_data();
     void captureEndsWhenTheLineGoesAway();
     void captureStampsEveryLineWithTheLocalTime();
     void captureKeepsUpWithAFlood_data();
@@ -352,19 +353,49 @@ void tst_capture::captureAnswersFromThePlaybackFile()
     QCOMPARE(cli.Output(), QByteArray("ready\nnext\nend\n"));
 }
 
+void tst_capture::captureEndsWhenTheLineGoesAway_data()
+{
+    QTest::addColumn<bool>("reconnect");
+    QTest::newRow("ends") << false;
+    QTest::newRow("with --reconnect waits and goes on") << true;
+}
+
 void tst_capture::captureEndsWhenTheLineGoesAway()
 {
+    QFETCH(bool, reconnect);
     CPtyPair pty;
     QVERIFY(pty.IsOpen());
-    CCliProcess cli({QStringLiteral("capture"), Driver(QStringLiteral("gone.tbb"), false, false),
-                     QStringLiteral("--port"), pty.SlaveName()});
+    pty.CloseSlave();
+    // A link re-pointed at a new pseudo-terminal is a device coming back.
+    const QString link = m_dir.filePath(QStringLiteral("gone-tty"));
+    QFile::remove(link);
+    QVERIFY(QFile::link(pty.SlaveName(), link));
+    QStringList arguments{QStringLiteral("capture"), Driver(QStringLiteral("gone.tbb"), false, false),
+                          QStringLiteral("--port"), link};
+    if (reconnect)
+        arguments << QStringLiteral("--reconnect");
+    CCliProcess cli(arguments);
     QVERIFY2(cli.WaitForError(QStringLiteral("Ctrl-C ends")), qPrintable(cli.Error()));
-    QVERIFY(pty.WriteMaster("last words\n"));
+    QVERIFY(pty.WriteMaster("last words\nhalf"));
     QVERIFY(cli.WaitForOutput("last words\n"));
     pty.CloseMaster();
-    QCOMPARE(cli.Finish(), 1);
-    QVERIFY2(cli.Error().contains(QStringLiteral("orvalis-cli capture: the line went away: Connection to ")),
+    if (!reconnect) {
+        QCOMPARE(cli.Finish(), 1);
+        QVERIFY2(cli.Error().contains(QStringLiteral("orvalis-cli capture: the line went away: Connection to ")),
+                 qPrintable(cli.Error()));
+        return;
+    }
+    QVERIFY2(cli.WaitForError(QStringLiteral(" - Waiting for %1\u2026\n").arg(link)), qPrintable(cli.Error()));
+    CPtyPair again;
+    again.CloseSlave();
+    QVERIFY(QFile::remove(link) && QFile::link(again.SlaveName(), link));
+    QVERIFY2(cli.WaitForError(QStringLiteral("orvalis-cli capture: Reconnected to %1 at ").arg(link)),
              qPrintable(cli.Error()));
+    QVERIFY(again.WriteMaster(" and the rest\n"));
+    QVERIFY(cli.WaitForOutput("half and the rest\n"));
+    cli.Interrupt();
+    QCOMPARE(cli.Finish(), 0);
+    QCOMPARE(cli.Output(), QByteArray("last words\nhalf and the rest\n"));
 }
 
 void tst_capture::captureStampsEveryLineWithTheLocalTime()

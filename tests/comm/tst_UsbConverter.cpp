@@ -5,9 +5,11 @@
 #include "CConnectorList.h"
 #include "CD2xx.h"
 #include "CDeviceControlBlock.h"
+#include "CLineReconnector.h"
 
 #include <QDir>
 #include <QFile>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 
 #include <dlfcn.h>
@@ -86,6 +88,8 @@ public:
     }
     // A tty the kernel has no device for (a virtual console).
     void AddVirtualTty(const QString& name) { QDir(Root()).mkpath(QStringLiteral("class/tty/") + name); }
+    // Unplugged: the kernel forgets the tty.
+    void RemoveTty(const QString& name) { QFile::remove(QDir(Root()).filePath(QStringLiteral("class/tty/") + name)); }
 
 private:
     void AddTty(const QString& name, const QString& deviceDir, const QByteArray& portType)
@@ -119,6 +123,12 @@ QByteArray BlockOf(const FakeLibrary& fake, const char* serial)
     return QByteArray(reinterpret_cast<const char*>(bytes), sizeof bytes);
 }
 
+// /dev/pts/N appears in sysfs as "pts!N".
+QString SysfsNameOf(const CPtyPair& pty)
+{
+    return QString::fromLocal8Bit(PathOf(pty).mid(5)).replace(QLatin1Char('/'), QLatin1Char('!'));
+}
+
 } // namespace
 
 class tst_UsbConverter : public QObject
@@ -143,6 +153,7 @@ private Q_SLOTS:
     void converterNotPluggedInLeavesTheLineClosed();
     void twoConvertersHaveTheirOwnBinding();
     void withoutTheLibraryTheKernelTtyIsUsed();
+    void reconnectFindsTheConverterAtItsNewNode();
     void kernelListsConvertersInDeviceOrder();
     void listsRealSerialDevices();
 
@@ -412,11 +423,8 @@ void tst_UsbConverter::twoConvertersHaveTheirOwnBinding()
 void tst_UsbConverter::withoutTheLibraryTheKernelTtyIsUsed()
 {
     CPtyPair pty;
-    // /dev/pts/N appears in sysfs as "pts!N".
-    QString ttyName = QString::fromLocal8Bit(PathOf(pty).mid(5));
-    ttyName.replace(QLatin1Char('/'), QLatin1Char('!'));
     FakeSysfs sysfs;
-    sysfs.AddUsbTty(ttyName, "VD000017", 1);
+    sysfs.AddUsbTty(SysfsNameOf(pty), "VD000017", 1);
     qputenv("ORVALIS_SYSFS_ROOT", sysfs.Root().toLocal8Bit());
     qputenv("ORVALIS_D2XX_LIBRARY", "/nonexistent/libftd2xx.so");
 
@@ -435,6 +443,38 @@ void tst_UsbConverter::withoutTheLibraryTheKernelTtyIsUsed()
     QVERIFY(!absent.IsPortOpen());
     QVERIFY2(absent.GetLastError().contains(QStringLiteral("VD999: not plugged in (no D2XX library")),
              qPrintable(absent.GetLastError()));
+}
+
+void tst_UsbConverter::reconnectFindsTheConverterAtItsNewNode()
+{
+    const char* serial = "VD000017";
+    CPtyPair first;
+    first.CloseSlave();
+    FakeSysfs sysfs;
+    sysfs.AddUsbTty(SysfsNameOf(first), serial, 1);
+    qputenv("ORVALIS_SYSFS_ROOT", sysfs.Root().toLocal8Bit());
+    qputenv("ORVALIS_D2XX_LIBRARY", "/nonexistent/libftd2xx.so");
+    RecordingOwner owner;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(serial)));
+    CLineReconnector reconnector(channel);
+    QSignalSpy reconnected(&reconnector, &CLineReconnector::reconnected);
+    first.CloseMaster();
+    QVERIFY(owner.WaitForCount(1) && !channel.IsPortOpen());
+    sysfs.RemoveTty(SysfsNameOf(first));
+    reconnector.Start(Line(serial));
+    QCOMPARE(reconnector.WaitingText(), QStringLiteral("Waiting for VD000017\u2026"));
+    QTest::qWait(CDeviceWatch::LongestWaitMs() + 200);
+    QVERIFY(reconnector.IsWaiting() && !channel.IsPortOpen());
+    CPtyPair second;
+    second.CloseSlave();
+    sysfs.AddUsbTty(SysfsNameOf(second), serial, 2);
+    QVERIFY(reconnected.wait(3 * CDeviceWatch::LongestWaitMs()));
+    QVERIFY(reconnected.first().first().toString().startsWith(QStringLiteral("Reconnected to VD000017 at ")));
+    QVERIFY(!reconnector.IsWaiting());
+    QVERIFY(SendTo(second.Master(), "back"));
+    QVERIFY(owner.WaitForData(channel, 4));
 }
 
 void tst_UsbConverter::kernelListsConvertersInDeviceOrder()

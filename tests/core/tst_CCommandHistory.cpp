@@ -65,12 +65,14 @@ void tst_CCommandHistory::settingsKeptPerDriver()
     CInstrumentViewSettings defaults;
     defaults.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Balance"));
     QVERIFY(!defaults.m_bTimeStamps);
+    QVERIFY(!defaults.m_bTimeStampColumn);
     QVERIFY(!defaults.m_bHexBytes);
     QVERIFY(defaults.m_bCommandLine);
     QVERIFY(defaults.m_bReconnect);
 
     CInstrumentViewSettings balance;
     balance.m_bTimeStamps = true;
+    balance.m_bTimeStampColumn = true;
     balance.m_bHexBytes = true;
     balance.m_bCommandLine = false;
     balance.m_bReconnect = false;
@@ -82,6 +84,7 @@ void tst_CCommandHistory::settingsKeptPerDriver()
     CInstrumentViewSettings read;
     read.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Balance"));
     QVERIFY(read.m_bTimeStamps);
+    QVERIFY(read.m_bTimeStampColumn);
     QVERIFY(read.m_bHexBytes);
     QVERIFY(!read.m_bCommandLine);
     QVERIFY(!read.m_bReconnect);

@@ -17,26 +17,34 @@ private Q_SLOTS:
 
 void tst_CLineStamper::stampsTheFirstByteOfEveryLine_data()
 {
+    QTest::addColumn<bool>("names");
     QTest::addColumn<QByteArrayList>("pieces");
     QTest::addColumn<QByteArray>("expected");
     const QByteArray s1 = "2026-11-23 14:05:31.001 ", s2 = "2026-11-23 14:05:31.002 ",
                      s3 = "2026-11-23 14:05:31.003 ";
-    QTest::newRow("CR LF ends a line once") << QByteArrayList{"a\r\nb\r\n"} << s1 + "a\r\n" + s2 + "b\r\n";
+    QTest::newRow("CR LF ends a line once") << false << QByteArrayList{"a\r\nb\r\n"} << s1 + "a\r\n" + s2 + "b\r\n";
     QTest::newRow("CR LF split between pieces is one line end")
-        << QByteArrayList{"a\r", "\nb"} << s1 + "a\r\n" + s2 + "b";
-    QTest::newRow("lone CR and lone LF each end a line") << QByteArrayList{"a\rb\nc"} << s1 + "a\r" + s2 + "b\n" + s3 + "c";
+        << false << QByteArrayList{"a\r", "\nb"} << s1 + "a\r\n" + s2 + "b";
+    QTest::newRow("lone CR and lone LF each end a line") << false << QByteArrayList{"a\rb\nc"} << s1 + "a\r" + s2 + "b\n" + s3 + "c";
     QTest::newRow("a line continued in the next piece keeps its stamp")
-        << QByteArrayList{"12.", "5 g\r\n"} << s1 + "12.5 g\r\n";
-    QTest::newRow("no stamp waits for a line that has not begun") << QByteArrayList{"x\r\n"} << s1 + "x\r\n";
+        << false << QByteArrayList{"12.", "5 g\r\n"} << s1 + "12.5 g\r\n";
+    QTest::newRow("no stamp waits for a line that has not begun") << false << QByteArrayList{"x\r\n"} << s1 + "x\r\n";
+    QTest::newRow("shown names <CR><LF> end a line once")
+        << true << QByteArrayList{"a<CR><LF>b<CR>"} << s1 + "a<CR><LF>" + s2 + "b<CR>";
+    QTest::newRow("<LF> name in the next piece stays with its <CR>")
+        << true << QByteArrayList{"<STX>a<CR>", "<LF>b<CR>"} << s1 + "<STX>a<CR><LF>" + s2 + "b<CR>";
+    QTest::newRow("lone <LF> name ends a line") << true << QByteArrayList{"a<LF>b"} << s1 + "a<LF>" + s2 + "b";
 }
 
 void tst_CLineStamper::stampsTheFirstByteOfEveryLine()
 {
+    QFETCH(bool, names);
     QFETCH(QByteArrayList, pieces);
     QFETCH(QByteArray, expected);
     CTextBuffer buffer;
     QDateTime now(QDate(2026, 11, 23), QTime(14, 5, 31));
     CLineStamper stamper(buffer, [&] { return now = now.addMSecs(1); });
+    stamper.SetControlNames(names);
     for (const QByteArray& piece : pieces)
         stamper.AppendBytes(piece);
     QCOMPARE(buffer.m_text, expected);

@@ -7,6 +7,7 @@
 #include "CReceivePipeline.h"
 #include "CScript.h"
 #include "CTerminalParameter.h"
+#include "CTimeStampColumn.h"
 #include "FakeSpreadsheetLink.h"
 #include "PipelineFakes.h"
 
@@ -95,6 +96,7 @@ private Q_SLOTS:
     void number_data();
     void number();
     void journalBesideTheDriverHoldsEveryRowAtOnce();
+    void timeStampColumnLeadsEveryRowFromTheNext();
     void journalGrowsAcrossSessionsAndWindowsGetTheirOwn();
     void journalMovesToTheDataFolderWhenTheDriverFolderRefuses();
     void windowThatReceivedNothingLeavesNoJournal();
@@ -160,6 +162,23 @@ void tst_ExcelOutput::journalBesideTheDriverHoldsEveryRowAtOnce()
     QTRY_COMPARE(out.output.GetState(), CExcelOutput::Linked);
     QCOMPARE(out.messages.last().first().toString(),
              QStringLiteral("Cells go to LibreOffice Calc and to %1").arg(out.output.JournalPath()));
+}
+
+void tst_ExcelOutput::timeStampColumnLeadsEveryRowFromTheNext()
+{
+    QTemporaryDir folder;
+    Output out(folder.filePath("Balance.tbb"));
+    out.output.Start();
+    CTimeStampColumn cells([] { return QDateTime(Day, QTime(9, 15, 2, 40)); });
+    cells.SetTarget(&out.output);
+    Window window(&cells);
+    window.Receive("1.5\tg\r\n");
+    cells.SetOn(true);
+    window.Receive("2\tkg\r\n");
+    const QString t = QStringLiteral("2026-03-14 09:15:02.040");
+    QCOMPARE(Lines(out.output.JournalPath()), (QStringList{"1.5,g", t + ",2,kg"}));
+    QVERIFY(QTest::qWaitFor([&] { return out.sheet->Cells().size() == 5; }, 10000));
+    QCOMPARE(out.sheet->Cells(), (QStringList{"1,1:1.5", "1,2:g", "2,1:" + t, "2,2:2", "2,3:kg"}));
 }
 
 void tst_ExcelOutput::journalGrowsAcrossSessionsAndWindowsGetTheirOwn()

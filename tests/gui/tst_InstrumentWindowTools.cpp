@@ -35,6 +35,7 @@ private Q_SLOTS:
     void cleanup();
 
     void timeStampsInWindowAndSavedText();
+    void timeStampsFollowControlCharacterNames();
     void logHoldsWhatTheWindowShowsAfterAFlood();
     void failedLogWriteStopsWithMessage();
     void hexPaneShowsEveryByteValue();
@@ -135,6 +136,19 @@ void tst_InstrumentWindowTools::timeStampsInWindowAndSavedText()
     QVERIFY(Send("again\r\n"));
     const QRegularExpression again(QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} again\n$)"));
     QTRY_VERIFY(again.match(view->toPlainText()).hasMatch());
+}
+
+void tst_InstrumentWindowTools::timeStampsFollowControlCharacterNames()
+{
+    CDriverFile records = PlainDriver(m_pty->SlaveName());
+    records.m_Terminal.m_bShowControlChars = 1;
+    COrvalisView* view = Start(records, "[Lab]\nTimeStamps=true\n");
+    QVERIFY(view);
+    QVERIFY(Send("a\r"));
+    QVERIFY(Send("\nb\r\n"));
+    const QString stamp = QStringLiteral(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )");
+    const QRegularExpression shown(QStringLiteral("^%1a<CR><LF>\n%1b<CR><LF>\n$").arg(stamp));
+    QTRY_VERIFY2(shown.match(view->toPlainText()).hasMatch(), qPrintable(view->toPlainText()));
 }
 
 void tst_InstrumentWindowTools::logHoldsWhatTheWindowShowsAfterAFlood()
@@ -433,7 +447,7 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBack()
     auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
     QVERIFY(pane && pane->text().endsWith(QStringLiteral("  waiting")));
     // Nothing there yet: it goes on waiting.
-    QTest::qWait(COrvalisView::ReconnectIntervalMs + 200);
+    QTest::qWait(CDeviceWatch::LongestWaitMs() + 200);
     QVERIFY(view->IsWaitingForLine());
     QVERIFY(!view->m_comm.IsPortOpen());
 
@@ -442,7 +456,7 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBack()
     again.CloseSlave();
     QVERIFY(QFile::remove(link));
     QVERIFY(QFile::link(again.SlaveName(), link));
-    QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * COrvalisView::ReconnectIntervalMs);
+    QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * CDeviceWatch::LongestWaitMs());
     QVERIFY(!view->IsWaitingForLine());
     QVERIFY(Frame()->GetPaneText(CMainFrame::PaneMessage).startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
     QVERIFY(pane->text().contains(QStringLiteral("  connected")));
@@ -471,7 +485,7 @@ void tst_InstrumentWindowTools::reconnectSwitchedOffLeavesTheLineClosed()
     again.CloseSlave();
     QVERIFY(QFile::remove(link));
     QVERIFY(QFile::link(again.SlaveName(), link));
-    QTest::qWait(COrvalisView::ReconnectIntervalMs + 300);
+    QTest::qWait(CDeviceWatch::LongestWaitMs() + 300);
     QVERIFY(!view->IsWaitingForLine());
     QVERIFY(!view->m_comm.IsPortOpen());
     // Waiting ends when the user connects (or disconnects) by hand.

@@ -29,6 +29,7 @@
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QSettings>
 #include <QTest>
 
 #include <memory>
@@ -86,6 +87,7 @@ private Q_SLOTS:
     void twoTerminalsKeepTheirOwnLinesAndDrivers();
     void frameIsSizedAndCentred();
     void lineThatCannotBeOpenedIsNamed();
+    void vanishedLineIsNamedAndScreenKept_data();
     void vanishedLineIsNamedAndScreenKept();
     void copyAndPaste();
     void sendFileAndStopTransmission();
@@ -462,19 +464,52 @@ void tst_TerminalWindow::lineThatCannotBeOpenedIsNamed()
     QVERIFY(view->Display()->Notice().contains(QStringLiteral("/dev/orvalis-missing")));
 }
 
+void tst_TerminalWindow::vanishedLineIsNamedAndScreenKept_data()
+{
+    QTest::addColumn<bool>("reconnect");
+    QTest::newRow("opened again when the device comes back") << true;
+    QTest::newRow("left closed with Reconnect Automatically off") << false;
+}
+
 void tst_TerminalWindow::vanishedLineIsNamedAndScreenKept()
 {
-    CTermView* view = Open(Driver(m_pty->SlaveName()));
+    QFETCH(bool, reconnect);
+    // Through a link that survives replugging, as /dev/serial/by-id names do.
+    const QString link = Home(QStringLiteral("terminal-tty"));
+    QVERIFY(QFile::link(m_pty->SlaveName(), link));
+    CTermView* view = Open(Driver(link));
     QVERIFY(view);
+    if (!reconnect)
+        QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
+    QCOMPARE(Frame()->QueryCommand(ID_RECONNECT).bChecked, reconnect);
+    QCOMPARE(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
+                 .value(QStringLiteral("term.drv/ReconnectAutomatically"), true)
+                 .toBool(),
+             reconnect);
     QVERIFY(m_pty->WriteMaster("last words"));
     QTRY_COMPARE(ScreenRows(view, 1), QStringList{"last words"});
     m_pty->CloseMaster();
     QTRY_VERIFY(!view->m_comm.IsPortOpen());
-    QVERIFY(view->LineProblem().contains(m_pty->SlaveName()));
-    QVERIFY(view->Display()->Notice().contains(m_pty->SlaveName()));
-    QVERIFY(StatusText().contains(m_pty->SlaveName()));
+    QCOMPARE(view->IsWaitingForLine(), reconnect);
+    QVERIFY(view->LineProblem().contains(link));
+    QVERIFY(view->Display()->Notice().contains(link));
+    QCOMPARE(StatusText().endsWith(QStringLiteral("Waiting for %1\u2026").arg(link)), reconnect);
     QCOMPARE(ScreenRows(view, 1), QStringList{"last words"});
     QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 1);
+
+    CPtyPair again;
+    again.CloseSlave();
+    QVERIFY(QFile::remove(link) && QFile::link(again.SlaveName(), link));
+    if (!reconnect) {
+        QTest::qWait(CDeviceWatch::LongestWaitMs() + 300);
+        QVERIFY(!view->m_comm.IsPortOpen());
+        return;
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * CDeviceWatch::LongestWaitMs());
+    QVERIFY(StatusText().startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
+    QVERIFY(view->Display()->Notice().isEmpty());
+    QVERIFY(again.WriteMaster(" and more"));
+    QTRY_COMPARE(ScreenRows(view, 1), QStringList{"last words and more"});
 }
 
 void tst_TerminalWindow::copyAndPaste()

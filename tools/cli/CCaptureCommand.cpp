@@ -7,6 +7,7 @@
 #include "CCommEvent.h"
 #include "CConsoleSerialPrompt.h"
 #include "CInstrumentSession.h"
+#include "CLineReconnector.h"
 #include "CLineOptions.h"
 #include "CMqttOptions.h"
 #include "CPlaybackFile.h"
@@ -25,7 +26,7 @@ const char* const Usage =
     "usage: orvalis-cli capture DRIVER [--port NAME] [--cells FILE.csv] [--record FILE]\n"
     "                           [--serial N] [--key N] [--playback NAME]\n"
     "                           [--mqtt URL [--topic PREFIX] [--user NAME] [--ca-file FILE]\n"
-    "                                       [--password-file FILE]] [--timestamps]\n";
+    "                                       [--password-file FILE]] [--timestamps] [--reconnect]\n";
 
 // The owner of the channel, as the instrument window is: each notification
 // runs a processing pass and is acknowledged; the transfer events go to the
@@ -81,7 +82,8 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
     const QCommandLineOption record(QStringLiteral("record"), QString(), QStringLiteral("FILE"));
     const QCommandLineOption playbackName(QStringLiteral("playback"), QString(), QStringLiteral("NAME"));
     const QCommandLineOption timestamps(QStringLiteral("timestamps"));
-    parser.addOptions({cells, record, playbackName, timestamps});
+    const QCommandLineOption reconnect(QStringLiteral("reconnect"));
+    parser.addOptions({cells, record, playbackName, timestamps, reconnect});
     CLineOptions line(parser);
     CMqttOptions mqtt(parser);
     if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
@@ -138,15 +140,27 @@ int CCaptureCommand::Run(const QStringList& arguments, QTextStream& out, QTextSt
         }
         loop.quit();
     };
+    // With --reconnect a lost line is waited for; what the pipeline holds of
+    // a string cut by the loss goes on with the bytes after it.
+    CLineReconnector reconnector(comm);
+    const auto note = [&](const QString& message) {
+        err << "orvalis-cli capture: " << message << "\n";
+        err.flush();
+    };
+    QObject::connect(&reconnector, &CLineReconnector::reconnected, &loop, note);
     CCaptureOwner owner(comm, pipeline, [&] {
         session.FlushText();
         // The channel closes itself once its loss notification was answered.
-        if (!comm.IsPortOpen())
+        if (!comm.IsPortOpen() && parser.isSet(reconnect)) {
+            reconnector.Start(driver.m_Comm);
+            note(QStringLiteral("the line went away: %1 - %2").arg(comm.GetLastError(), reconnector.WaitingText()));
+        } else if (!comm.IsPortOpen()) {
             stop(QStringLiteral("the line went away: %1").arg(comm.GetLastError()));
-        else if (source.Failed())
+        } else if (source.Failed()) {
             stop(writer.ErrorString());
-        else if (!session.WriteError().isEmpty())
+        } else if (!session.WriteError().isEmpty()) {
             stop(session.WriteError());
+        }
     });
     comm.Create(&owner);
     comm.SetTerminalParameter(driver.m_Terminal);

@@ -37,6 +37,7 @@ bool CInstrumentSession::Finish(QString& error)
 void CInstrumentSession::EnableTimestamps()
 {
     m_pConsole = &m_stamper;
+    m_stamper.SetControlNames(m_driver.m_Terminal.m_bShowControlChars != 0);
     m_pipeline.SetTextSink(m_pConsole);
 }
 
