@@ -49,6 +49,7 @@ private Q_SLOTS:
     void carriesEveryByteBothWays();
     void notificationWaitsForTheAcknowledge();
     void ownerThatLeavesBytesUnreadIsNotFlooded();
+    void bufferStopsReadingWhileTheOwnerLagsAndLosesNothing();
     void closeReleasesAReaderWaitingForTheOwner();
     void lateNotificationOfAClosedLineIsNotTheNewLines();
     void closingOneChannelLeavesTheOtherRunning();
@@ -287,17 +288,20 @@ void tst_CommChannel::busyLineNamesTheProgramHoldingIt()
 void tst_CommChannel::carriesEveryByteBothWays_data()
 {
     QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("piece");     // bytes per write by the instrument
     QTest::newRow("NUL bytes and bytes above 0x7F")
-        << QByteArray("A\0B\xff\x80\r\n\0", 8);
+        << QByteArray("A\0B\xff\x80\r\n\0", 8) << 8;
     QByteArray large;
     for (int i = 0; i < 100000; ++i)
         large.append(char(i * 7 + i / 256));
-    QTest::newRow("100000 bytes, many notifications") << large;
+    QTest::newRow("100000 bytes in one block, many notifications") << large << int(large.size());
+    QTest::newRow("100000 bytes in pieces of 7") << large << 7;
 }
 
 void tst_CommChannel::carriesEveryByteBothWays()
 {
     QFETCH(QByteArray, bytes);
+    QFETCH(int, piece);
 
     CPtyPair pty;
     RecordingOwner owner;
@@ -307,7 +311,7 @@ void tst_CommChannel::carriesEveryByteBothWays()
 
     std::thread instrument([&] {
         for (qsizetype at = 0; at < bytes.size();) {
-            const ssize_t sent = ::write(pty.Master(), bytes.constData() + at, size_t(bytes.size() - at));
+            const ssize_t sent = ::write(pty.Master(), bytes.constData() + at, size_t(qMin(bytes.size() - at, qsizetype(piece))));
             if (sent > 0)
                 at += sent;
             else
@@ -383,6 +387,36 @@ void tst_CommChannel::ownerThatLeavesBytesUnreadIsNotFlooded()
     QTest::qWait(100);
     QCOMPARE(owner.notifications.size(), 2);
     QCOMPARE(channel.GetInput(), QByteArray("ab"));
+}
+
+void tst_CommChannel::bufferStopsReadingWhileTheOwnerLagsAndLosesNothing()
+{
+    CPtyPair pty;
+    RecordingOwner owner;
+    owner.readData = false;
+    CComm channel;
+    owner.Add(channel);
+    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    QByteArray bytes;
+    for (int i = 0; bytes.size() < 3 * CComm::InputBufferLimit; ++i)
+        bytes += QByteArray::number(i) + ' ';
+    std::atomic<bool> allWritten = false;
+    std::thread instrument([&] {
+        for (qsizetype at = 0; at < bytes.size();)
+            at += qMax<ssize_t>(0, ::write(pty.Master(), bytes.constData() + at, size_t(bytes.size() - at)));
+        allWritten = true;
+    });
+
+    // Full, and no fuller: the rest waits in the kernel.
+    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == CComm::InputBufferLimit; }));
+    QTest::qWait(200);
+    QCOMPARE(channel.GetInBufferCount(), quint16(CComm::InputBufferLimit));
+    QVERIFY(!allWritten);
+
+    QByteArray received;
+    QVERIFY(QTest::qWaitFor([&] { return (received += channel.GetInput()).size() >= bytes.size(); }, 10000));
+    instrument.join();
+    QCOMPARE(received, bytes);
 }
 
 void tst_CommChannel::closeReleasesAReaderWaitingForTheOwner()
@@ -517,16 +551,24 @@ void tst_CommChannel::hangUpWaitsForThePendingAcknowledge()
 
     pty.WriteMaster("a");
     QVERIFY(owner.WaitForCount(1));
+    // Read while the owner is busy: the hang-up does not take them away.
+    pty.WriteMaster("bc");
+    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == 3; }));
     pty.CloseMaster();
     QTest::qWait(150);
     QCOMPARE(owner.notifications.size(), 1);
     QVERIFY(channel.IsPortOpen());
 
-    channel.GetInput();
+    // Acknowledged without reading: the bytes are reported again, then the loss.
     channel.Acknowledge();
     QVERIFY(owner.WaitForCount(2));
-    QCOMPARE(owner.notifications.at(1).lParam, qint64(CCommEvent::LineError));
-    QCOMPARE(owner.notifications.at(1).commEvent, CComm::EventLineError);
+    QCOMPARE(owner.notifications.at(1).lParam, qint64(CCommEvent::DataReceived));
+    QVERIFY(!channel.IsLineLost());
+    QCOMPARE(channel.GetInput(), QByteArray("abc"));
+    channel.Acknowledge();
+    QVERIFY(owner.WaitForCount(3));
+    QCOMPARE(owner.notifications.at(2).lParam, qint64(CCommEvent::LineError));
+    QCOMPARE(owner.notifications.at(2).commEvent, CComm::EventLineError);
     QVERIFY(channel.IsLineLost());
     QVERIFY(channel.IsPortOpen());
     channel.Acknowledge();
