@@ -333,8 +333,11 @@ void CComm::ReaderMain()
 {
     RaiseReaderPriority();
     while (!m_bStopping) {
-        const bool room = TakeFromLine();
-        const CCommPort::WaitResult result = m_pPort->WaitEvents(room);
+        if (!TakeFromLine()) {
+            WaitForRoom();
+            continue;
+        }
+        const CCommPort::WaitResult result = m_pPort->WaitEvents();
         if (m_bStopping)
             break;
         if (result.lineLost) {
@@ -375,6 +378,14 @@ bool CComm::TakeFromLine()
         PostNextLocked();
     }
     return m_input.size() < InputBufferLimit;
+}
+
+// Until the owner has taken bytes from the full buffer, or the line closes.
+// Line events wait meanwhile; they come after the bytes anyway.
+void CComm::WaitForRoom()
+{
+    std::unique_lock lock(m_stateMutex);
+    m_stateChanged.wait(lock, [this] { return m_bStopping || m_input.size() < InputBufferLimit; });
 }
 
 // Posts the first of what is pending, in the order data, CTS, DSR, line
@@ -445,6 +456,9 @@ QByteArray CComm::GetInput()
     m_input.remove(0, m_strInput.size());
     m_bInputNews = m_bInputNews || !m_strInput.isEmpty();
     PostNextLocked();
+    // A reader waiting for room goes on (no system call without a waiter).
+    if (!m_strInput.isEmpty())
+        m_stateChanged.notify_all();
     return m_strInput;
 }
 

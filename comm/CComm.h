@@ -44,7 +44,7 @@ Q_DECLARE_LOGGING_CATEGORY(lcComm)
 // GetInput() and GetInBufferCount() hand over from that buffer and never
 // call the system, so a busy kernel cannot hold up the owner's thread.
 // While the buffer is full the reader leaves the bytes to the kernel (and
-// to flow control) until the owner takes some.
+// to flow control) and waits until the owner takes some.
 //
 // A vanished device (a converter pulled out, the other end of a
 // pseudo-terminal closed) is reported once as a line error, after the
@@ -187,6 +187,7 @@ private:
     void StopReader();
     void ReaderMain();
     bool TakeFromLine();
+    void WaitForRoom();
     void PostNextLocked();
     void SetLastError(const QString& text);
     void SendTyped(const QByteArray& text);

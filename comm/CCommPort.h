@@ -62,11 +62,8 @@ public:
     // Arms event watching; called before the reader thread starts.
     virtual bool StartEvents() = 0;
     // Blocks until at least one event, the loss of the device or Wake().
-    // With watchData, bytes waiting to be read are an event (EventData);
-    // without (the reader's buffer is full), the wait ends after RoomPollMs
-    // at the latest, so that the reader looks for room again.
-    virtual WaitResult WaitEvents(bool watchData) = 0;
-    static constexpr int RoomPollMs = 10;
+    // Bytes waiting to be read are an event (EventData).
+    virtual WaitResult WaitEvents() = 0;
     // Makes WaitEvents() and WriteByte() return at once, now and from now on.
     virtual void Wake() = 0;
 };

@@ -412,7 +412,7 @@ std::uint32_t CSerialPort::ModemEvents(WaitResult& result)
     return events;
 }
 
-CCommPort::WaitResult CSerialPort::WaitEvents(bool watchData)
+CCommPort::WaitResult CSerialPort::WaitEvents()
 {
     WaitResult result;
     bool backOff = false;
@@ -422,7 +422,7 @@ CCommPort::WaitResult CSerialPort::WaitEvents(bool watchData)
             result.lineLost = true;
             result.reason = SystemError(errno);
         }
-        if (watchData && count > 0)
+        if (count > 0)
             result.events |= EventData;
         result.events |= ModemEvents(result);
         if (result.lineLost)
@@ -430,10 +430,9 @@ CCommPort::WaitResult CSerialPort::WaitEvents(bool watchData)
         if (result.events != 0)
             return result;
 
-        const bool timed = !watchData || m_bWatchLines || m_bWatchCounters || backOff;
-        const int timeout = !watchData ? RoomPollMs : backOff ? SpuriousWakeBackoffMs : WatchIntervalMs;
-        pollfd fds[2] = {{m_fd, short(watchData && !backOff ? POLLIN : 0), 0}, {m_wakeFd, POLLIN, 0}};
-        const int ready = poll(fds, 2, timed ? timeout : -1);
+        const bool timed = m_bWatchLines || m_bWatchCounters || backOff;
+        pollfd fds[2] = {{m_fd, short(backOff ? 0 : POLLIN), 0}, {m_wakeFd, POLLIN, 0}};
+        const int ready = poll(fds, 2, timed ? (backOff ? SpuriousWakeBackoffMs : WatchIntervalMs) : -1);
         if (ready < 0 && errno != EINTR) {
             result.lineLost = true;
             result.reason = SystemError(errno);
@@ -443,16 +442,13 @@ CCommPort::WaitResult CSerialPort::WaitEvents(bool watchData)
         if (fds[1].revents)
             return result;
         if (fds[0].revents & (POLLHUP | POLLERR | POLLNVAL)) {
-            if (watchData && ioctl(m_fd, FIONREAD, &count) == 0 && count > 0)
+            if (ioctl(m_fd, FIONREAD, &count) == 0 && count > 0)
                 result.events |= EventData;
             result.lineLost = true;
             result.reason = QStringLiteral("the device hung up");
             result.events |= EventError;
             return result;
         }
-        // The reader's buffer is full: it looks for room again.
-        if (!watchData)
-            return result;
         // POLLIN without a byte to count: do not spin on it.
         backOff = (fds[0].revents & POLLIN) && ioctl(m_fd, FIONREAD, &count) == 0 && count == 0;
     }

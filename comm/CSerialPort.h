@@ -30,7 +30,7 @@ public:
     QByteArray Read(int maxBytes) override;
     WriteResult WriteByte(char byte, int timeoutMs) override;
     bool StartEvents() override;
-    WaitResult WaitEvents(bool watchData) override;
+    WaitResult WaitEvents() override;
     void Wake() override;
 
     // The termios bits a block stands for, besides the speed: c_cflag

@@ -155,15 +155,9 @@ bool CUsbPort::StartEvents()
     return IsOpen() && m_d2xx.FT_W32_SetCommMask(m_handle, CD2xx::EV_RXCHAR | CD2xx::EV_CTS | CD2xx::EV_DSR | CD2xx::EV_ERR);
 }
 
-CCommPort::WaitResult CUsbPort::WaitEvents(bool watchData)
+CCommPort::WaitResult CUsbPort::WaitEvents()
 {
     WaitResult result;
-    // The library's wait has no time-out; events that come meanwhile stay
-    // with it for the next wait.
-    if (!watchData) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(RoomPollMs));
-        return result;
-    }
     while (!m_bWoken) {
         CD2xx::ULONG mask = 0;
         const bool completed = m_d2xx.FT_W32_WaitCommEvent(m_handle, &mask, nullptr);

@@ -31,7 +31,7 @@ public:
     QByteArray Read(int maxBytes) override;
     WriteResult WriteByte(char byte, int timeoutMs) override;
     bool StartEvents() override;
-    WaitResult WaitEvents(bool watchData) override;
+    WaitResult WaitEvents() override;
     void Wake() override;
 
     // The last Open() failed because the library could not be bound (then
