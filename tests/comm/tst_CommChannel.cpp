@@ -309,15 +309,7 @@ void tst_CommChannel::carriesEveryByteBothWays()
     owner.Add(channel);
     QVERIFY(channel.OpenPort(Line(PathOf(pty))));
 
-    std::thread instrument([&] {
-        for (qsizetype at = 0; at < bytes.size();) {
-            const ssize_t sent = ::write(pty.Master(), bytes.constData() + at, size_t(qMin(bytes.size() - at, qsizetype(piece))));
-            if (sent > 0)
-                at += sent;
-            else
-                QThread::msleep(1);
-        }
-    });
+    std::thread instrument = WriteAsInstrument(pty, bytes, piece);
     const bool arrived = owner.WaitForData(channel, int(bytes.size()), 10000);
     instrument.join();
     QVERIFY(arrived);
@@ -391,30 +383,22 @@ void tst_CommChannel::ownerThatLeavesBytesUnreadIsNotFlooded()
 
 void tst_CommChannel::bufferStopsReadingWhileTheOwnerLagsAndLosesNothing()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    owner.readData = false;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line(false);
+    QVERIFY(line.opened);
     QByteArray bytes;
     for (int i = 0; bytes.size() < 3 * CComm::InputBufferLimit; ++i)
         bytes += QByteArray::number(i) + ' ';
     std::atomic<bool> allWritten = false;
-    std::thread instrument([&] {
-        for (qsizetype at = 0; at < bytes.size();)
-            at += qMax<ssize_t>(0, ::write(pty.Master(), bytes.constData() + at, size_t(bytes.size() - at)));
-        allWritten = true;
-    });
+    std::thread instrument = WriteAsInstrument(line.pty, bytes, bytes.size(), &allWritten);
 
     // Full, and no fuller: the rest waits in the kernel.
-    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == CComm::InputBufferLimit; }));
+    QVERIFY(QTest::qWaitFor([&] { return line.channel.GetInBufferCount() == CComm::InputBufferLimit; }));
     QTest::qWait(200);
-    QCOMPARE(channel.GetInBufferCount(), quint16(CComm::InputBufferLimit));
+    QCOMPARE(line.channel.GetInBufferCount(), quint16(CComm::InputBufferLimit));
     QVERIFY(!allWritten);
 
     QByteArray received;
-    QVERIFY(QTest::qWaitFor([&] { return (received += channel.GetInput()).size() >= bytes.size(); }, 10000));
+    QVERIFY(QTest::qWaitFor([&] { return (received += line.channel.GetInput()).size() >= bytes.size(); }, 10000));
     instrument.join();
     QCOMPARE(received, bytes);
 }
