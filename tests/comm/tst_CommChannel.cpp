@@ -303,11 +303,9 @@ void tst_CommChannel::carriesEveryByteBothWays()
     QFETCH(QByteArray, bytes);
     QFETCH(int, piece);
 
-    CPtyPair pty;
-    RecordingOwner owner;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line;
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
 
     std::thread instrument = WriteAsInstrument(pty, bytes, piece);
     const bool arrived = owner.WaitForData(channel, int(bytes.size()), 10000);
@@ -327,12 +325,9 @@ void tst_CommChannel::carriesEveryByteBothWays()
 
 void tst_CommChannel::notificationWaitsForTheAcknowledge()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    owner.autoAcknowledge = false;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line(true, false);
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
     QCOMPARE(channel.GetCommEvent(), CComm::EventNone);
 
     pty.WriteMaster("1");
@@ -362,12 +357,9 @@ void tst_CommChannel::notificationWaitsForTheAcknowledge()
 
 void tst_CommChannel::ownerThatLeavesBytesUnreadIsNotFlooded()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    owner.readData = false;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line(false);
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
 
     pty.WriteMaster("a");
     QVERIFY(owner.WaitForCount(1));
@@ -384,33 +376,31 @@ void tst_CommChannel::ownerThatLeavesBytesUnreadIsNotFlooded()
 void tst_CommChannel::bufferStopsReadingWhileTheOwnerLagsAndLosesNothing()
 {
     OwnedLine line(false);
-    QVERIFY(line.opened);
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
     QByteArray bytes;
     for (int i = 0; bytes.size() < 3 * CComm::InputBufferLimit; ++i)
         bytes += QByteArray::number(i) + ' ';
     std::atomic<bool> allWritten = false;
-    std::thread instrument = WriteAsInstrument(line.pty, bytes, bytes.size(), &allWritten);
+    std::thread instrument = WriteAsInstrument(pty, bytes, bytes.size(), &allWritten);
 
     // Full, and no fuller: the rest waits in the kernel.
-    QVERIFY(QTest::qWaitFor([&] { return line.channel.GetInBufferCount() == CComm::InputBufferLimit; }));
+    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == CComm::InputBufferLimit; }));
     QTest::qWait(200);
-    QCOMPARE(line.channel.GetInBufferCount(), quint16(CComm::InputBufferLimit));
+    QCOMPARE(channel.GetInBufferCount(), quint16(CComm::InputBufferLimit));
     QVERIFY(!allWritten);
 
     QByteArray received;
-    QVERIFY(QTest::qWaitFor([&] { return (received += line.channel.GetInput()).size() >= bytes.size(); }, 10000));
+    QVERIFY(QTest::qWaitFor([&] { return (received += channel.GetInput()).size() >= bytes.size(); }, 10000));
     instrument.join();
     QCOMPARE(received, bytes);
 }
 
 void tst_CommChannel::closeReleasesAReaderWaitingForTheOwner()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    owner.autoAcknowledge = false;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line(true, false);
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
     pty.WriteMaster("x");
     QVERIFY(owner.WaitForCount(1));
 
@@ -422,11 +412,9 @@ void tst_CommChannel::closeReleasesAReaderWaitingForTheOwner()
 
 void tst_CommChannel::lateNotificationOfAClosedLineIsNotTheNewLines()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line;
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
     const qint64 oldHandle = channel.GetPortHandle();
 
     // The notification is posted but not delivered before the line closes.
@@ -498,11 +486,9 @@ void tst_CommChannel::reopeningClosesFirst()
 
 void tst_CommChannel::peerHangingUpIsReportedOnceThenClosed()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line;
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
     const qint64 handle = channel.GetPortHandle();
 
     pty.CloseMaster();
@@ -526,12 +512,9 @@ void tst_CommChannel::peerHangingUpIsReportedOnceThenClosed()
 
 void tst_CommChannel::hangUpWaitsForThePendingAcknowledge()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    owner.autoAcknowledge = false;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line(true, false);
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
 
     pty.WriteMaster("a");
     QVERIFY(owner.WaitForCount(1));
@@ -571,13 +554,9 @@ void tst_CommChannel::waitingReaderUsesNoProcessor()
 {
     QFETCH(QByteArray, situation);
 
-    CPtyPair pty;
-    RecordingOwner owner;
-    owner.readData = false;
-    owner.autoAcknowledge = situation != "hang-up";
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line(false, situation != "hang-up");
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
     if (situation == "unread") {
         pty.WriteMaster("left");
         QVERIFY(owner.WaitForCount(1));
