@@ -260,6 +260,13 @@ void CComm::ClosePort(bool keepOutput)
     else
         m_pPort->Close();
     m_pPort.reset();
+    {
+        std::lock_guard state(m_stateMutex);
+        m_bBuffered = false;
+        m_input = QByteArray();
+        m_bInputNews = m_bLossPending = false;
+        m_nPendingEvents = 0;
+    }
     m_bDtrRaised = m_bRtsRaised = false;
     qCDebug(lcComm) << "closed line" << m_nPortHandle;
     m_nPortHandle = -1;
@@ -275,12 +282,16 @@ bool CComm::StartReader()
     {
         std::lock_guard lock(m_stateMutex);
         m_bReaderDone = false;
+        m_bBuffered = true;
+        m_input.reserve(InputBufferLimit);
+        m_nReaderHandle = m_nPortHandle;
     }
     try {
-        m_reader = std::thread(&CComm::ReaderMain, this, m_nPortHandle);
+        m_reader = std::thread(&CComm::ReaderMain, this);
     } catch (const std::system_error& failure) {
         std::lock_guard lock(m_stateMutex);
         m_bReaderDone = true;
+        m_bBuffered = false;
         m_strLastError = QStringLiteral("Cannot start the reader of %1: %2")
                              .arg(QString::fromLocal8Bit(m_strConnector), QString::fromLocal8Bit(failure.what()));
         return false;
@@ -288,13 +299,13 @@ bool CComm::StartReader()
     return true;
 }
 
-// Releases a reader that waits for an acknowledgement, wakes one that waits
-// for the line, and waits until it has ended, waking it again meanwhile in
-// case the wake-up came before it started to wait.
+// Wakes the reader from its wait for the line and waits until it has ended,
+// waking it again meanwhile in case the wake-up came before it started to
+// wait.
 void CComm::StopReader()
 {
     {
-        // Under the lock, so a reader about to wait for the owner sees it.
+        // Under the lock: nothing is posted from here on.
         std::lock_guard lock(m_stateMutex);
         m_bStopping = true;
     }
@@ -318,30 +329,28 @@ void CComm::StopReader()
     m_reader.join();
 }
 
-void CComm::ReaderMain(qint64 portHandle)
+void CComm::ReaderMain()
 {
     RaiseReaderPriority();
     while (!m_bStopping) {
+        if (!TakeFromLine()) {
+            WaitForRoom();
+            continue;
+        }
         const CCommPort::WaitResult result = m_pPort->WaitEvents();
         if (m_bStopping)
             break;
         if (result.lineLost) {
+            // What the device gave before it went still reaches the owner.
+            TakeFromLine();
             qCDebug(lcComm) << "line" << m_strConnector << "lost:" << result.reason;
-            // The reason first: whoever sees IsLineLost() can tell why.
             SetLastError(QStringLiteral("Connection to %1 lost: %2").arg(QString::fromLocal8Bit(m_strConnector), result.reason));
-            m_bLineLost = true;
         }
-        bool goOn = true;
-        for (const LineEventEntry& entry : LineEvents) {
-            if ((result.events & entry.portEvent) == 0)
-                continue;
-            const bool loss = result.lineLost && entry.portEvent == CCommPort::EventError;
-            if (!Notify(entry.commEvent, entry.lParam, portHandle, loss)) {
-                goOn = false;
-                break;
-            }
-        }
-        if (!goOn || result.lineLost)
+        std::lock_guard lock(m_stateMutex);
+        m_nPendingEvents |= result.events & ~CCommPort::EventData;
+        m_bLossPending = m_bLossPending || result.lineLost;
+        PostNextLocked();
+        if (result.lineLost)
             break;
     }
     std::lock_guard lock(m_stateMutex);
@@ -349,22 +358,65 @@ void CComm::ReaderMain(qint64 portHandle)
     m_stateChanged.notify_all();
 }
 
-// Posts one notification and waits until the owner acknowledges it or the
-// channel closes; false when closing.
-bool CComm::Notify(quint16 event, qint64 lParam, qint64 portHandle, bool lineLost)
+// Reads what the line has, as much as the buffer takes; false when the
+// buffer is full. The read runs outside the lock: the owner never waits
+// for the system.
+bool CComm::TakeFromLine()
 {
-    if (m_pOwner == nullptr)
-        return !m_bStopping;
+    qsizetype room = 0;
     {
         std::lock_guard lock(m_stateMutex);
-        m_bAcknowledged = false;
-        m_bLossPosted = lineLost;
+        room = InputBufferLimit - m_input.size();
     }
-    m_nLastEvent = event;
-    QCoreApplication::postEvent(m_pOwner, new CCommEvent(CCommEvent::ComMessage(), portHandle, lParam, this));
+    if (room <= 0)
+        return false;
+    const QByteArray bytes = m_pPort->Read(int(room));
+    std::lock_guard lock(m_stateMutex);
+    if (!bytes.isEmpty()) {
+        m_input += bytes;
+        m_bInputNews = true;
+        PostNextLocked();
+    }
+    return m_input.size() < InputBufferLimit;
+}
+
+// Until the owner has taken bytes from the full buffer, or the line closes.
+// Line events wait meanwhile; they come after the bytes anyway.
+void CComm::WaitForRoom()
+{
     std::unique_lock lock(m_stateMutex);
-    m_stateChanged.wait(lock, [this] { return m_bAcknowledged || m_bStopping; });
-    return !m_bStopping;
+    m_stateChanged.wait(lock, [this] { return m_bStopping || m_input.size() < InputBufferLimit; });
+}
+
+// Posts the first of what is pending, in the order data, CTS, DSR, line
+// error, unless a notification still waits for the owner. Data is pending
+// when bytes came, or the owner took some and left others, since the last
+// report: an owner that leaves bytes unread is not flooded. The loss comes
+// last, once every byte read before it was reported.
+void CComm::PostNextLocked()
+{
+    if (!m_bAcknowledged || !m_bBuffered || m_bStopping)
+        return;
+    for (const LineEventEntry& entry : LineEvents) {
+        const bool data = entry.portEvent == CCommPort::EventData;
+        const bool loss = entry.portEvent == CCommPort::EventError && m_bLossPending;
+        if (data ? !(m_bInputNews && !m_input.isEmpty()) : !(loss || (m_nPendingEvents & entry.portEvent)))
+            continue;
+        if (data)
+            m_bInputNews = false;
+        m_nPendingEvents &= ~entry.portEvent;
+        if (loss) {
+            m_bLossPending = false;
+            m_bLineLost = true;
+        }
+        m_nLastEvent = entry.commEvent;
+        if (m_pOwner == nullptr)
+            continue;
+        m_bAcknowledged = false;
+        m_bLossPosted = loss;
+        QCoreApplication::postEvent(m_pOwner, new CCommEvent(CCommEvent::ComMessage(), m_nReaderHandle, entry.lParam, this));
+        return;
+    }
 }
 
 void CComm::Acknowledge()
@@ -375,8 +427,9 @@ void CComm::Acknowledge()
         m_bAcknowledged = true;
         closeNow = m_bLossPosted;
         m_bLossPosted = false;
+        if (!closeNow)
+            PostNextLocked();
     }
-    m_stateChanged.notify_all();
     // The owner has seen the loss: the line is closed from here on.
     if (closeNow)
         ClosePort();
@@ -386,14 +439,26 @@ quint16 CComm::GetInBufferCount()
 {
     if (m_pPort == nullptr)
         return 0;
-    return quint16(qMin(m_pPort->InputCount(), 0xFFFF));
+    std::lock_guard lock(m_stateMutex);
+    return quint16(qMin<qsizetype>(m_bBuffered ? m_input.size() : m_pPort->InputCount(), 0xFFFF));
 }
 
 QByteArray CComm::GetInput()
 {
     if (m_pPort == nullptr)
         return QByteArray();
-    m_strInput = m_pPort->Read(InputQueueSize);
+    std::lock_guard lock(m_stateMutex);
+    if (!m_bBuffered) {
+        m_strInput = m_pPort->Read(InputQueueSize);
+        return m_strInput;
+    }
+    m_strInput = m_input.first(qMin<qsizetype>(m_input.size(), InputQueueSize));
+    m_input.remove(0, m_strInput.size());
+    m_bInputNews = m_bInputNews || !m_strInput.isEmpty();
+    PostNextLocked();
+    // A reader waiting for room goes on (no system call without a waiter).
+    if (!m_strInput.isEmpty())
+        m_stateChanged.notify_all();
     return m_strInput;
 }
 

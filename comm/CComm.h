@@ -34,22 +34,30 @@ Q_DECLARE_LOGGING_CATEGORY(lcComm)
 //                                  late one of a line closed since): ignore
 //   if (event.lParam() & 4)     -> GetCommEvent() is 2: read with GetInput()
 //   channel.Acknowledge()       -> always, also when nothing was read
-// The reader posts nothing more until then: notifications never overtake
+// The channel posts nothing more until then: notifications never overtake
 // each other. Each event reports one of data (lParam 4, last event 2), CTS
 // (1, 3), DSR (2, 4) and line error (3, 1005), in that order for events seen
 // together.
 //
+// The reader reads the line itself, into a buffer of at most
+// InputBufferLimit bytes, also while a notification waits for the owner;
+// GetInput() and GetInBufferCount() hand over from that buffer and never
+// call the system, so a busy kernel cannot hold up the owner's thread.
+// While the buffer is full the reader leaves the bytes to the kernel (and
+// to flow control) and waits until the owner takes some.
+//
 // A vanished device (a converter pulled out, the other end of a
-// pseudo-terminal closed) is reported once as a line error; IsLineLost() is
-// true from then on until the next open, and when the owner acknowledges
-// that notification the channel closes itself (IsPortOpen() false, the
-// reason in GetLastError()).
+// pseudo-terminal closed) is reported once as a line error, after the
+// bytes read before it were reported; IsLineLost() is true from then on
+// until the next open, and when the owner acknowledges that notification
+// the channel closes itself (IsPortOpen() false, the reason in
+// GetLastError()).
 //
 // Threads: everything runs on the owner's thread except SetOutput(), which
 // another thread (a file transfer) may call at the same time. Closing never
-// waits for the owner: it releases a reader waiting for an acknowledgement.
-// The owner must outlive the open line (a channel that is a member of its
-// owner closes in its destructor, before the owner is gone).
+// waits for the owner. The owner must outlive the open line (a channel that
+// is a member of its owner closes in its destructor, before the owner is
+// gone).
 class CComm : public CByteOutput
 {
 public:
@@ -63,6 +71,9 @@ public:
     // At most this much is read by one GetInput(), the size of the input
     // queue; the length of a block so always fits a signed 16-bit count.
     static constexpr int InputQueueSize = 31744;
+    // The reader's buffer: twice the input queue, so its count still fits
+    // GetInBufferCount().
+    static constexpr int InputBufferLimit = 2 * InputQueueSize;
     static constexpr int DefaultWriteTimeoutMs = 1000;
 
     enum Backend { SerialPortBackend, D2xxBackend };
@@ -111,13 +122,13 @@ public:
     qint64 GetPortHandle() const { return m_nPortHandle; }
     // The notification belongs to this channel and to the line open now.
     bool IsFrom(const CCommEvent& event) const;
-    // Lets the reader go on after a notification; on the owner's thread.
+    // Lets the next notification come; on the owner's thread.
     void Acknowledge();
     void SetAcknowledge() { Acknowledge(); }
 
     // The last line event: 0 at reader start, then 2, 3, 4 or 1005.
     quint16 GetCommEvent() const { return m_nLastEvent; }
-    // Bytes waiting in the input queue (at most 65535); 0 when closed.
+    // Bytes waiting to be read (at most 65535); 0 when closed.
     quint16 GetInBufferCount();
     // Every byte waiting (at most InputQueueSize), NUL bytes included; ""
     // when closed.
@@ -174,8 +185,10 @@ private:
     void ClosePort(bool keepOutput = false);
     bool StartReader();
     void StopReader();
-    void ReaderMain(qint64 portHandle);
-    bool Notify(quint16 event, qint64 lParam, qint64 portHandle, bool lineLost);
+    void ReaderMain();
+    bool TakeFromLine();
+    void WaitForRoom();
+    void PostNextLocked();
     void SetLastError(const QString& text);
     void SendTyped(const QByteArray& text);
     void Write(const QByteArray& text, const std::atomic<bool>* stop);
@@ -210,6 +223,14 @@ private:
     bool m_bLossPosted = false;     // the notification waiting is the loss
     bool m_bReaderDone = true;
     QString m_strLastError;
+    // What the reader has read and not yet handed over, and what it still
+    // has to report (under m_stateMutex).
+    bool m_bBuffered = false;       // a reader fills m_input on this open
+    QByteArray m_input;
+    bool m_bInputNews = false;      // bytes came or went since the last report
+    std::uint32_t m_nPendingEvents = 0;
+    bool m_bLossPending = false;
+    qint64 m_nReaderHandle = -1;
 
     // Last: its transfer thread writes through this channel, so it must end
     // before anything else of the channel goes.

@@ -9,9 +9,9 @@
 
 // One open device behind a channel: the serial-port back-end (CSerialPort,
 // termios on a device node) or the USB converter back-end (CUsbPort, the
-// D2XX library). The channel owns it; the reader thread calls only
-// WaitEvents(), any thread may call Wake(), the write path is serialised by
-// the channel, everything else runs on the owner's thread.
+// D2XX library). The channel owns it; while a reader runs it calls only
+// WaitEvents() and Read(), any thread may call Wake(), the write path is
+// serialised by the channel, everything else runs on the owner's thread.
 class CCommPort
 {
 public:
@@ -62,8 +62,7 @@ public:
     // Arms event watching; called before the reader thread starts.
     virtual bool StartEvents() = 0;
     // Blocks until at least one event, the loss of the device or Wake().
-    // Data is reported when bytes arrived since the last report or since the
-    // owner last read, so an owner that leaves bytes unread is not flooded.
+    // Bytes waiting to be read are an event (EventData).
     virtual WaitResult WaitEvents() = 0;
     // Makes WaitEvents() and WriteByte() return at once, now and from now on.
     virtual void Wake() = 0;

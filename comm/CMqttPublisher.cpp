@@ -437,6 +437,12 @@ void CMqttPublisher::Start(const Options& options)
     m_thread = std::thread(&CMqttPublisher::Run, this, options);
 }
 
+qint64 CMqttPublisher::MaxQueued() const
+{
+    std::lock_guard lock(m_mutex);
+    return m_nMaxQueued;
+}
+
 void CMqttPublisher::Run(Options options)
 {
     // The window's thread goes first on a busy machine: readings may wait

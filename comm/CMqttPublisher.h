@@ -27,6 +27,9 @@ public:
     enum class State { Off, Retrying, Connected };
     Q_ENUM(State)
 
+    // Messages the journal keeps while the broker is away.
+    static constexpr qint64 DefaultMaxQueued = 100000;
+
     struct Options
     {
         CMqttBrokerUrl broker;
@@ -35,7 +38,7 @@ public:
         QString password;
         QString topicPrefix; // readings go to PREFIX/readings
         QString journalPath;
-        qint64 maxQueued = 100000;
+        qint64 maxQueued = DefaultMaxQueued;
     };
 
     explicit CMqttPublisher(QObject* parent = nullptr);
@@ -53,6 +56,8 @@ public:
     State CurrentState() const { return m_state.load(); }
     // Messages handed over and not yet acknowledged by the broker.
     qint64 Waiting() const { return m_nWaiting.load(); }
+    // The bound of the queue (Options::maxQueued of the last Start).
+    qint64 MaxQueued() const;
     QString JournalPath() const;
     static QString StateText(State state);
 
@@ -79,7 +84,7 @@ private:
     qint64 m_nPendingDropped = 0; // dropped before reaching the journal
     bool m_bStop = false;
     int m_nDrainMs = 0;
-    qint64 m_nMaxQueued = 100000;
+    qint64 m_nMaxQueued = DefaultMaxQueued;
     QString m_strJournalPath;
     std::atomic<State> m_state{State::Off};
     std::atomic<qint64> m_nWaiting{0};

@@ -338,7 +338,6 @@ QByteArray CSerialPort::Read(int maxBytes)
         if (got <= 0)
             break;
     }
-    m_nReads.fetch_add(1);
     return data;
 }
 
@@ -382,20 +381,7 @@ bool CSerialPort::StartEvents()
         m_modem.dsr = counters.dsr;
         m_modem.errors = counters.frame + counters.overrun + counters.parity + counters.brk + counters.buf_overrun;
     }
-    m_nCountAtReport = 0;
-    m_nReadsAtReport = m_nReads.load();
     return true;
-}
-
-bool CSerialPort::DataArrived(int count) const
-{
-    return count > 0 && (m_nReads.load() != m_nReadsAtReport || count > m_nCountAtReport);
-}
-
-void CSerialPort::NoteDataReported(int count)
-{
-    m_nCountAtReport = count;
-    m_nReadsAtReport = m_nReads.load();
 }
 
 std::uint32_t CSerialPort::ModemEvents(WaitResult& result)
@@ -436,21 +422,16 @@ CCommPort::WaitResult CSerialPort::WaitEvents()
             result.lineLost = true;
             result.reason = SystemError(errno);
         }
-        if (DataArrived(count)) {
+        if (count > 0)
             result.events |= EventData;
-            NoteDataReported(count);
-        }
         result.events |= ModemEvents(result);
         if (result.lineLost)
             result.events |= EventError;
         if (result.events != 0)
             return result;
 
-        // Bytes the owner left unread are not news: wait for more to come
-        // (the count grows) or for the owner to read them.
-        const bool watchData = count == 0 && !backOff;
-        const bool timed = m_bWatchLines || m_bWatchCounters || count > 0 || backOff;
-        pollfd fds[2] = {{m_fd, short(watchData ? POLLIN : 0), 0}, {m_wakeFd, POLLIN, 0}};
+        const bool timed = m_bWatchLines || m_bWatchCounters || backOff;
+        pollfd fds[2] = {{m_fd, short(backOff ? 0 : POLLIN), 0}, {m_wakeFd, POLLIN, 0}};
         const int ready = poll(fds, 2, timed ? (backOff ? SpuriousWakeBackoffMs : WatchIntervalMs) : -1);
         if (ready < 0 && errno != EINTR) {
             result.lineLost = true;
@@ -461,10 +442,8 @@ CCommPort::WaitResult CSerialPort::WaitEvents()
         if (fds[1].revents)
             return result;
         if (fds[0].revents & (POLLHUP | POLLERR | POLLNVAL)) {
-            if (ioctl(m_fd, FIONREAD, &count) == 0 && DataArrived(count)) {
+            if (ioctl(m_fd, FIONREAD, &count) == 0 && count > 0)
                 result.events |= EventData;
-                NoteDataReported(count);
-            }
             result.lineLost = true;
             result.reason = QStringLiteral("the device hung up");
             result.events |= EventError;

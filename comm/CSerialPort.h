@@ -2,8 +2,6 @@
 
 #include "CCommPort.h"
 
-#include <atomic>
-
 struct serial_icounter_struct;
 
 // The serial-port back-end: a tty device node driven with termios and ioctl.
@@ -12,6 +10,7 @@ struct serial_icounter_struct;
 // Events: poll() for data and hang-up, the modem lines (TIOCMGET) and the
 // error counters (TIOCGICOUNT) where the driver has them; a pseudo-terminal
 // has neither, and then the reader sleeps in poll() until data or Wake().
+// The channel's reader does all reading while it runs.
 class CSerialPort : public CCommPort
 {
 public:
@@ -54,8 +53,6 @@ private:
     };
 
     std::uint32_t ModemEvents(WaitResult& result);
-    bool DataArrived(int count) const;
-    void NoteDataReported(int count);
 
     QByteArray m_strPath;
     int m_fd = -1;
@@ -63,8 +60,4 @@ private:
     bool m_bWatchLines = false;
     bool m_bWatchCounters = false;
     ModemSnapshot m_modem;
-    // Data reporting: bytes waiting at the last report and the owner's reads.
-    int m_nCountAtReport = 0;
-    unsigned m_nReadsAtReport = 0;
-    std::atomic<unsigned> m_nReads = 0;
 };

@@ -57,6 +57,9 @@ terminal/CTtyInterpreter.cpp~    if (codePoint < 0xA0 && codePoint >= 0x80)~    
 terminal/CCsiGuard.cpp~            return ++m_nSeparators <= MaxSeparators;~            return ++m_nSeparators < MaxSeparators;~terminal: CSI guard one separator short~tst_TerminalScreen tst_TerminalWindow tst_cli_screen orvalis-cli
 comm/CComm.cpp~    m_pPort->SetDtr(true);<NL>    return 1;~    return 1;~channel: DTR not raised on open~tst_ModemLines tst_UsbConverter tst_CommChannel
 comm/CSerialPort.cpp~    SetDtr(false);<NL>    ioctl(m_fd, TCFLSH, TCIOFLUSH);~    ioctl(m_fd, TCFLSH, TCIOFLUSH);~serial port: DTR left up at close~tst_ModemLines
+comm/CComm.cpp~        room = InputBufferLimit - m_input.size();~        room = 4 * InputBufferLimit - m_input.size();~channel: reader buffer over its bound~tst_CommChannel tst_UsbConverter
+comm/CComm.cpp~    m_input.remove(0, m_strInput.size());~~channel: bytes handed over stay in the buffer~tst_CommChannel tst_UsbConverter
+comm/CComm.cpp~    if (!m_bAcknowledged || !m_bBuffered || m_bStopping)~    if (!m_bBuffered || m_bStopping)~channel: next notification before the acknowledge~tst_CommChannel tst_UsbConverter
 instrument/ui/COrvalisView.cpp~    sheet.m_pScriptPage->SaveTo(m_script);~~options: script page not stored~tst_InstrumentWindow
 instrument/ui/COrvalisView.cpp~    sheet.m_pCommPage->GetParameters(m_commParam);~~options: line settings not stored~tst_InstrumentWindow
 instrument/ui/COrvalisView.cpp~    sheet.m_pFunctionKeysPage->SaveTo(m_functionKeys);~~options: function keys not stored~tst_InstrumentWindow

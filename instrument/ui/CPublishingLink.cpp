@@ -27,7 +27,7 @@ CPublishingLink::CPublishingLink(CTextSink* window)
     connect(&m_publisher, &CMqttPublisher::MessagesDropped, this, [this](qint64) {
         Q_EMIT Message(QStringLiteral("MQTT: the queue for the broker is full (%1 readings); the oldest are being "
                                       "dropped")
-                           .arg(QLocale().toString(m_publisher.Waiting())));
+                           .arg(QLocale().toString(m_publisher.MaxQueued())));
     });
     connect(&m_publisher, &CMqttPublisher::Failed, this,
             [this](const QString& message) { Q_EMIT Message(QStringLiteral("MQTT: ") + message); });
@@ -63,7 +63,7 @@ void CPublishingLink::StartFromProfile(const QString& profilePath, const QString
                            });
 }
 
-void CPublishingLink::Start(const CPublishingSettings& settings, const QString& driverName)
+void CPublishingLink::Start(const CPublishingSettings& settings, const QString& driverName, qint64 maxQueued)
 {
     ++m_nStartCount;
     Stop();
@@ -80,6 +80,7 @@ void CPublishingLink::Start(const CPublishingSettings& settings, const QString& 
         Q_EMIT Message(QStringLiteral("MQTT: ") + error);
         return;
     }
+    options.maxQueued = maxQueued;
     m_bOn = true;
     m_sink.SetEnabled(true);
     m_publisher.Start(options);

@@ -28,8 +28,9 @@ public:
     // (read first, so publishing may start a moment later).
     void StartFromProfile(const QString& profilePath, const QString& driverName);
     // Publishing with these settings (as the Publishing page holds them); no
-    // broker: off.
-    void Start(const CPublishingSettings& settings, const QString& driverName);
+    // broker: off. At most maxQueued readings wait for the broker.
+    void Start(const CPublishingSettings& settings, const QString& driverName,
+               qint64 maxQueued = CMqttPublisher::DefaultMaxQueued);
     // Sends the line still open and stops (what the broker has not taken
     // stays in the journal for the next time).
     void Stop();

@@ -13,6 +13,9 @@
 #include <QTest>
 #include <QThread>
 
+#include <atomic>
+#include <thread>
+
 // The output baud rate of a line as the kernel holds it (any rate).
 unsigned LineBaudRate(int fd);
 
@@ -123,6 +126,41 @@ private:
 
     QList<CComm*> m_channels;
 };
+
+// A channel open on a pseudo-terminal, with an owner that records it.
+struct OwnedLine
+{
+    explicit OwnedLine(bool readData = true, bool autoAcknowledge = true)
+    {
+        owner.readData = readData;
+        owner.autoAcknowledge = autoAcknowledge;
+        owner.Add(channel);
+        opened = channel.OpenPort(Line(PathOf(pty)));
+    }
+    CPtyPair pty;
+    RecordingOwner owner;
+    CComm channel;
+    bool opened = false;
+};
+
+// The instrument on a thread of its own: writes the bytes to the master end
+// in pieces of at most piece bytes as fast as the line takes them, then
+// sets done.
+inline std::thread WriteAsInstrument(const CPtyPair& pty, const QByteArray& bytes, qsizetype piece,
+                                     std::atomic<bool>* done = nullptr)
+{
+    return std::thread([&pty, bytes, piece, done] {
+        for (qsizetype at = 0; at < bytes.size();) {
+            const ssize_t sent = ::write(pty.Master(), bytes.constData() + at, size_t(qMin(bytes.size() - at, piece)));
+            if (sent > 0)
+                at += sent;
+            else
+                QThread::msleep(1);
+        }
+        if (done)
+            *done = true;
+    });
+}
 
 // A terminal screen that remembers what it was given.
 class RecordingDisplay : public CTerminalDisplayInput

@@ -49,6 +49,7 @@ private Q_SLOTS:
     void carriesEveryByteBothWays();
     void notificationWaitsForTheAcknowledge();
     void ownerThatLeavesBytesUnreadIsNotFlooded();
+    void bufferStopsReadingWhileTheOwnerLagsAndLosesNothing();
     void closeReleasesAReaderWaitingForTheOwner();
     void lateNotificationOfAClosedLineIsNotTheNewLines();
     void closingOneChannelLeavesTheOtherRunning();
@@ -287,33 +288,26 @@ void tst_CommChannel::busyLineNamesTheProgramHoldingIt()
 void tst_CommChannel::carriesEveryByteBothWays_data()
 {
     QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("piece");     // bytes per write by the instrument
     QTest::newRow("NUL bytes and bytes above 0x7F")
-        << QByteArray("A\0B\xff\x80\r\n\0", 8);
+        << QByteArray("A\0B\xff\x80\r\n\0", 8) << 8;
     QByteArray large;
     for (int i = 0; i < 100000; ++i)
         large.append(char(i * 7 + i / 256));
-    QTest::newRow("100000 bytes, many notifications") << large;
+    QTest::newRow("100000 bytes in one block, many notifications") << large << int(large.size());
+    QTest::newRow("100000 bytes in pieces of 7") << large << 7;
 }
 
 void tst_CommChannel::carriesEveryByteBothWays()
 {
     QFETCH(QByteArray, bytes);
+    QFETCH(int, piece);
 
-    CPtyPair pty;
-    RecordingOwner owner;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line;
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
 
-    std::thread instrument([&] {
-        for (qsizetype at = 0; at < bytes.size();) {
-            const ssize_t sent = ::write(pty.Master(), bytes.constData() + at, size_t(bytes.size() - at));
-            if (sent > 0)
-                at += sent;
-            else
-                QThread::msleep(1);
-        }
-    });
+    std::thread instrument = WriteAsInstrument(pty, bytes, piece);
     const bool arrived = owner.WaitForData(channel, int(bytes.size()), 10000);
     instrument.join();
     QVERIFY(arrived);
@@ -331,12 +325,9 @@ void tst_CommChannel::carriesEveryByteBothWays()
 
 void tst_CommChannel::notificationWaitsForTheAcknowledge()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    owner.autoAcknowledge = false;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line(true, false);
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
     QCOMPARE(channel.GetCommEvent(), CComm::EventNone);
 
     pty.WriteMaster("1");
@@ -366,12 +357,9 @@ void tst_CommChannel::notificationWaitsForTheAcknowledge()
 
 void tst_CommChannel::ownerThatLeavesBytesUnreadIsNotFlooded()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    owner.readData = false;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line(false);
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
 
     pty.WriteMaster("a");
     QVERIFY(owner.WaitForCount(1));
@@ -385,14 +373,34 @@ void tst_CommChannel::ownerThatLeavesBytesUnreadIsNotFlooded()
     QCOMPARE(channel.GetInput(), QByteArray("ab"));
 }
 
+void tst_CommChannel::bufferStopsReadingWhileTheOwnerLagsAndLosesNothing()
+{
+    OwnedLine line(false);
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
+    QByteArray bytes;
+    for (int i = 0; bytes.size() < 3 * CComm::InputBufferLimit; ++i)
+        bytes += QByteArray::number(i) + ' ';
+    std::atomic<bool> allWritten = false;
+    std::thread instrument = WriteAsInstrument(pty, bytes, bytes.size(), &allWritten);
+
+    // Full, and no fuller: the rest waits in the kernel.
+    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == CComm::InputBufferLimit; }));
+    QTest::qWait(200);
+    QCOMPARE(channel.GetInBufferCount(), quint16(CComm::InputBufferLimit));
+    QVERIFY(!allWritten);
+
+    QByteArray received;
+    QVERIFY(QTest::qWaitFor([&] { return (received += channel.GetInput()).size() >= bytes.size(); }, 10000));
+    instrument.join();
+    QCOMPARE(received, bytes);
+}
+
 void tst_CommChannel::closeReleasesAReaderWaitingForTheOwner()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    owner.autoAcknowledge = false;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line(true, false);
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
     pty.WriteMaster("x");
     QVERIFY(owner.WaitForCount(1));
 
@@ -404,11 +412,9 @@ void tst_CommChannel::closeReleasesAReaderWaitingForTheOwner()
 
 void tst_CommChannel::lateNotificationOfAClosedLineIsNotTheNewLines()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line;
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
     const qint64 oldHandle = channel.GetPortHandle();
 
     // The notification is posted but not delivered before the line closes.
@@ -480,11 +486,9 @@ void tst_CommChannel::reopeningClosesFirst()
 
 void tst_CommChannel::peerHangingUpIsReportedOnceThenClosed()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line;
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
     const qint64 handle = channel.GetPortHandle();
 
     pty.CloseMaster();
@@ -508,25 +512,30 @@ void tst_CommChannel::peerHangingUpIsReportedOnceThenClosed()
 
 void tst_CommChannel::hangUpWaitsForThePendingAcknowledge()
 {
-    CPtyPair pty;
-    RecordingOwner owner;
-    owner.autoAcknowledge = false;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line(true, false);
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
 
     pty.WriteMaster("a");
     QVERIFY(owner.WaitForCount(1));
+    // Read while the owner is busy: the hang-up does not take them away.
+    pty.WriteMaster("bc");
+    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == 3; }));
     pty.CloseMaster();
     QTest::qWait(150);
     QCOMPARE(owner.notifications.size(), 1);
     QVERIFY(channel.IsPortOpen());
 
-    channel.GetInput();
+    // Acknowledged without reading: the bytes are reported again, then the loss.
     channel.Acknowledge();
     QVERIFY(owner.WaitForCount(2));
-    QCOMPARE(owner.notifications.at(1).lParam, qint64(CCommEvent::LineError));
-    QCOMPARE(owner.notifications.at(1).commEvent, CComm::EventLineError);
+    QCOMPARE(owner.notifications.at(1).lParam, qint64(CCommEvent::DataReceived));
+    QVERIFY(!channel.IsLineLost());
+    QCOMPARE(channel.GetInput(), QByteArray("abc"));
+    channel.Acknowledge();
+    QVERIFY(owner.WaitForCount(3));
+    QCOMPARE(owner.notifications.at(2).lParam, qint64(CCommEvent::LineError));
+    QCOMPARE(owner.notifications.at(2).commEvent, CComm::EventLineError);
     QVERIFY(channel.IsLineLost());
     QVERIFY(channel.IsPortOpen());
     channel.Acknowledge();
@@ -545,13 +554,9 @@ void tst_CommChannel::waitingReaderUsesNoProcessor()
 {
     QFETCH(QByteArray, situation);
 
-    CPtyPair pty;
-    RecordingOwner owner;
-    owner.readData = false;
-    owner.autoAcknowledge = situation != "hang-up";
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(PathOf(pty))));
+    OwnedLine line(false, situation != "hang-up");
+    auto& [pty, owner, channel, opened] = line;
+    QVERIFY(opened);
     if (situation == "unread") {
         pty.WriteMaster("left");
         QVERIFY(owner.WaitForCount(1));

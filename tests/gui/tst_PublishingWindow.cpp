@@ -22,6 +22,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
@@ -120,6 +121,24 @@ private Q_SLOTS:
         MqttTestSubscriber subscriber(broker.Port(), Prefix + "/readings", "orvalis-test-later");
         QTRY_COMPARE_WITH_TIMEOUT(Pane(), QStringLiteral("MQTT: connected"), 10000);
         QTRY_COMPARE_WITH_TIMEOUT(Texts(subscriber.Payloads(Prefix + "/readings")), QStringList{"kept while away"}, 5000);
+    }
+
+    void fullQueueIsToldOnceInTheStatusBar()
+    {
+        MqttTestBroker away; // never started: the readings wait
+        COrvalisView* view = Start(QString());
+        QVERIFY(view);
+        CPublishingSettings settings;
+        settings.m_strBroker = away.Url();
+        QSignalSpy messages(&view->Publishing(), &CPublishingLink::Message);
+        view->Publishing().Start(settings, QStringLiteral("Lab"), 5);
+        for (int n = 0; n < 20; ++n)
+            QVERIFY(m_pty->WriteMaster(QByteArray::number(n) + "\r\n"));
+        QTRY_COMPARE(m_app->MainFrame()->GetPaneText(CFrameServices::PaneMessage),
+                     QStringLiteral("MQTT: the queue for the broker is full (5 readings); the oldest are being dropped"));
+        QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("19\n")));
+        QTest::qWait(100);
+        QCOMPARE(messages.size(), 1);
     }
 
     void withoutBrokerThePaneSaysOff()

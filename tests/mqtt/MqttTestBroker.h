@@ -142,12 +142,16 @@ public:
         return false;
     }
 
-    // SIGTERM: the broker writes its persistence file and ends.
-    void Stop()
+    // SIGTERM: the broker writes its persistence file and ends. SIGKILL
+    // (kill): it ends at once, and only what that file had comes back.
+    void Stop(bool kill = false)
     {
         if (m_process.state() == QProcess::NotRunning)
             return;
-        m_process.terminate();
+        if (kill)
+            m_process.kill();
+        else
+            m_process.terminate();
         if (!m_process.waitForFinished(5000)) {
             m_process.kill();
             m_process.waitForFinished(2000);

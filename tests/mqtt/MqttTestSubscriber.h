@@ -42,6 +42,11 @@ public:
             std::lock_guard lock(me->m_mutex);
             me->m_bSubscribed = true;
         });
+        mosquitto_disconnect_callback_set(m_pMosq, [](mosquitto*, void* self, int) {
+            auto* me = static_cast<MqttTestSubscriber*>(self);
+            std::lock_guard lock(me->m_mutex);
+            me->m_bSubscribed = false;
+        });
         mosquitto_message_callback_set(m_pMosq, [](mosquitto*, void* self, const mosquitto_message* m) {
             auto* me = static_cast<MqttTestSubscriber*>(self);
             std::lock_guard lock(me->m_mutex);
