@@ -11,11 +11,14 @@
 #include <QTemporaryDir>
 #include <QThread>
 
+#include <dlfcn.h>
+
 class KeyringTestServer
 {
 public:
     ~KeyringTestServer()
     {
+        KeepProcessWhenBusEnds();
         for (QProcess* process : {&m_keyring, &m_bus}) {
             process->kill();
             process->waitForFinished(3000);
@@ -63,6 +66,26 @@ public:
     QString Why() const { return m_strWhy; }
 
 private:
+    // The keyring library talks through GLib, whose session bus connection
+    // ends its process with SIGTERM when the bus goes away: a test that
+    // wrote to this keyring would end with it. GLib is taken only where the
+    // keyring library has loaded it already.
+    static void KeepProcessWhenBusEnds()
+    {
+        using BusGet = void* (*)(int busType, void* cancellable, void** error);
+        using SetExitOnClose = void (*)(void* connection, int exitOnClose);
+        void* gio = dlopen("libgio-2.0.so.0", RTLD_LAZY | RTLD_NOLOAD);
+        if (!gio)
+            return;
+        const auto get = reinterpret_cast<BusGet>(dlsym(gio, "g_bus_get_sync"));
+        const auto set = reinterpret_cast<SetExitOnClose>(dlsym(gio, "g_dbus_connection_set_exit_on_close"));
+        constexpr int SessionBus = 2;
+        void* connection = get && set ? get(SessionBus, nullptr, nullptr) : nullptr;
+        if (connection)
+            set(connection, 0);
+        dlclose(gio);
+    }
+
     bool WaitForService()
     {
         const QDeadlineTimer deadline(10000);
