@@ -33,7 +33,7 @@ comm/CCommandSender.cpp~    if (*number < CSerialNumberRecord::MinSerialNumber |
 comm/CCommandSender.cpp~    while (!m_bSending && !m_queue.empty()) {~    while (!m_queue.empty()) {~sender: queue drained during a transfer~tst_CommandSender tst_CSerialNumberDlg
 comm/CPlaybackFile.cpp~    if (line.startsWith('D')) {~    if (line.startsWith('d')) {~playback: delay lines~tst_CommandSender tst_ReceivePipeline
 comm/CPlaybackFile.cpp~        value = qMin(Max, value * 10 + quint64(line.at(p) - '0'));~        value = qMin(Max, value * 10 + quint64(line.at(p) - '1'));~playback: delay digits~tst_CommandSender tst_ReceivePipeline
-comm/CDeviceControlBlock.cpp~    else if (parameters.m_nStopBits == 2)~    else if (parameters.m_nStopBits == 3)~line settings: two stop bits~tst_CDeviceControlBlock tst_CommChannel tst_UsbConverter
+comm/CDeviceControlBlock.cpp~    else if (parameters.m_nStopBits == 2)~    else if (parameters.m_nStopBits == 3)~line settings: two stop bits~tst_LineSettings tst_CommChannel tst_UsbConverter
 comm/CComm.cpp~        if (result == CCommPort::TimedOut && stop && *stop)~        if (result == CCommPort::TimedOut && stop)~channel: stopped transfer on a slow line~tst_CommSending tst_CommChannel
 comm/CFileTransfer.cpp~            if (m_bStop || block.size() != BlockSize)~            if (block.size() != BlockSize)~transfer: stop flag ignored~tst_CommSending tst_InstrumentWindow tst_cli orvalis-cli
 instrument/CDisplayText.cpp~        if (byte == '\n' && afterCR)~        if (byte == '\n')~display: lone line feed dropped~tst_DisplayText tst_InstrumentWindow
