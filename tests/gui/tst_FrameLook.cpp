@@ -221,12 +221,18 @@ private Q_SLOTS:
         QTRY_COMPARE(Frame()->GetPaneText(CMainFrame::PaneCaps), QString());
     }
 
-    void helpWindowFitsTheScreenAndEscClosesIt()
+    void helpWindowShowsTheManualFitsTheScreenAndEscClosesIt()
     {
         StartApp();
         QVERIFY(Frame()->RouteCommand(ID_HELP_FINDER));
         auto* help = Frame()->findChild<CHelpWindow*>();
         QVERIFY(help && help->isVisible());
+        const QString text = help->Browser()->toPlainText();
+        QVERIFY2(text.contains(QStringLiteral("The script language")), qPrintable(text.left(200)));
+        QVERIFY(text.contains(QStringLiteral("<CR>")));
+        // A second request brings the same window to the front.
+        Frame()->RouteCommand(ID_HELP);
+        QCOMPARE(Frame()->findChildren<CHelpWindow*>().size(), 1);
         const QRect screen = Frame()->screen()->availableGeometry();
         QVERIFY2(screen.contains(help->geometry()),
                  qPrintable(QStringLiteral("%1,%2 %3x%4 on %5x%6")

@@ -756,31 +756,13 @@ private Q_SLOTS:
         QVERIFY(view->GetDocument().IsModified());
     }
 
-    void savedTextOpensDisconnected()
+    // File New first: the request to connect is still set from the start.
+    void windowsBesideAConnectedOneStayOffTheLine()
     {
         QFile text(Home(QStringLiteral("run.txt")));
         QVERIFY(text.open(QIODevice::WriteOnly));
         text.write("12.5\r\n13\xB0" "C\r\n");
         text.close();
-        COrvalisView* connected = Start(Driver(m_pty->SlaveName()));
-        QVERIFY(connected);
-        m_dialogs->m_openAnswers = {text.fileName()};
-        QVERIFY(Frame()->RouteCommand(ID_FILE_OPEN));
-        auto* view = qobject_cast<COrvalisView*>(Frame()->ActiveView());
-        QVERIFY(view && view != connected);
-        QCOMPARE(view->toPlainText(), QStringLiteral("12.5\n13\u00B0C\n"));
-        QVERIFY(!view->OpenedByConnect());
-        QVERIFY(!view->m_comm.IsPortOpen());
-        QVERIFY(view->IsWindowEnabled());
-        QVERIFY(!view->GetDocument().IsModified());
-        QVERIFY(!Frame()->QueryCommand(ID_SEND_FILE).bEnabled);
-        // The connected window keeps its commands.
-        Frame()->MdiArea()->setActiveSubWindow(Frame()->MdiArea()->subWindowList().first());
-        QVERIFY(Frame()->QueryCommand(ID_SEND_FILE).bEnabled);
-    }
-
-    void fileNewBesideAConnectedWindowStaysOffTheLine()
-    {
         COrvalisView* connected = Start(Driver(m_pty->SlaveName()));
         QVERIFY(connected);
         QString offered;
@@ -792,15 +774,30 @@ private Q_SLOTS:
         };
         QVERIFY(Frame()->RouteCommand(ID_FILE_NEW));
         QCOMPARE(offered, QStringLiteral("Orvali"));
-        auto* view = qobject_cast<COrvalisView*>(Frame()->ActiveView());
-        QVERIFY(view && view != connected);
-        QVERIFY(!view->OpenedByConnect());
-        QVERIFY(!view->m_comm.IsPortOpen());
+        auto* fresh = qobject_cast<COrvalisView*>(Frame()->ActiveView());
+        QVERIFY(fresh && fresh != connected);
+        QVERIFY(!fresh->OpenedByConnect());
+        QVERIFY(!fresh->m_comm.IsPortOpen());
         QVERIFY(StatusText().isEmpty() || !StatusText().contains(m_pty->SlaveName()));
-        // The line stays with the connected window.
+
+        // A saved text opens as an editor without the line's commands.
+        m_dialogs->m_openAnswers = {text.fileName()};
+        QVERIFY(Frame()->RouteCommand(ID_FILE_OPEN));
+        auto* saved = qobject_cast<COrvalisView*>(Frame()->ActiveView());
+        QVERIFY(saved && saved != connected && saved != fresh);
+        QCOMPARE(saved->toPlainText(), QStringLiteral("12.5\n13\u00B0C\n"));
+        QVERIFY(!saved->OpenedByConnect());
+        QVERIFY(!saved->m_comm.IsPortOpen());
+        QVERIFY(saved->IsWindowEnabled());
+        QVERIFY(!saved->GetDocument().IsModified());
+        QVERIFY(!Frame()->QueryCommand(ID_SEND_FILE).bEnabled);
+
+        // The line stays with the connected window, and its commands.
         Send("12.5\r\n");
         QTRY_COMPARE(connected->toPlainText(), QStringLiteral("12.5\n"));
-        QVERIFY(view->toPlainText().isEmpty());
+        QVERIFY(fresh->toPlainText().isEmpty());
+        Frame()->MdiArea()->setActiveSubWindow(Frame()->MdiArea()->subWindowList().first());
+        QVERIFY(Frame()->QueryCommand(ID_SEND_FILE).bEnabled);
     }
 
     void printsWithHalfInchMargins()

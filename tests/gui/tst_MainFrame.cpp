@@ -4,7 +4,6 @@
 
 #include "CChildFrame.h"
 #include "CFunctionKeyBar.h"
-#include "CHelpWindow.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
 #include "CStringTable.h"
@@ -22,7 +21,6 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QTemporaryDir>
-#include <QTextBrowser>
 #include <QTest>
 
 #include <memory>
@@ -43,21 +41,6 @@ private Q_SLOTS:
         m_app.reset();
         m_home.reset();
         qunsetenv("ORVALIS_HOME");
-    }
-
-    void firstStartWithoutProfile()
-    {
-        CScriptedDialogs dialogs;
-        StartApp();
-        CMainFrame* frame = m_app->MainFrame();
-        QVERIFY(frame->isVisible());
-        QCOMPARE(m_app->m_rcWindow.left, CWindowRect::UseDefault);
-        QVERIFY(m_app->m_strLastUsedDriver.isEmpty());
-        QVERIFY(m_app->m_strLastTerminalDriver.isEmpty());
-        QCOMPARE(frame->MdiArea()->subWindowList().size(), 0);
-        QCOMPARE(dialogs.m_nOpenCalls, 0);
-        QCOMPARE(frame->CurrentMenuId(), IDR_MAINFRAME);
-        QVERIFY(!frame->IsFunctionKeyBarVisible());
     }
 
     void firstStartCopiesExamplesIntoEmptyFolder_data()
@@ -89,6 +72,15 @@ private Q_SLOTS:
         QCOMPARE(folder.entryList({QStringLiteral("*.tbb")}, QDir::Files, QDir::Name), expected);
         if (!ownDriver.isEmpty() || !profile.isEmpty())
             return;
+        // The first start asks nothing and opens no window.
+        CMainFrame* frame = m_app->MainFrame();
+        QVERIFY(frame->isVisible());
+        QCOMPARE(m_app->m_rcWindow.left, CWindowRect::UseDefault);
+        QVERIFY(m_app->m_strLastUsedDriver.isEmpty() && m_app->m_strLastTerminalDriver.isEmpty());
+        QCOMPARE(frame->MdiArea()->subWindowList().size(), 0);
+        QCOMPARE(dialogs.m_nOpenCalls, 0);
+        QCOMPARE(frame->CurrentMenuId(), IDR_MAINFRAME);
+        QVERIFY(!frame->IsFunctionKeyBarVisible());
         // The Connect Instrument dialog opens where they are; they are the
         // examples as shipped, and the user's to change.
         m_app->MainFrame()->OnConnectInstrument();
@@ -358,21 +350,6 @@ private Q_SLOTS:
         QCOMPARE(windows.size(), 1);
         QVERIFY(qobject_cast<CChildFrame*>(windows.first()));
         QVERIFY(windows.first()->widget());
-    }
-
-    void helpTopicsShowsManual()
-    {
-        StartApp();
-        QVERIFY(m_app->MainFrame()->RouteCommand(ID_HELP_FINDER));
-        auto* help = m_app->MainFrame()->findChild<CHelpWindow*>();
-        QVERIFY(help);
-        QVERIFY(help->isVisible());
-        const QString text = help->Browser()->toPlainText();
-        QVERIFY2(text.contains(QStringLiteral("The script language")), qPrintable(text.left(200)));
-        QVERIFY(text.contains(QStringLiteral("<CR>")));
-        // A second request brings the same window to the front.
-        m_app->MainFrame()->RouteCommand(ID_HELP);
-        QCOMPARE(m_app->MainFrame()->findChildren<CHelpWindow*>().size(), 1);
     }
 
     void openFileAndRecentFiles()

@@ -31,7 +31,7 @@ class tst_Pages : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void generalPageRoundTripAndTypedName()
+    void generalPageRoundTripTypedNameAndModifyMode()
     {
         CCommGeneralPage page;
         CDriverParameter driver;
@@ -50,16 +50,10 @@ private Q_SLOTS:
         QCOMPARE(driver.m_strName, QByteArray("Lab 1"));
         QCOMPARE(driver.m_strFileName, QByteArray("Lab 1.tbb"));
         QCOMPARE(driver.m_bExcel, 1);
-    }
-
-    void generalPageModifyMode()
-    {
-        const CCommGeneralPage adding(false);
-        QVERIFY(adding.m_pName->isEnabled());
-        QVERIFY(adding.m_pFileName->isEnabled());
+        // Modify Instrument keeps the name and the file; the switch stays free.
+        QVERIFY(page.m_pName->isEnabled() && page.m_pFileName->isEnabled());
         const CCommGeneralPage modifying(true);
-        QVERIFY(!modifying.m_pName->isEnabled());
-        QVERIFY(!modifying.m_pFileName->isEnabled());
+        QVERIFY(!modifying.m_pName->isEnabled() && !modifying.m_pFileName->isEnabled());
         QVERIFY(modifying.m_pExcel->isEnabled());
     }
 
