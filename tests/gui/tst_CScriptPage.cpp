@@ -349,8 +349,6 @@ private Q_SLOTS:
             << QByteArray("<STX>12.5<ETX>") << QByteArrayList { "RemoveCharacters(0, 1)" } << "12.5<ETX>";
         QTest::newRow("a control code as a command argument")
             << QByteArray("1<SPC>2<CR>") << QByteArrayList { "ChangeCharacters(<CR>, ;)", "TrimAll()" } << "12;";
-        QTest::newRow("commands run in order") << QByteArray("  12.5 mg")
-                                               << QByteArrayList { "TrimLeft()", "ChangeSpaces(<HT>)" } << "12.5<HT>mg";
         QTest::newRow("an empty sequence shows the input string") << QByteArray("<ESC>x") << QByteArrayList() << "<ESC>x";
     }
 
