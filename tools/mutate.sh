@@ -26,14 +26,14 @@ driver/CScriptCommand.cpp~    return First(s, position) + Last(s, qint64(s.size(
 driver/CScriptCommand.cpp~    if (position < 0 || position >= s.size())~    if (position < 0 || position > s.size())~script: ChangeCharacter bound~tst_ScriptCommand tst_ReceivePipeline
 driver/CParse.cpp~        if (value < 32) {~        if (value <= 32) {~control codes: space encoded~tst_ControlCodes tst_ScriptCommand tst_CommandSender
 driver/CControlCode.cpp~    for (int code = 0; code < Count; ++code) {~    for (int code = 0; code < Count - 1; ++code) {~control codes: last name not found~tst_ControlCodes tst_ScriptCommand tst_CommandSender
-comm/CSerialNumberRecord.cpp~    record += Hex(quint32(0xFF - sum % 256), 2);~    record += Hex(quint32(0xFF - sum % 255), 2);~serial record: checksum~tst_SerialNumberRecord tst_CommandSender
+comm/CSerialNumberRecord.cpp~    record += Hex(quint32(0xFF - sum % 256), 2);~    record += Hex(quint32(0xFF - sum % 255), 2);~serial record: checksum~tst_CommandSender
 comm/CTransferProgress.cpp~    if (m_nTotal <= 0)~    if (m_nTotal < 0)~progress: empty file~tst_CommandSender tst_CommSending
 comm/CCommandSender.cpp~    if (serial < 0 || (file >= 0 && file < serial))~    if (serial < 0 || (file >= 0 && file > serial))~sender: first macro wins~tst_CommandSender tst_CSerialNumberDlg
 comm/CCommandSender.cpp~    if (*number < CSerialNumberRecord::MinSerialNumber || *number > CSerialNumberRecord::MaxSerialNumber) {~    if (*number < CSerialNumberRecord::MinSerialNumber || *number >= CSerialNumberRecord::MaxSerialNumber) {~sender: serial number upper bound~tst_CommandSender tst_CSerialNumberDlg
 comm/CCommandSender.cpp~    while (!m_bSending && !m_queue.empty()) {~    while (!m_queue.empty()) {~sender: queue drained during a transfer~tst_CommandSender tst_CSerialNumberDlg
-comm/CPlaybackFile.cpp~    if (line.startsWith('D')) {~    if (line.startsWith('d')) {~playback: delay lines~tst_PlaybackFile tst_CommandSender tst_ReceivePipeline
-comm/CPlaybackFile.cpp~        value = qMin(Max, value * 10 + quint64(line.at(p) - '0'));~        value = qMin(Max, value * 10 + quint64(line.at(p) - '1'));~playback: delay digits~tst_PlaybackFile tst_CommandSender tst_ReceivePipeline
-comm/CDeviceControlBlock.cpp~    else if (parameters.m_nStopBits == 2)~    else if (parameters.m_nStopBits == 3)~line settings: two stop bits~tst_CDeviceControlBlock tst_CommChannel tst_UsbConverter
+comm/CPlaybackFile.cpp~    if (line.startsWith('D')) {~    if (line.startsWith('d')) {~playback: delay lines~tst_CommandSender tst_ReceivePipeline
+comm/CPlaybackFile.cpp~        value = qMin(Max, value * 10 + quint64(line.at(p) - '0'));~        value = qMin(Max, value * 10 + quint64(line.at(p) - '1'));~playback: delay digits~tst_CommandSender tst_ReceivePipeline
+comm/CDeviceControlBlock.cpp~    else if (parameters.m_nStopBits == 2)~    else if (parameters.m_nStopBits == 3)~line settings: two stop bits~tst_LineSettings tst_CommChannel tst_UsbConverter
 comm/CComm.cpp~        if (result == CCommPort::TimedOut && stop && *stop)~        if (result == CCommPort::TimedOut && stop)~channel: stopped transfer on a slow line~tst_CommSending tst_CommChannel
 comm/CFileTransfer.cpp~            if (m_bStop || block.size() != BlockSize)~            if (block.size() != BlockSize)~transfer: stop flag ignored~tst_CommSending tst_InstrumentWindow tst_cli orvalis-cli
 instrument/CDisplayText.cpp~        if (byte == '\n' && afterCR)~        if (byte == '\n')~display: lone line feed dropped~tst_DisplayText tst_InstrumentWindow
@@ -55,7 +55,7 @@ terminal/CVt52Interpreter.cpp~    case 'I': screen += "\x1bM"; return;~    case 
 terminal/CVt52Interpreter.cpp~    if (m_nRow < 0 || m_nRow >= m_nRows) {~    if (m_nRow < 0 || m_nRow > m_nRows) {~terminal: VT52 address one row below the screen~tst_TerminalScreen tst_TerminalWindow tst_cli_screen orvalis-cli
 terminal/CTtyInterpreter.cpp~    if (codePoint < 0xA0 && codePoint >= 0x80)~    if (codePoint < 0x90 && codePoint >= 0x80)~terminal: None C1 range cut short~tst_TerminalScreen tst_TerminalWindow tst_cli_screen orvalis-cli
 terminal/CCsiGuard.cpp~            return ++m_nSeparators <= MaxSeparators;~            return ++m_nSeparators < MaxSeparators;~terminal: CSI guard one separator short~tst_TerminalScreen tst_TerminalWindow tst_cli_screen orvalis-cli
-comm/CComm.cpp~    m_pPort->SetDtr(true);<NL>    return 1;~    return 1;~channel: DTR not raised on open~tst_ModemLines tst_UsbConverter tst_CommChannel
+comm/CComm.cpp~    m_pPort->SetDtr(true);<NL>    m_bDtrRaised = true;~    m_bDtrRaised = true;~channel: DTR not raised on open~tst_ModemLines tst_UsbConverter tst_CommChannel
 comm/CSerialPort.cpp~    SetDtr(false);<NL>    ioctl(m_fd, TCFLSH, TCIOFLUSH);~    ioctl(m_fd, TCFLSH, TCIOFLUSH);~serial port: DTR left up at close~tst_ModemLines
 comm/CComm.cpp~        room = InputBufferLimit - m_input.size();~        room = 4 * InputBufferLimit - m_input.size();~channel: reader buffer over its bound~tst_CommChannel tst_UsbConverter
 comm/CComm.cpp~    m_input.remove(0, m_strInput.size());~~channel: bytes handed over stay in the buffer~tst_CommChannel tst_UsbConverter
@@ -71,8 +71,10 @@ res/ui/CPropSheet.cpp~    SelectQuietly(m_pages.size() - 1 == m_nStartPage ? m_n
 app/CMainFrame.cpp~        const QRect normal = normalGeometry();~        const QRect normal = geometry();~main window: maximised rectangle kept~tst_MainFrame tst_ShellRules
 comm/CLineReconnector.cpp~    m_watch.Stop();<NL>    Q_EMIT reconnected~    Q_EMIT reconnected~reconnect: still waiting after the line is back~tst_UsbConverter tst_InstrumentWindowTools
 instrument/CTimeStampColumn.cpp~m_bRowStamped ? column + 1 : column~column~time stamp column: stamp written over the first cell~tst_ExcelOutput
-instrument/CLineStamper.cpp~    const qsizetype endLength = m_bNames ? 4 : 1;~    const qsizetype endLength = 1;~time stamps: shown line-end names taken as one byte~tst_CLineStamper
+instrument/CLineStamper.cpp~    const qsizetype endLength = m_bNames ? 4 : 1;~    const qsizetype endLength = 1;~time stamps: shown line-end names taken as one byte~tst_TextTools tst_InstrumentWindowTools
 tools/cli/CCaptureCommand.cpp~            reconnector.Start(driver.m_Comm);<NL>~~capture: --reconnect never starts waiting~tst_capture orvalis-cli
+terminal/CCsiGuard.cpp~        if (byte == '[')<NL>            StartCsi();~        if (byte == '[' || byte == Csi8Bit)<NL>            StartCsi();~terminal: CSI guard opens a sequence at an 8-bit CSI inside an escape~tst_TerminalScreen
+comm/CLineSettingsText.cpp~    if (connector.size() <= ShortConnectorLength)~    if (connector.size() < ShortConnectorLength)~line pane: connector of the longest length shortened~tst_LineSettings
 LIST
 )
 

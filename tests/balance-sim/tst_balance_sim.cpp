@@ -97,32 +97,29 @@ private:
     }
 
 private Q_SLOTS:
-    void answersCommands_data()
-    {
-        QTest::addColumn<QByteArray>("command");
-        QTest::addColumn<QString>("answer");
-        QTest::newRow("SI with CR gives one reading") << QByteArray("SI\r") << ReadingLine.pattern();
-        QTest::newRow("lower-case si is understood") << QByteArray("si\r") << ReadingLine.pattern();
-        QTest::newRow("print key P gives one reading") << QByteArray("P\r\n") << ReadingLine.pattern();
-        QTest::newRow("tare is acknowledged") << QByteArray("T\r") << QStringLiteral("^T A\\r\\n$");
-        QTest::newRow("unknown command is an error") << QByteArray("XYZ\r") << QStringLiteral("^ES\\r\\n$");
-        QTest::newRow("overlong command is one error") << QByteArray(200, 'S') + "\r"
-                                                       << QStringLiteral("^ES\\r\\n$");
-    }
+    // One simulator answers them all in turn, nothing else follows.
     void answersCommands()
     {
-        QFETCH(QByteArray, command);
-        QFETCH(QString, answer);
+        const QList<QPair<QByteArray, QString>> exchanges{
+            {"SI\r", ReadingLine.pattern()},
+            {"si\r", ReadingLine.pattern()}, // lower case is understood
+            {"P\r\n", ReadingLine.pattern()}, // the print key
+            {"T\r", QStringLiteral("^T A\\r\\n$")},
+            {"XYZ\r", QStringLiteral("^ES\\r\\n$")},
+            {QByteArray(200, 'S') + "\r", QStringLiteral("^ES\\r\\n$")}, // overlong: one error
+        };
         QProcess sim;
         const QString path = Start(sim, { QStringLiteral("--interval"), QStringLiteral("0") });
         QVERIFY2(!path.isEmpty(), qPrintable(sim.readAllStandardError()));
         {
             Line line(path);
             QVERIFY(line.IsOpen());
-            line.Send(command);
-            const QByteArray reply = line.ReadLine();
-            QVERIFY2(QRegularExpression(answer).match(QString::fromLatin1(reply)).hasMatch(), reply.constData());
-            // Nothing else follows: no unsolicited readings at interval 0.
+            for (const auto& [command, answer] : exchanges) {
+                line.Send(command);
+                const QByteArray reply = line.ReadLine();
+                QVERIFY2(QRegularExpression(answer).match(QString::fromLatin1(reply)).hasMatch(), reply.constData());
+            }
+            // No unsolicited readings at interval 0.
             QCOMPARE(line.ReadLine(150), QByteArray());
         }
         Stop(sim);

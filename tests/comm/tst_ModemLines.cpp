@@ -82,39 +82,36 @@ class tst_ModemLines : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void dtrFollowsTheOpenLine_data();
-    void dtrFollowsTheOpenLine();
-};
-
-void tst_ModemLines::dtrFollowsTheOpenLine_data()
-{
-    QTest::addColumn<int>("flow");
-    QTest::newRow("no flow control") << 0;
-    QTest::newRow("Rts/Cts") << 2;
-}
-
-void tst_ModemLines::dtrFollowsTheOpenLine()
-{
-    QFETCH(int, flow);
+    void dtrFollowsTheOpenLine_data()
     {
-        std::lock_guard lock(g_mutex);
-        g_calls.clear();
-        g_lines.clear();
+        QTest::addColumn<int>("flow");
+        QTest::newRow("no flow control") << 0;
+        QTest::newRow("Rts/Cts") << 2;
     }
-    CPtyPair pty;
-    CComm channel;
-    QVERIFY(channel.OpenPort(Line(PathOf(pty), 9600, 8, 'N', 1, flow)));
-    std::vector<LineCall> calls = DtrCalls();
-    QCOMPARE(calls.size(), size_t(1));
-    QCOMPARE(calls.front().request, TIOCMBIS);
-    const int fd = calls.front().fd;
 
-    channel.SetPortOpen(false);
-    calls = DtrCalls();
-    QCOMPARE(calls.size(), size_t(2));
-    QCOMPARE(calls.back().request, TIOCMBIC);
-    QCOMPARE(calls.back().fd, fd);
-}
+    void dtrFollowsTheOpenLine()
+    {
+        QFETCH(int, flow);
+        {
+            std::lock_guard lock(g_mutex);
+            g_calls.clear();
+            g_lines.clear();
+        }
+        CPtyPair pty;
+        CComm channel;
+        QVERIFY(channel.OpenPort(Line(PathOf(pty), 9600, 8, 'N', 1, flow)));
+        std::vector<LineCall> calls = DtrCalls();
+        QCOMPARE(calls.size(), size_t(1));
+        QCOMPARE(calls.front().request, TIOCMBIS);
+        const int fd = calls.front().fd;
+
+        channel.SetPortOpen(false);
+        calls = DtrCalls();
+        QCOMPARE(calls.size(), size_t(2));
+        QCOMPARE(calls.back().request, TIOCMBIC);
+        QCOMPARE(calls.back().fd, fd);
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_ModemLines)
 #include "tst_ModemLines.moc"

@@ -43,18 +43,16 @@ public:
     QString FilePath(const QString& name) const { return m_folder.filePath(name); }
 
     // A queue that takes raw jobs and writes them byte for byte into the file
-    // "<name>.prn" of the private folder; the default destination when asked.
+    // "<name>.prn" of the private folder; it becomes the default destination.
     // CUPS starts no process at all for a queue without a driver whose
     // device is a file, so the queue's driver is the scheduler's own copying
     // filter: raw documents pass through it unchanged.
-    bool AddQueue(const QString& name, bool makeDefault = true)
+    bool AddQueue(const QString& name)
     {
-        QStringList arguments{QStringLiteral("-p"), name, QStringLiteral("-v"),
-                              QStringLiteral("file://") + QueueFile(name), QStringLiteral("-P"),
-                              m_folder.filePath(QStringLiteral("raw-copy.ppd")), QStringLiteral("-E")};
-        if (!RunAdmin(Admin, arguments))
-            return false;
-        return !makeDefault || RunAdmin(Admin, {QStringLiteral("-d"), name});
+        const QStringList arguments{QStringLiteral("-p"), name, QStringLiteral("-v"),
+                                    QStringLiteral("file://") + QueueFile(name), QStringLiteral("-P"),
+                                    m_folder.filePath(QStringLiteral("raw-copy.ppd")), QStringLiteral("-E")};
+        return RunAdmin(Admin, arguments) && RunAdmin(Admin, {QStringLiteral("-d"), name});
     }
     bool RemoveQueue(const QString& name) { return RunAdmin(Admin, {QStringLiteral("-x"), name}); }
     // The queue refuses new jobs (cupsreject).

@@ -27,145 +27,120 @@ class tst_CScriptBlock : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void storesTheExampleBlock();
-    void emptyScriptStoresZeroCounts();
-    void readsSequenceForms_data();
-    void readsSequenceForms();
-    void sharedSequenceIsStoredOnce();
-    void absentFirstSequenceDropsAllWhenStoring();
-    void damagedBlockKeepsWhatWasReadBefore_data();
-    void damagedBlockKeepsWhatWasReadBefore();
+    void storesTheExampleBlock()
+    {
+        CScript script;
+        script.m_bRegistered = 1;
+        script.m_strEndOfString = "<CR>";
+        script.m_InputStrings = {"~", "S"};
+        script.m_Sequences = {Sequence({"TrimLeft()"}), Sequence({})};
+        const QByteArray bytes = WithNewClass("01 00 00 00 | 04 '<CR>' | 02 00 | 01 '~' | 01 'S' | 02 00 |",
+                                              "01 00 0A 'TrimLeft()' | 01 80 00 00");
+        QCOMPARE(Stored(script), bytes);
+
+        CScript read;
+        const LoadOutcome outcome = Loaded(bytes, read);
+        QVERIFY(!outcome.closed);
+        QCOMPARE(outcome.position, bytes.size());
+        QCOMPARE(read.m_bRegistered, 1);
+        QCOMPARE(read.GetEndOfString(), QByteArray("<CR>"));
+        QCOMPARE(read.m_InputStrings, script.m_InputStrings);
+        QCOMPARE(read.GetSequenceCount(), 2);
+        QCOMPARE(read.GetCommand(0, 0), QByteArray("TrimLeft()"));
+        QCOMPARE(read.GetCommandCount(1), 0);
+    }
+
+    void emptyScriptStoresZeroCounts()
+    {
+        CScript script;
+        QCOMPARE(Stored(script), Bytes("00 00 00 00 | 00 | 00 00 | 00 00"));
+    }
+
+    void readsSequenceForms_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QByteArray>("sequences"); // commands joined by '/', sequences by '|'
+        QTest::newRow("zero sequences") << Bytes("00 00 00 00 | 00 | 00 00 | 00 00") << QByteArray();
+        QTest::newRow("absent first sequence drops all")
+            << WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 | 00 00 |", "01 00 01 'a'") << QByteArray();
+        QTest::newRow("absent later sequence stays absent")
+            << WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 |", "01 00 01 'a' | 00 00") << QByteArray("a|null");
+        QTest::newRow("back reference shares the sequence")
+            << WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 |", "01 00 01 'a' | 02 00") << QByteArray("a|a");
+    }
+
+    void readsSequenceForms()
+    {
+        QFETCH(QByteArray, bytes);
+        CScript read;
+        const LoadOutcome outcome = Loaded(bytes, read);
+        QVERIFY2(!outcome.closed, qPrintable(outcome.errorReason));
+        QByteArrayList parts;
+        for (const auto& sequence : read.m_Sequences)
+            parts.append(sequence ? sequence->join('/') : QByteArray("null"));
+        QTEST(parts.join('|'), "sequences");
+    }
+
+    void sharedSequenceIsStoredOnce()
+    {
+        CScript script;
+        const auto shared = Sequence({"TrimAll()"});
+        script.m_InputStrings = {"A", "B"};
+        script.m_Sequences = {shared, shared};
+        const QByteArray bytes = Stored(script);
+        QCOMPARE(bytes, WithNewClass("00 00 00 00 | 00 | 02 00 | 01 'A' | 01 'B' | 02 00 |", "01 00 09 'TrimAll()' | 02 00"));
+
+        CScript read;
+        QVERIFY(!Loaded(bytes, read).closed);
+        QCOMPARE(read.m_Sequences.at(0), read.m_Sequences.at(1));
+        QCOMPARE(Stored(read), bytes);
+    }
+
+    void absentFirstSequenceDropsAllWhenStoring()
+    {
+        CScript script;
+        script.m_InputStrings = {"A", "B"};
+        script.m_Sequences = {nullptr, Sequence({"TrimAll()"})};
+        QCOMPARE(Stored(script), WithNewClass("00 00 00 00 | 00 | 02 00 | 01 'A' | 01 'B' | 02 00 | 00 00 |",
+                                              "01 00 09 'TrimAll()'"));
+        QCOMPARE(script.GetSequenceCount(), 0);
+        QCOMPARE(script.GetInputStringCount(), 2);
+    }
+
+    void damagedBlockKeepsWhatWasReadBefore_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<qint64>("offset");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<QByteArrayList>("inputs");
+        QTest::newRow("huge sequence count fails at once")
+            << Bytes("01 00 00 00 | 00 | 01 00 01 'X' | FF FF FF FF FF 7F | 00 00") << 9ll
+            << "array count 2147483647 beyond the end of the file" << QByteArrayList{"X"};
+        QTest::newRow("huge input string count fails at once")
+            << Bytes("01 00 00 00 | 00 | FF FF 00 00 01 00 | 01 'X'") << 5ll
+            << "array count 65536 beyond the end of the file" << QByteArrayList{"old"};
+        QTest::newRow("huge end-of-string length fails at once")
+            << Bytes("01 00 00 00 | FF 40 9C '<LF>'") << 4ll
+            << "string length 40000 beyond the end of the file" << QByteArrayList{"old"};
+    }
+
+    void damagedBlockKeepsWhatWasReadBefore()
+    {
+        QFETCH(QByteArray, bytes);
+        CScript read;
+        read.m_InputStrings = {"old"};
+        const auto oldSequence = Sequence({"TrimAll()"});
+        read.m_Sequences = {oldSequence};
+        const LoadOutcome outcome = Loaded(bytes, read);
+        QVERIFY(outcome.closed);
+        QTEST(outcome.errorReason, "reason");
+        QTEST(outcome.errorOffset, "offset");
+        QCOMPARE(read.m_bRegistered, 1);
+        QTEST(read.m_InputStrings, "inputs");
+        QCOMPARE(read.m_Sequences.size(), 1);
+        QCOMPARE(read.m_Sequences.front(), oldSequence);
+    }
 };
-
-void tst_CScriptBlock::storesTheExampleBlock()
-{
-    CScript script;
-    script.m_bRegistered = 1;
-    script.m_strEndOfString = "<CR>";
-    script.m_InputStrings = {"~", "S"};
-    script.m_Sequences = {Sequence({"TrimLeft()"}), Sequence({})};
-    const QByteArray bytes = WithNewClass("01 00 00 00 | 04 '<CR>' | 02 00 | 01 '~' | 01 'S' | 02 00 |",
-                                          "01 00 0A 'TrimLeft()' | 01 80 00 00");
-    QCOMPARE(Stored(script), bytes);
-
-    CScript read;
-    const LoadOutcome outcome = Loaded(bytes, read);
-    QVERIFY(!outcome.closed);
-    QCOMPARE(outcome.position, bytes.size());
-    QCOMPARE(read.m_bRegistered, 1);
-    QCOMPARE(read.GetEndOfString(), QByteArray("<CR>"));
-    QCOMPARE(read.m_InputStrings, script.m_InputStrings);
-    QCOMPARE(read.GetSequenceCount(), 2);
-    QCOMPARE(read.GetCommand(0, 0), QByteArray("TrimLeft()"));
-    QCOMPARE(read.GetCommandCount(1), 0);
-}
-
-void tst_CScriptBlock::emptyScriptStoresZeroCounts()
-{
-    CScript script;
-    QCOMPARE(Stored(script), Bytes("00 00 00 00 | 00 | 00 00 | 00 00"));
-}
-
-void tst_CScriptBlock::readsSequenceForms_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QByteArray>("sequences"); // commands joined by '/', sequences by '|'
-    QTest::newRow("zero sequences") << Bytes("00 00 00 00 | 00 | 00 00 | 00 00") << QByteArray();
-    QTest::newRow("absent first sequence drops all")
-        << WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 | 00 00 |", "01 00 01 'a'") << QByteArray();
-    QTest::newRow("absent later sequence stays absent")
-        << WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 |", "01 00 01 'a' | 00 00") << QByteArray("a|null");
-    QTest::newRow("back reference shares the sequence")
-        << WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 |", "01 00 01 'a' | 02 00") << QByteArray("a|a");
-    QTest::newRow("long-form class reference")
-        << WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 |", "00 00 | FF 7F 01 00 00 80 02 00 01 'b' 01 'c'")
-        << QByteArray("|b/c");
-    QTest::newRow("long-form object reference")
-        << WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 |", "01 00 01 'a' | FF 7F 02 00 00 00")
-        << QByteArray("a|a");
-}
-
-void tst_CScriptBlock::readsSequenceForms()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QByteArray, sequences);
-    CScript read;
-    const LoadOutcome outcome = Loaded(bytes, read);
-    QVERIFY2(!outcome.closed, qPrintable(outcome.errorReason));
-    QByteArrayList parts;
-    for (const auto& sequence : read.m_Sequences)
-        parts.append(sequence ? sequence->join('/') : QByteArray("null"));
-    QCOMPARE(parts.join('|'), sequences);
-}
-
-void tst_CScriptBlock::sharedSequenceIsStoredOnce()
-{
-    CScript script;
-    const auto shared = Sequence({"TrimAll()"});
-    script.m_InputStrings = {"A", "B"};
-    script.m_Sequences = {shared, shared};
-    const QByteArray bytes = Stored(script);
-    QCOMPARE(bytes, WithNewClass("00 00 00 00 | 00 | 02 00 | 01 'A' | 01 'B' | 02 00 |", "01 00 09 'TrimAll()' | 02 00"));
-
-    CScript read;
-    QVERIFY(!Loaded(bytes, read).closed);
-    QCOMPARE(read.m_Sequences.at(0), read.m_Sequences.at(1));
-    QCOMPARE(Stored(read), bytes);
-}
-
-void tst_CScriptBlock::absentFirstSequenceDropsAllWhenStoring()
-{
-    CScript script;
-    script.m_InputStrings = {"A", "B"};
-    script.m_Sequences = {nullptr, Sequence({"TrimAll()"})};
-    QCOMPARE(Stored(script), WithNewClass("00 00 00 00 | 00 | 02 00 | 01 'A' | 01 'B' | 02 00 | 00 00 |",
-                                          "01 00 09 'TrimAll()'"));
-    QCOMPARE(script.GetSequenceCount(), 0);
-    QCOMPARE(script.GetInputStringCount(), 2);
-}
-
-void tst_CScriptBlock::damagedBlockKeepsWhatWasReadBefore_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<qint64>("offset");
-    QTest::addColumn<QString>("reason");
-    QTest::addColumn<QByteArrayList>("inputs");
-    QTest::newRow("another class name fails the load")
-        << Bytes("01 00 00 00 | 00 | 01 00 01 'X' | 01 00 | FF FF 00 00 08 00 'CObArray' 00 00") << 11ll
-        << "unknown class \"CObArray\" (only CStringArray is expected)" << QByteArrayList{"X"};
-    QTest::newRow("another schema fails the load")
-        << Bytes("01 00 00 00 | 00 | 01 00 01 'X' | 01 00 | FF FF 02 00 0C 00 'CStringArray' 00 00") << 11ll
-        << "CStringArray with schema 2 (only schema 0 is known)" << QByteArrayList{"X"};
-    QTest::newRow("huge sequence count fails at once")
-        << Bytes("01 00 00 00 | 00 | 01 00 01 'X' | FF FF FF FF FF 7F | 00 00") << 9ll
-        << "array count 2147483647 beyond the end of the file" << QByteArrayList{"X"};
-    QTest::newRow("huge input string count fails at once")
-        << Bytes("01 00 00 00 | 00 | FF FF 00 00 01 00 | 01 'X'") << 5ll
-        << "array count 65536 beyond the end of the file" << QByteArrayList{"old"};
-    QTest::newRow("huge end-of-string length fails at once")
-        << Bytes("01 00 00 00 | FF 40 9C '<LF>'") << 4ll
-        << "string length 40000 beyond the end of the file" << QByteArrayList{"old"};
-}
-
-void tst_CScriptBlock::damagedBlockKeepsWhatWasReadBefore()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(qint64, offset);
-    QFETCH(QString, reason);
-    QFETCH(QByteArrayList, inputs);
-    CScript read;
-    read.m_InputStrings = {"old"};
-    const auto oldSequence = Sequence({"TrimAll()"});
-    read.m_Sequences = {oldSequence};
-    const LoadOutcome outcome = Loaded(bytes, read);
-    QVERIFY(outcome.closed);
-    QCOMPARE(outcome.errorReason, reason);
-    QCOMPARE(outcome.errorOffset, offset);
-    QCOMPARE(read.m_bRegistered, 1);
-    QCOMPARE(read.m_InputStrings, inputs);
-    QCOMPARE(read.m_Sequences.size(), 1);
-    QCOMPARE(read.m_Sequences.front(), oldSequence);
-}
 
 QTEST_GUILESS_MAIN(tst_CScriptBlock)
 #include "tst_CScriptBlock.moc"

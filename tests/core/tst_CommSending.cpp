@@ -82,10 +82,78 @@ class tst_CommSending : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void fileTransferPostsItsEventsToTheOwner();
-    void typedTextAndCommandsWaitForTheEndOfTheFile();
-    void closeKeepingOutputLeavesTheBytesToTheLine();
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        qputenv("ORVALIS_HOME", m_dir.path().toLocal8Bit());
+    }
+
+    void fileTransferPostsItsEventsToTheOwner()
+    {
+        CPtyPair pty;
+        QVERIFY(pty.IsOpen());
+        CComm comm;
+        COwner owner(comm);
+        comm.Create(&owner);
+        QVERIFY(comm.OpenPort(Line(pty.SlaveName())));
+        const QByteArray content(5000, 'x');
+
+        QCOMPARE(comm.SendFile(WriteFile(QStringLiteral("five.bin"), content)), 1);
+        QCOMPARE(pty.ReadMaster(content.size()), content);
+        QVERIFY(owner.WaitForEnd());
+
+        QCOMPARE(owner.m_posted.size(), 4);
+        const qint64 sent[] = {2048, 4096, 6144};
+        for (int i = 0; i < 3; ++i) {
+            QCOMPARE(owner.m_posted.at(i).name, QByteArray("de.Veldrane.SendProgress"));
+            QCOMPARE(owner.m_posted.at(i).wParam, sent[i]);
+            QCOMPARE(owner.m_posted.at(i).lParam, qint64(5000));
+            QCOMPARE(owner.m_posted.at(i).channel, &comm);
+        }
+        QCOMPARE(owner.m_posted.last().name, QByteArray("de.Veldrane.EndOfTransmission"));
+        QCOMPARE(owner.m_posted.last().wParam, qint64(0));
+        QCOMPARE(owner.m_posted.last().lParam, qint64(0));
+        QCOMPARE(comm.Sender().Progress().Position(), 100);
+    }
+
+    void typedTextAndCommandsWaitForTheEndOfTheFile()
+    {
+        CPtyPair pty;
+        QVERIFY(pty.IsOpen());
+        CComm comm;
+        COwner owner(comm);
+        comm.Create(&owner);
+        CTerminalParameter terminal;
+        terminal.m_bSendCRLF = 1;
+        comm.SetTerminalParameter(terminal);
+        QVERIFY(comm.OpenPort(Line(pty.SlaveName())));
+
+        // Until the owner has handled the end event the channel counts as sending.
+        comm.SendFile(WriteFile(QStringLiteral("file.txt"), "FILE"));
+        comm.OnChar('\r');
+        comm.SendCommand("CMD");
+        comm.OnChar('x');
+        QVERIFY(owner.WaitForEnd());
+        QCOMPARE(pty.ReadMaster(10), QByteArray("FILE\r\nCMDx"));
+    }
+
+    void closeKeepingOutputLeavesTheBytesToTheLine()
+    {
+        CPtyPair pty;
+        QVERIFY(pty.IsOpen());
+        CComm comm;
+        COwner owner(comm);
+        comm.Create(&owner);
+        QVERIFY(comm.OpenPort(Line(pty.SlaveName())));
+        // More than the instrument's end holds before it reads: the rest waits
+        // in the line, where a purging close would throw it away.
+        const QByteArray bytes(12000, 'b');
+        comm.SetOutput(bytes);
+        QVERIFY(comm.WaitUntilSent(1000));
+        comm.CloseKeepingOutput();
+        QVERIFY(!comm.IsPortOpen());
+        QCOMPARE(pty.ReadMaster(bytes.size()).size(), bytes.size());
+    }
 
 private:
     QString WriteFile(const QString& name, const QByteArray& bytes);
@@ -93,85 +161,12 @@ private:
     QTemporaryDir m_dir;
 };
 
-void tst_CommSending::initTestCase()
-{
-    QVERIFY(m_dir.isValid());
-    qputenv("ORVALIS_HOME", m_dir.path().toLocal8Bit());
-}
-
 QString tst_CommSending::WriteFile(const QString& name, const QByteArray& bytes)
 {
     QFile file(m_dir.filePath(name));
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         qFatal("cannot write the test file");
     return file.fileName();
-}
-
-void tst_CommSending::fileTransferPostsItsEventsToTheOwner()
-{
-    CPtyPair pty;
-    QVERIFY(pty.IsOpen());
-    CComm comm;
-    COwner owner(comm);
-    comm.Create(&owner);
-    QVERIFY(comm.OpenPort(Line(pty.SlaveName())));
-    const QByteArray content(5000, 'x');
-
-    QCOMPARE(comm.SendFile(WriteFile(QStringLiteral("five.bin"), content)), 1);
-    QCOMPARE(pty.ReadMaster(content.size()), content);
-    QVERIFY(owner.WaitForEnd());
-
-    QCOMPARE(owner.m_posted.size(), 4);
-    const qint64 sent[] = {2048, 4096, 6144};
-    for (int i = 0; i < 3; ++i) {
-        QCOMPARE(owner.m_posted.at(i).name, QByteArray("de.Veldrane.SendProgress"));
-        QCOMPARE(owner.m_posted.at(i).wParam, sent[i]);
-        QCOMPARE(owner.m_posted.at(i).lParam, qint64(5000));
-        QCOMPARE(owner.m_posted.at(i).channel, &comm);
-    }
-    QCOMPARE(owner.m_posted.last().name, QByteArray("de.Veldrane.EndOfTransmission"));
-    QCOMPARE(owner.m_posted.last().wParam, qint64(0));
-    QCOMPARE(owner.m_posted.last().lParam, qint64(0));
-    QCOMPARE(comm.Sender().Progress().Position(), 100);
-}
-
-void tst_CommSending::typedTextAndCommandsWaitForTheEndOfTheFile()
-{
-    CPtyPair pty;
-    QVERIFY(pty.IsOpen());
-    CComm comm;
-    COwner owner(comm);
-    comm.Create(&owner);
-    CTerminalParameter terminal;
-    terminal.m_bSendCRLF = 1;
-    comm.SetTerminalParameter(terminal);
-    QVERIFY(comm.OpenPort(Line(pty.SlaveName())));
-
-    // Until the owner has handled the end event the channel counts as sending.
-    comm.SendFile(WriteFile(QStringLiteral("file.txt"), "FILE"));
-    comm.OnChar('\r');
-    comm.SendCommand("CMD");
-    comm.OnChar('x');
-    QVERIFY(owner.WaitForEnd());
-    QCOMPARE(pty.ReadMaster(10), QByteArray("FILE\r\nCMDx"));
-}
-
-void tst_CommSending::closeKeepingOutputLeavesTheBytesToTheLine()
-{
-    CPtyPair pty;
-    QVERIFY(pty.IsOpen());
-    CComm comm;
-    COwner owner(comm);
-    comm.Create(&owner);
-    QVERIFY(comm.OpenPort(Line(pty.SlaveName())));
-    // More than the instrument's end holds before it reads: the rest waits
-    // in the line, where a purging close would throw it away.
-    const QByteArray bytes(12000, 'b');
-    comm.SetOutput(bytes);
-    QVERIFY(comm.WaitUntilSent(1000));
-    comm.CloseKeepingOutput();
-    QVERIFY(!comm.IsPortOpen());
-    QCOMPARE(pty.ReadMaster(bytes.size()).size(), bytes.size());
 }
 
 QTEST_GUILESS_MAIN(tst_CommSending)

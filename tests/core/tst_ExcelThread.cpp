@@ -56,187 +56,176 @@ class tst_ExcelThread : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void group_data();
-    void group();
-    void connectsShowsOpensThenWritesInOrder();
-    void hungProgramFillsTheQueueWithoutWaiting();
-    void queueIsBoundedInBytesToo();
-    void closingWithAHungProgramReturnsInTime();
-    void lostLinkIsToldOnceAndTakesNoMoreCells();
-    void unreachableProgramIsToldWithItsReason();
-    void refusedCellsAreToldOnceAndTheRestWritten();
-};
-
-void tst_ExcelThread::group_data()
-{
-    QTest::addColumn<Cells>("cells");
-    QTest::addColumn<QStringList>("blocks");
-
-    QTest::newRow("a row of neighbouring cells is one block")
-        << Row(1, 1, {"a", "b", "c"}) << QStringList{"1,1:a|b|c"};
-    QTest::newRow("rows of one width form one rectangle")
-        << (Row(1, 1, {"a", "b"}) + Row(2, 1, {"c", "d"}) + Row(3, 1, {"e", "f"}))
-        << QStringList{"1,1:a|b/c|d/e|f"};
-    QTest::newRow("a shorter last row is written on its own")
-        << (Row(1, 1, {"a", "b"}) + Row(2, 1, {"c"})) << QStringList{"1,1:a|b", "2,1:c"};
-    QTest::newRow("a wider row starts a new rectangle")
-        << (Row(1, 1, {"a"}) + Row(2, 1, {"b", "c"})) << QStringList{"1,1:a/b", "2,2:c"};
-    QTest::newRow("a cell written again keeps its order")
-        << (Row(4, 1, {"1", "2"}) + Row(4, 1, {"1", "2", "3"}))
-        << QStringList{"4,1:1|2", "4,1:1|2|3"};
-    QTest::newRow("a gap between columns splits the row")
-        << (Row(1, 1, {"a"}) + Row(1, 3, {"b"})) << QStringList{"1,1:a", "1,3:b"};
-    QTest::newRow("a row that does not follow on splits")
-        << (Row(1, 1, {"a"}) + Row(3, 1, {"b"})) << QStringList{"1,1:a", "3,1:b"};
-    QTest::newRow("nothing queued, nothing written") << Cells() << QStringList();
-}
-
-void tst_ExcelThread::group()
-{
-    QFETCH(Cells, cells);
-    QFETCH(QStringList, blocks);
-    QCOMPARE(Describe(CExcelThread::Group(cells)), blocks);
-}
-
-void tst_ExcelThread::connectsShowsOpensThenWritesInOrder()
-{
-    Link link;
-    QSignalSpy connected(&link.thread, &CExcelThread::connected);
-    // Cells handed over while the program starts wait for it.
-    for (int row = 1; row <= 50; ++row) {
-        QCOMPARE(link.thread.Put(row, 1, QByteArray::number(row)), CExcelThread::Queued);
-        QCOMPARE(link.thread.Put(row, 2, "\xB5g"), CExcelThread::Queued);
-    }
-    link.thread.Start();
-    QVERIFY(connected.wait(10000));
-    QVERIFY(link.WaitForCells(100));
-    QCOMPARE(link.sheet->Calls().mid(0, 3), (QStringList{"connect", "visible", "open"}));
-    const QStringList cells = link.sheet->Cells();
-    for (int row = 1; row <= 50; ++row) {
-        QCOMPARE(cells.at(2 * (row - 1)), QStringLiteral("%1,1:%1").arg(row));
-        // The program's code page reaches the sheet as Unicode.
-        QCOMPARE(cells.at(2 * (row - 1) + 1), QStringLiteral("%1,2:\u00B5g").arg(row));
-    }
-    // Everything queued before the start went in one rectangle.
-    QCOMPARE(link.sheet->Calls().count(QStringLiteral("block")), 1);
-    QCOMPARE(link.thread.CellsWritten(), 100);
-}
-
-void tst_ExcelThread::hungProgramFillsTheQueueWithoutWaiting()
-{
-    Link link(100);
-    link.sheet->Hang();
-    QSignalSpy connected(&link.thread, &CExcelThread::connected);
-    link.thread.Start();
-    QVERIFY(connected.wait(10000));
-    // The first cell is taken into the hung call; then the queue fills.
-    QCOMPARE(link.thread.Put(1, 1, "first"), CExcelThread::Queued);
-    QVERIFY(QTest::qWaitFor([&] { return link.thread.QueuedCells() == 0; }, 10000));
-    QElapsedTimer timer;
-    timer.start();
-    int queued = 0;
-    qint64 slowest = 0;
-    for (int i = 0; i < 1000; ++i) {
-        QElapsedTimer one;
-        one.start();
-        if (link.thread.Put(2 + i, 1, "x") == CExcelThread::Queued)
-            ++queued;
-        slowest = qMax(slowest, one.nsecsElapsed());
-    }
-    QCOMPARE(queued, 100);
-    QVERIFY2(slowest < 5'000'000, qPrintable(QStringLiteral("a Put took %1 ns").arg(slowest)));
-    // Once the program answers again, the queued cells follow in order.
-    link.sheet->Release();
-    QVERIFY(link.WaitForCells(101));
-    QCOMPARE(link.sheet->Cells().first(), QStringLiteral("1,1:first"));
-    QCOMPARE(link.sheet->Cells().last(), QStringLiteral("101,1:x"));
-    QCOMPARE(link.thread.Put(200, 1, "y"), CExcelThread::Queued);
-}
-
-void tst_ExcelThread::queueIsBoundedInBytesToo()
-{
-    // A character takes two bytes in the queue.
-    Link link(1000, 4096);
-    const QByteArray big(2100, 'x');
-    QCOMPARE(link.thread.Put(1, 1, big), CExcelThread::Full);
-    QCOMPARE(link.thread.Put(1, 1, QByteArray(1000, 'x')), CExcelThread::Queued);
-    QCOMPARE(link.thread.Put(1, 2, QByteArray(1000, 'x')), CExcelThread::Queued);
-    QCOMPARE(link.thread.Put(1, 3, QByteArray(1000, 'x')), CExcelThread::Full);
-}
-
-void tst_ExcelThread::closingWithAHungProgramReturnsInTime()
-{
-    auto sheet = std::make_shared<CFakeSpreadsheet>();
-    sheet->Hang();
-    QElapsedTimer timer;
+    void group_data()
     {
-        CExcelThread thread(std::make_unique<CFakeSpreadsheetLink>(sheet));
-        QSignalSpy connected(&thread, &CExcelThread::connected);
-        thread.Start();
+        QTest::addColumn<Cells>("cells");
+        QTest::addColumn<QStringList>("blocks");
+
+        QTest::newRow("a row of neighbouring cells is one block")
+            << Row(1, 1, {"a", "b", "c"}) << QStringList{"1,1:a|b|c"};
+        QTest::newRow("rows of one width form one rectangle")
+            << (Row(1, 1, {"a", "b"}) + Row(2, 1, {"c", "d"}) + Row(3, 1, {"e", "f"}))
+            << QStringList{"1,1:a|b/c|d/e|f"};
+        QTest::newRow("a shorter last row is written on its own")
+            << (Row(1, 1, {"a", "b"}) + Row(2, 1, {"c"})) << QStringList{"1,1:a|b", "2,1:c"};
+        QTest::newRow("a wider row starts a new rectangle")
+            << (Row(1, 1, {"a"}) + Row(2, 1, {"b", "c"})) << QStringList{"1,1:a/b", "2,2:c"};
+        QTest::newRow("a cell written again keeps its order")
+            << (Row(4, 1, {"1", "2"}) + Row(4, 1, {"1", "2", "3"}))
+            << QStringList{"4,1:1|2", "4,1:1|2|3"};
+        QTest::newRow("a gap between columns splits the row")
+            << (Row(1, 1, {"a"}) + Row(1, 3, {"b"})) << QStringList{"1,1:a", "1,3:b"};
+        QTest::newRow("a row that does not follow on splits")
+            << (Row(1, 1, {"a"}) + Row(3, 1, {"b"})) << QStringList{"1,1:a", "3,1:b"};
+        QTest::newRow("nothing queued, nothing written") << Cells() << QStringList();
+    }
+
+    void group()
+    {
+        QFETCH(Cells, cells);
+        QTEST(Describe(CExcelThread::Group(cells)), "blocks");
+    }
+
+    void connectsShowsOpensThenWritesInOrder()
+    {
+        Link link;
+        QSignalSpy connected(&link.thread, &CExcelThread::connected);
+        // Cells handed over while the program starts wait for it.
+        for (int row = 1; row <= 50; ++row) {
+            QCOMPARE(link.thread.Put(row, 1, QByteArray::number(row)), CExcelThread::Queued);
+            QCOMPARE(link.thread.Put(row, 2, "\xB5g"), CExcelThread::Queued);
+        }
+        link.thread.Start();
         QVERIFY(connected.wait(10000));
-        thread.Put(1, 1, "stuck");
-        QVERIFY(QTest::qWaitFor([&] { return thread.QueuedCells() == 0; }, 10000));
-        timer.start();
+        QVERIFY(link.WaitForCells(100));
+        QCOMPARE(link.sheet->Calls().mid(0, 3), (QStringList{"connect", "visible", "open"}));
+        const QStringList cells = link.sheet->Cells();
+        for (int row = 1; row <= 50; ++row) {
+            QCOMPARE(cells.at(2 * (row - 1)), QStringLiteral("%1,1:%1").arg(row));
+            // The program's code page reaches the sheet as Unicode.
+            QCOMPARE(cells.at(2 * (row - 1) + 1), QStringLiteral("%1,2:\u00B5g").arg(row));
+        }
+        // Everything queued before the start went in one rectangle.
+        QCOMPARE(link.sheet->Calls().count(QStringLiteral("block")), 1);
+        QCOMPARE(link.thread.CellsWritten(), 100);
     }
-    QVERIFY2(timer.elapsed() < CExcelThread::StopWaitMilliseconds + 500, qPrintable(QString::number(timer.elapsed())));
-    // The abandoned thread finishes its call once the program answers.
-    sheet->Release();
-    QVERIFY(QTest::qWaitFor([&] { return sheet.use_count() == 1; }, 10000));
-    QCOMPARE(sheet->Cells(), QStringList{"1,1:stuck"});
-}
 
-void tst_ExcelThread::lostLinkIsToldOnceAndTakesNoMoreCells()
-{
-    Link link;
-    link.sheet->nGoneAfter = 3;
-    QSignalSpy lost(&link.thread, &CExcelThread::lost);
-    link.thread.Start();
-    for (int row = 1; row <= 10; ++row) {
-        link.thread.Put(row, 1, "v");
-        QTest::qWait(1);
-    }
-    QTRY_COMPARE_WITH_TIMEOUT(lost.size(), 1, 10000);
-    QTest::qWait(50);
-    QCOMPARE(lost.size(), 1);
-    QCOMPARE(lost.first().first().toString(), QStringLiteral("the document was closed"));
-    QCOMPARE(link.sheet->Cells().size(), 3);
-    QCOMPARE(link.thread.Put(11, 1, "v"), CExcelThread::Gone);
-}
-
-void tst_ExcelThread::unreachableProgramIsToldWithItsReason()
-{
-    Link link;
-    link.sheet->bConnects = false;
-    QSignalSpy failed(&link.thread, &CExcelThread::connectFailed);
-    link.thread.Put(1, 1, "early");
-    link.thread.Start();
-    QVERIFY(failed.wait(10000));
-    QCOMPARE(failed.first().first().toString(), QStringLiteral("LibreOffice Calc is not installed"));
-    QCOMPARE(link.thread.Put(2, 1, "late"), CExcelThread::Gone);
-    QCOMPARE(link.sheet->Calls(), QStringList{"connect"});
-}
-
-void tst_ExcelThread::refusedCellsAreToldOnceAndTheRestWritten()
-{
-    Link link;
-    link.sheet->nRefuseFromRow = 3;
-    QSignalSpy refused(&link.thread, &CExcelThread::refused);
-    QSignalSpy connected(&link.thread, &CExcelThread::connected);
-    link.thread.Start();
-    QVERIFY(connected.wait(10000));
-    // One call per row, so each row is refused on its own.
-    for (int row = 1; row <= 5; ++row) {
-        link.thread.Put(row, 1, "v");
+    void hungProgramFillsTheQueueWithoutWaiting()
+    {
+        Link link(100);
+        link.sheet->Hang();
+        QSignalSpy connected(&link.thread, &CExcelThread::connected);
+        link.thread.Start();
+        QVERIFY(connected.wait(10000));
+        // The first cell is taken into the hung call; then the queue fills.
+        QCOMPARE(link.thread.Put(1, 1, "first"), CExcelThread::Queued);
         QVERIFY(QTest::qWaitFor([&] { return link.thread.QueuedCells() == 0; }, 10000));
+        QElapsedTimer timer;
+        timer.start();
+        int queued = 0;
+        qint64 slowest = 0;
+        for (int i = 0; i < 1000; ++i) {
+            QElapsedTimer one;
+            one.start();
+            if (link.thread.Put(2 + i, 1, "x") == CExcelThread::Queued)
+                ++queued;
+            slowest = qMax(slowest, one.nsecsElapsed());
+        }
+        QCOMPARE(queued, 100);
+        QVERIFY2(slowest < 5'000'000, qPrintable(QStringLiteral("a Put took %1 ns").arg(slowest)));
+        // Once the program answers again, the queued cells follow in order.
+        link.sheet->Release();
+        QVERIFY(link.WaitForCells(101));
+        QCOMPARE(link.sheet->Cells().first(), QStringLiteral("1,1:first"));
+        QCOMPARE(link.sheet->Cells().last(), QStringLiteral("101,1:x"));
+        QCOMPARE(link.thread.Put(200, 1, "y"), CExcelThread::Queued);
     }
-    link.thread.Put(1, 2, "after");
-    QVERIFY(link.WaitForCells(3));
-    QVERIFY(QTest::qWaitFor([&] { return refused.size() == 1; }, 10000));
-    QTest::qWait(50);
-    QCOMPARE(refused.size(), 1);
-    QCOMPARE(refused.first().at(0).toInt(), 3);
-    QCOMPARE(link.sheet->Cells(), (QStringList{"1,1:v", "2,1:v", "1,2:after"}));
-}
+
+    void queueIsBoundedInBytesToo()
+    {
+        // A character takes two bytes in the queue.
+        Link link(1000, 4096);
+        const QByteArray big(2100, 'x');
+        QCOMPARE(link.thread.Put(1, 1, big), CExcelThread::Full);
+        QCOMPARE(link.thread.Put(1, 1, QByteArray(1000, 'x')), CExcelThread::Queued);
+        QCOMPARE(link.thread.Put(1, 2, QByteArray(1000, 'x')), CExcelThread::Queued);
+        QCOMPARE(link.thread.Put(1, 3, QByteArray(1000, 'x')), CExcelThread::Full);
+    }
+
+    void closingWithAHungProgramReturnsInTime()
+    {
+        auto sheet = std::make_shared<CFakeSpreadsheet>();
+        sheet->Hang();
+        QElapsedTimer timer;
+        {
+            CExcelThread thread(std::make_unique<CFakeSpreadsheetLink>(sheet));
+            QSignalSpy connected(&thread, &CExcelThread::connected);
+            thread.Start();
+            QVERIFY(connected.wait(10000));
+            thread.Put(1, 1, "stuck");
+            QVERIFY(QTest::qWaitFor([&] { return thread.QueuedCells() == 0; }, 10000));
+            timer.start();
+        }
+        QVERIFY2(timer.elapsed() < CExcelThread::StopWaitMilliseconds + 500, qPrintable(QString::number(timer.elapsed())));
+        // The abandoned thread finishes its call once the program answers.
+        sheet->Release();
+        QVERIFY(QTest::qWaitFor([&] { return sheet.use_count() == 1; }, 10000));
+        QCOMPARE(sheet->Cells(), QStringList{"1,1:stuck"});
+    }
+
+    void lostLinkIsToldOnceAndTakesNoMoreCells()
+    {
+        Link link;
+        link.sheet->nGoneAfter = 3;
+        QSignalSpy lost(&link.thread, &CExcelThread::lost);
+        link.thread.Start();
+        for (int row = 1; row <= 10; ++row) {
+            link.thread.Put(row, 1, "v");
+            QTest::qWait(1);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(lost.size(), 1, 10000);
+        QTest::qWait(50);
+        QCOMPARE(lost.size(), 1);
+        QCOMPARE(lost.first().first().toString(), QStringLiteral("the document was closed"));
+        QCOMPARE(link.sheet->Cells().size(), 3);
+        QCOMPARE(link.thread.Put(11, 1, "v"), CExcelThread::Gone);
+    }
+
+    void unreachableProgramIsToldWithItsReason()
+    {
+        Link link;
+        link.sheet->bConnects = false;
+        QSignalSpy failed(&link.thread, &CExcelThread::connectFailed);
+        link.thread.Put(1, 1, "early");
+        link.thread.Start();
+        QVERIFY(failed.wait(10000));
+        QCOMPARE(failed.first().first().toString(), QStringLiteral("LibreOffice Calc is not installed"));
+        QCOMPARE(link.thread.Put(2, 1, "late"), CExcelThread::Gone);
+        QCOMPARE(link.sheet->Calls(), QStringList{"connect"});
+    }
+
+    void refusedCellsAreToldOnceAndTheRestWritten()
+    {
+        Link link;
+        link.sheet->nRefuseFromRow = 3;
+        QSignalSpy refused(&link.thread, &CExcelThread::refused);
+        QSignalSpy connected(&link.thread, &CExcelThread::connected);
+        link.thread.Start();
+        QVERIFY(connected.wait(10000));
+        // One call per row, so each row is refused on its own.
+        for (int row = 1; row <= 5; ++row) {
+            link.thread.Put(row, 1, "v");
+            QVERIFY(QTest::qWaitFor([&] { return link.thread.QueuedCells() == 0; }, 10000));
+        }
+        link.thread.Put(1, 2, "after");
+        QVERIFY(link.WaitForCells(3));
+        QVERIFY(QTest::qWaitFor([&] { return refused.size() == 1; }, 10000));
+        QTest::qWait(50);
+        QCOMPARE(refused.size(), 1);
+        QCOMPARE(refused.first().at(0).toInt(), 3);
+        QCOMPARE(link.sheet->Cells(), (QStringList{"1,1:v", "2,1:v", "1,2:after"}));
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_ExcelThread)
 #include "tst_ExcelThread.moc"

@@ -1,13 +1,16 @@
 // The "V24 Printer" forwarding on pseudo-terminals: the printer line's
-// settings file, the printer buffer, its print job on a private CUPS
-// scheduler, and a printer line that fails beside an instrument line.
+// settings file, the printer buffer, the print job on a private CUPS
+// scheduler (the Epson rule, bytes in the file, refused jobs, no printer),
+// and a printer line that fails beside an instrument line.
 
 #include "CComm.h"
+#include "CCommPrinter.h"
 #include "CCommEvent.h"
 #include "CPrinterForwarding.h"
 #include "CupsTestServer.h"
 #include "PtyPair.h"
 
+#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -48,24 +51,335 @@ class tst_PrinterForwarding : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
+    void initTestCase()
+    {
+        // Without it, the tests that need no printer still run; no job anywhere.
+        m_server = std::make_unique<CCupsTestServer>();
+        if (!m_server->IsRunning())
+            qputenv("CUPS_SERVER", "/nonexistent/cups.sock");
+    }
 
-    void printerBuffer_data();
-    void printerBuffer();
-    void missingSettingsFileKeepsTheRecords();
-    void toggledTwiceLeavesNothingOpen();
-    void printerLineThatCannotOpenIsTold();
-    void lostPrinterLineLeavesInstrumentLine();
-    void streamReachesThePrinterFileWithCrLf();
-    void epsonRuleDecidesTheJob_data();
-    void epsonRuleDecidesTheJob();
-    void noPrinterToldOnceAndBytesCollected();
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_printer = std::make_unique<CPtyPair>();
+        QVERIFY(m_printer->IsOpen());
+    }
+
+    void cleanup()
+    {
+        for (const QString& queue : std::as_const(m_queues))
+            m_server->RemoveQueue(queue);
+        m_queues.clear();
+        m_printer.reset();
+    }
+
+    void printerBuffer_data()
+    {
+        QTest::addColumn<bool>("receiveCrLf");
+        QTest::addColumn<QByteArray>("stream");
+        QTest::addColumn<QByteArray>("buffer");
+        QTest::newRow("CR gains LF") << true << QByteArray("A\rB") << QByteArray("A\r\nB");
+        QTest::newRow("every CR, also before an LF") << true << QByteArray("\r\r\n") << QByteArray("\r\n\r\n\n");
+        QTest::newRow("CR stays alone without the option") << false << QByteArray("A\rB") << QByteArray("A\rB");
+        QTest::newRow("NUL and high bytes kept") << true << QByteArray("\0\xff\x1b@", 4) << QByteArray("\0\xff\x1b@", 4);
+    }
+
+    void printerBuffer()
+    {
+        QFETCH(bool, receiveCrLf);
+        QFETCH(QByteArray, stream);
+        QFETCH(QByteArray, buffer);
+        WriteSettings(m_printer->SlaveName().toLocal8Bit(), receiveCrLf);
+
+        CPrinterForwarding forwarding;
+        forwarding.SwitchOn(SettingsPath(), {});
+        QVERIFY(forwarding.IsOn());
+        QVERIFY(forwarding.PrinterComm()->IsPortOpen());
+        QCOMPARE(forwarding.Settings().m_Driver.m_strName, QByteArray("Printer line"));
+        QVERIFY(m_printer->WriteMaster(stream));
+        QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), buffer, 5000);
+    }
+
+    void missingSettingsFileKeepsTheRecords()
+    {
+        CPrinterForwarding forwarding;
+        forwarding.Settings().m_Comm.m_strConnector = m_printer->SlaveName().toLocal8Bit();
+        forwarding.Settings().m_Comm.m_nConnector = -1;
+        QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
+        forwarding.SwitchOn(m_folder->filePath(QStringLiteral("missing.drv")), {});
+        QVERIFY(forwarding.PrinterComm()->IsPortOpen());
+        // No word about the file: only the missing printer is told.
+        QCOMPARE(problems.size(), 1);
+        QVERIFY(!problems.front().front().toString().contains(QStringLiteral("missing.drv")));
+        QVERIFY(m_printer->WriteMaster("P\r"));
+        QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), QByteArray("P\r\n"), 5000);
+    }
+
+    void toggledTwiceLeavesNothingOpen()
+    {
+        WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
+        CPrinterForwarding forwarding;
+        for (int round = 0; round < 2; ++round) {
+            forwarding.SwitchOn(SettingsPath(), {});
+            QVERIFY(forwarding.PrinterComm() != nullptr);
+            QVERIFY(forwarding.Printer() != nullptr);
+            forwarding.SwitchOff();
+            QVERIFY(!forwarding.IsOn());
+            QVERIFY(forwarding.PrinterComm() == nullptr);
+            QVERIFY(forwarding.Printer() == nullptr);
+        }
+        // The line is closed: the other end sees the hang-up.
+        pollfd p{m_printer->Master(), POLLIN, 0};
+        m_printer->CloseSlave();
+        QCOMPARE(::poll(&p, 1, 1000), 1);
+        QVERIFY(p.revents & POLLHUP);
+    }
+
+    void printerLineThatCannotOpenIsTold()
+    {
+        WriteSettings("/dev/orvalis-no-such-printer-line", true);
+        CPrinterForwarding forwarding;
+        QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
+        forwarding.SwitchOn(SettingsPath(), {});
+        QVERIFY(forwarding.IsOn());
+        QVERIFY(!forwarding.PrinterComm()->IsPortOpen());
+        QCOMPARE(problems.size(), 1);
+        const QString text = problems.front().front().toString();
+        QVERIFY2(text.startsWith(QStringLiteral("V24 Printer: no printer line: Cannot open /dev/orvalis-no-such-printer-line")),
+                 qPrintable(text));
+        forwarding.SwitchOff();
+        QVERIFY(forwarding.PrinterComm() == nullptr);
+    }
+
+    void lostPrinterLineLeavesInstrumentLine()
+    {
+        CPtyPair instrumentPty;
+        CComm instrument;
+        CInstrumentOwner owner(instrument);
+        CCommParameter line;
+        line.m_strConnector = instrumentPty.SlaveName().toLocal8Bit();
+        line.m_nConnector = -1;
+        QVERIFY(instrument.OpenPort(line));
+
+        WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
+        CPrinterForwarding forwarding;
+        forwarding.SwitchOn(SettingsPath(), {});
+        QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
+        QVERIFY(m_printer->WriteMaster("before"));
+        QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), QByteArray("before"), 5000);
+        m_printer->CloseMaster();
+        QTRY_VERIFY_WITH_TIMEOUT(!forwarding.PrinterComm()->IsPortOpen(), 5000);
+        QCOMPARE(problems.size(), 1);
+        QVERIFY2(problems.front().front().toString().contains(QStringLiteral("lost")),
+                 qPrintable(problems.front().front().toString()));
+
+        QVERIFY(instrument.IsPortOpen());
+        QVERIFY(instrumentPty.WriteMaster("still here"));
+        QTRY_COMPARE_WITH_TIMEOUT(owner.received, QByteArray("still here"), 5000);
+        QCOMPARE(forwarding.PrinterBytes(), QByteArray("before"));
+        forwarding.SwitchOff();
+    }
+
+    void streamReachesThePrinterFileWithCrLf()
+    {
+        RequireScheduler();
+        AddQueue(QStringLiteral("Epson_LQ-570"));
+        WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
+
+        CPrinterForwarding forwarding;
+        QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
+        forwarding.SwitchOn(SettingsPath(), {});
+        QVERIFY(forwarding.Printer()->IsJobOpen());
+        const int jobId = forwarding.Printer()->GetJobId();
+        // One byte at a time: each is written into the job as it arrives.
+        for (const char byte : QByteArray("A\rB")) {
+            const qint64 before = forwarding.Printer()->BytesWritten();
+            QVERIFY(m_printer->WriteMaster(QByteArray(1, byte)));
+            QTRY_VERIFY_WITH_TIMEOUT(forwarding.Printer()->BytesWritten() > before, 5000);
+        }
+        QCOMPARE(forwarding.Printer()->BytesWritten(), 4);
+        forwarding.SwitchOff();
+        QVERIFY(m_server->WaitForCompletedJob(QStringLiteral("Epson_LQ-570"), jobId));
+        QCOMPARE(m_server->QueueFileBytes(QStringLiteral("Epson_LQ-570")), QByteArray("A\r\nB"));
+        QCOMPARE(problems.size(), 0);
+    }
+
+    void noPrinterToldOnceAndBytesCollected()
+    {
+        WriteSettings(m_printer->SlaveName().toLocal8Bit(), false);
+        CPrinterForwarding forwarding;
+        QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
+        forwarding.SwitchOn(SettingsPath(), {});
+        QVERIFY(!forwarding.Printer()->IsJobOpen());
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(m_printer->WriteMaster("line\r"));
+        QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), QByteArray("line\rline\rline\r"), 5000);
+        QCOMPARE(problems.size(), 1);
+        QVERIFY2(problems.front().front().toString().startsWith(
+                     QStringLiteral("V24 Printer: nothing is printed: there is no default printer")),
+                 qPrintable(problems.front().front().toString()));
+    }
+
+    // The print job of the printer object itself.
+    void epsonRule_data()
+    {
+        QTest::addColumn<QString>("queue");
+        QTest::addColumn<bool>("job");
+        // Queue names have no spaces: "EPSON LQ-570" is "EPSON_LQ-570".
+        QTest::newRow("EPSON in capitals is no Epson") << "EPSON_LQ-570" << false;
+        QTest::newRow("Epson gets a job") << "Epson_LQ-570" << true;
+        QTest::newRow("Epson inside the name") << "Lab-Epson-FX" << true;
+        QTest::newRow("other printer") << "HP_LaserJet" << false;
+    }
+
+    void epsonRule()
+    {
+        RequireScheduler();
+        QFETCH(QString, queue);
+        QFETCH(bool, job);
+        AddQueue(queue);
+
+        const CCommPrinter::Check check = CCommPrinter::CheckDefaultPrinter({});
+        QCOMPARE(check.strPrinterName, queue);
+        QCOMPARE(check.bSuits, job);
+
+        {
+            CCommPrinter printer;
+            QCOMPARE(printer.GetPrinterName(), queue);
+            QCOMPARE(printer.IsJobOpen(), job);
+            QCOMPARE(printer.GetEpsonFlag(), job ? 1 : 0);
+            const QList<CCupsTestServer::Job> jobs = m_server->Jobs(queue);
+            if (!job) {
+                QVERIFY(jobs.isEmpty());
+                QCOMPARE(printer.Problem(), QStringLiteral("the default printer \"%1\" is not an Epson printer").arg(queue));
+                return;
+            }
+            // Open and waiting for its document while forwarding is on.
+            QCOMPARE(jobs.size(), 1);
+            QCOMPARE(jobs.front().id, printer.GetJobId());
+            QCOMPARE(jobs.front().title, QStringLiteral("My Document"));
+            QVERIFY(jobs.front().state < IPP_JSTATE_CANCELED);
+            QVERIFY(printer.Problem().isEmpty());
+            QVERIFY(printer.Write("x"));
+        }
+        // Ended with the printer object.
+        const QList<CCupsTestServer::Job> jobs = m_server->Jobs(queue);
+        QCOMPARE(jobs.size(), 1);
+        QVERIFY(m_server->WaitForCompletedJob(queue, jobs.front().id));
+        QCOMPARE(jobs.front().format, QStringLiteral("application/vnd.cups-raw"));
+        QCOMPARE(m_server->QueueFileBytes(queue), QByteArray("x"));
+    }
+
+    void jobWithoutBytesIsCancelled()
+    {
+        RequireScheduler();
+        AddQueue(QStringLiteral("Epson_LQ-570"));
+        int jobId = 0;
+        {
+            CCommPrinter printer;
+            QVERIFY(printer.IsJobOpen());
+            jobId = printer.GetJobId();
+        }
+        const QList<CCupsTestServer::Job> jobs = m_server->Jobs(QStringLiteral("Epson_LQ-570"));
+        QCOMPARE(jobs.size(), 1);
+        QCOMPARE(jobs.front().id, jobId);
+        QCOMPARE(jobs.front().state, int(IPP_JSTATE_CANCELED));
+    }
+
+    void bytesReachTheFileUnchangedWhenTheJobEnds()
+    {
+        RequireScheduler();
+        AddQueue(QStringLiteral("Epson_FX-80"));
+        QByteArray all;
+        for (int i = 0; i < 256; ++i)
+            all += char(i);
+        const QList<QByteArray> writes{"A\r\nB", all, QByteArray(100000, 'x'), QByteArray(1, '\0'), "\x1b@\f"};
+
+        CCommPrinter printer;
+        QVERIFY(printer.IsJobOpen());
+        QByteArray expected;
+        for (const QByteArray& bytes : writes) {
+            QVERIFY(printer.Write(bytes));
+            expected += bytes;
+        }
+        QVERIFY(printer.Finish());
+        QVERIFY(!printer.IsJobOpen());
+        QVERIFY(!printer.Write("late"));
+        QVERIFY(m_server->WaitForCompletedJob(QStringLiteral("Epson_FX-80"), printer.GetJobId()));
+        QCOMPARE(m_server->QueueFileBytes(QStringLiteral("Epson_FX-80")), expected);
+    }
+
+    void anyRawPrinterLiftsTheRule()
+    {
+        RequireScheduler();
+        AddQueue(QStringLiteral("HP_LaserJet"));
+        CCommPrinter::Options any;
+        any.bAnyRawPrinter = true;
+        QVERIFY(CCommPrinter::CheckDefaultPrinter(any).bSuits);
+
+        CCommPrinter printer(any);
+        QVERIFY(printer.IsJobOpen());
+        QCOMPARE(printer.GetEpsonFlag(), 1);
+        QVERIFY(printer.Write("P\r\n"));
+        QVERIFY(printer.Finish());
+        QVERIFY(m_server->WaitForCompletedJob(QStringLiteral("HP_LaserJet"), printer.GetJobId()));
+        QCOMPARE(m_server->QueueFileBytes(QStringLiteral("HP_LaserJet")), QByteArray("P\r\n"));
+    }
+
+    void refusedJobCollectsNothingOnThePrinter()
+    {
+        RequireScheduler();
+        AddQueue(QStringLiteral("Epson_LQ-570"));
+        QVERIFY(m_server->RejectJobs(QStringLiteral("Epson_LQ-570")));
+
+        CCommPrinter printer;
+        QVERIFY(!printer.IsJobOpen());
+        QCOMPARE(printer.GetEpsonFlag(), 1);
+        QVERIFY2(printer.Problem().startsWith(QStringLiteral("\"Epson_LQ-570\" refused the print job: ")),
+                 qPrintable(printer.Problem()));
+        QVERIFY(!printer.Write("A"));
+        QVERIFY(m_server->Jobs(QStringLiteral("Epson_LQ-570")).isEmpty());
+    }
+
+    void noDefaultPrinter()
+    {
+        RequireScheduler();
+        CCommPrinter printer;
+        QVERIFY(!printer.IsJobOpen());
+        QVERIFY(printer.GetPrinterName().isEmpty());
+        QCOMPARE(printer.GetEpsonFlag(), 0);
+        QVERIFY2(printer.Problem().startsWith(QStringLiteral("there is no default printer")), qPrintable(printer.Problem()));
+        QVERIFY(!CCommPrinter::CheckDefaultPrinter({}).bSuits);
+    }
+
+    void unreachableSchedulerFailsInBoundedTime()
+    {
+        RequireScheduler();
+        const QByteArray server = qgetenv("CUPS_SERVER");
+        qputenv("CUPS_SERVER", m_server->FilePath(QStringLiteral("nobody-listens.sock")).toLocal8Bit());
+        cupsSetServer(nullptr);
+        QElapsedTimer timer;
+        timer.start();
+        const CCommPrinter printer;
+        const qint64 elapsed = timer.elapsed();
+        qputenv("CUPS_SERVER", server);
+        cupsSetServer(nullptr);
+
+        QVERIFY(!printer.IsJobOpen());
+        QVERIFY2(printer.Problem().contains(QStringLiteral("cannot reach the printing system at ")),
+                 qPrintable(printer.Problem()));
+        QVERIFY(elapsed < 6000);
+    }
 
 private:
     void WriteSettings(const QByteArray& connector, bool receiveCrLf);
     QString SettingsPath() const { return m_folder->filePath(QStringLiteral("v24print.drv")); }
+    void AddQueue(const QString& name)
+    {
+        QVERIFY(m_server->AddQueue(name));
+        m_queues.append(name);
+    }
     void RequireScheduler()
     {
         if (!m_server->IsRunning())
@@ -78,29 +392,6 @@ private:
     QStringList m_queues;
 };
 
-void tst_PrinterForwarding::initTestCase()
-{
-    // Without it, the tests that need no printer still run; no job anywhere.
-    m_server = std::make_unique<CCupsTestServer>();
-    if (!m_server->IsRunning())
-        qputenv("CUPS_SERVER", "/nonexistent/cups.sock");
-}
-
-void tst_PrinterForwarding::init()
-{
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_printer = std::make_unique<CPtyPair>();
-    QVERIFY(m_printer->IsOpen());
-}
-
-void tst_PrinterForwarding::cleanup()
-{
-    for (const QString& queue : std::as_const(m_queues))
-        m_server->RemoveQueue(queue);
-    m_queues.clear();
-    m_printer.reset();
-}
-
 void tst_PrinterForwarding::WriteSettings(const QByteArray& connector, bool receiveCrLf)
 {
     CPrinterSettingsFile file;
@@ -110,188 +401,6 @@ void tst_PrinterForwarding::WriteSettings(const QByteArray& connector, bool rece
     file.m_Comm.m_nBaudRate = 9600;
     file.m_Terminal.m_bReceiveCRLF = receiveCrLf ? 1 : 0;
     QVERIFY(file.Store(SettingsPath()).IsOk());
-}
-
-void tst_PrinterForwarding::printerBuffer_data()
-{
-    QTest::addColumn<bool>("receiveCrLf");
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<QByteArray>("buffer");
-    QTest::newRow("CR gains LF") << true << QByteArray("A\rB") << QByteArray("A\r\nB");
-    QTest::newRow("every CR, also before an LF") << true << QByteArray("\r\r\n") << QByteArray("\r\n\r\n\n");
-    QTest::newRow("CR stays alone without the option") << false << QByteArray("A\rB") << QByteArray("A\rB");
-    QTest::newRow("NUL and high bytes kept") << true << QByteArray("\0\xff\x1b@", 4) << QByteArray("\0\xff\x1b@", 4);
-}
-
-void tst_PrinterForwarding::printerBuffer()
-{
-    QFETCH(bool, receiveCrLf);
-    QFETCH(QByteArray, stream);
-    QFETCH(QByteArray, buffer);
-    WriteSettings(m_printer->SlaveName().toLocal8Bit(), receiveCrLf);
-
-    CPrinterForwarding forwarding;
-    forwarding.SwitchOn(SettingsPath(), {});
-    QVERIFY(forwarding.IsOn());
-    QVERIFY(forwarding.PrinterComm()->IsPortOpen());
-    QCOMPARE(forwarding.Settings().m_Driver.m_strName, QByteArray("Printer line"));
-    QVERIFY(m_printer->WriteMaster(stream));
-    QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), buffer, 5000);
-}
-
-void tst_PrinterForwarding::missingSettingsFileKeepsTheRecords()
-{
-    CPrinterForwarding forwarding;
-    forwarding.Settings().m_Comm.m_strConnector = m_printer->SlaveName().toLocal8Bit();
-    forwarding.Settings().m_Comm.m_nConnector = -1;
-    QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-    forwarding.SwitchOn(m_folder->filePath(QStringLiteral("missing.drv")), {});
-    QVERIFY(forwarding.PrinterComm()->IsPortOpen());
-    // No word about the file: only the missing printer is told.
-    QCOMPARE(problems.size(), 1);
-    QVERIFY(!problems.front().front().toString().contains(QStringLiteral("missing.drv")));
-    QVERIFY(m_printer->WriteMaster("P\r"));
-    QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), QByteArray("P\r\n"), 5000);
-}
-
-void tst_PrinterForwarding::toggledTwiceLeavesNothingOpen()
-{
-    WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
-    CPrinterForwarding forwarding;
-    for (int round = 0; round < 2; ++round) {
-        forwarding.SwitchOn(SettingsPath(), {});
-        QVERIFY(forwarding.PrinterComm() != nullptr);
-        QVERIFY(forwarding.Printer() != nullptr);
-        forwarding.SwitchOff();
-        QVERIFY(!forwarding.IsOn());
-        QVERIFY(forwarding.PrinterComm() == nullptr);
-        QVERIFY(forwarding.Printer() == nullptr);
-    }
-    // The line is closed: the other end sees the hang-up.
-    pollfd p{m_printer->Master(), POLLIN, 0};
-    m_printer->CloseSlave();
-    QCOMPARE(::poll(&p, 1, 1000), 1);
-    QVERIFY(p.revents & POLLHUP);
-}
-
-void tst_PrinterForwarding::printerLineThatCannotOpenIsTold()
-{
-    WriteSettings("/dev/orvalis-no-such-printer-line", true);
-    CPrinterForwarding forwarding;
-    QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-    forwarding.SwitchOn(SettingsPath(), {});
-    QVERIFY(forwarding.IsOn());
-    QVERIFY(!forwarding.PrinterComm()->IsPortOpen());
-    QCOMPARE(problems.size(), 1);
-    const QString text = problems.front().front().toString();
-    QVERIFY2(text.startsWith(QStringLiteral("V24 Printer: no printer line: Cannot open /dev/orvalis-no-such-printer-line")),
-             qPrintable(text));
-    forwarding.SwitchOff();
-    QVERIFY(forwarding.PrinterComm() == nullptr);
-}
-
-void tst_PrinterForwarding::lostPrinterLineLeavesInstrumentLine()
-{
-    CPtyPair instrumentPty;
-    CComm instrument;
-    CInstrumentOwner owner(instrument);
-    CCommParameter line;
-    line.m_strConnector = instrumentPty.SlaveName().toLocal8Bit();
-    line.m_nConnector = -1;
-    QVERIFY(instrument.OpenPort(line));
-
-    WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
-    CPrinterForwarding forwarding;
-    forwarding.SwitchOn(SettingsPath(), {});
-    QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-    QVERIFY(m_printer->WriteMaster("before"));
-    QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), QByteArray("before"), 5000);
-    m_printer->CloseMaster();
-    QTRY_VERIFY_WITH_TIMEOUT(!forwarding.PrinterComm()->IsPortOpen(), 5000);
-    QCOMPARE(problems.size(), 1);
-    QVERIFY2(problems.front().front().toString().contains(QStringLiteral("lost")),
-             qPrintable(problems.front().front().toString()));
-
-    QVERIFY(instrument.IsPortOpen());
-    QVERIFY(instrumentPty.WriteMaster("still here"));
-    QTRY_COMPARE_WITH_TIMEOUT(owner.received, QByteArray("still here"), 5000);
-    QCOMPARE(forwarding.PrinterBytes(), QByteArray("before"));
-    forwarding.SwitchOff();
-}
-
-void tst_PrinterForwarding::streamReachesThePrinterFileWithCrLf()
-{
-    RequireScheduler();
-    QVERIFY(m_server->AddQueue(QStringLiteral("Epson_LQ-570")));
-    m_queues.append(QStringLiteral("Epson_LQ-570"));
-    WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
-
-    CPrinterForwarding forwarding;
-    QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-    forwarding.SwitchOn(SettingsPath(), {});
-    QVERIFY(forwarding.Printer()->IsJobOpen());
-    const int jobId = forwarding.Printer()->GetJobId();
-    // One byte at a time: each is written into the job as it arrives.
-    for (const char byte : QByteArray("A\rB")) {
-        const qint64 before = forwarding.Printer()->BytesWritten();
-        QVERIFY(m_printer->WriteMaster(QByteArray(1, byte)));
-        QTRY_VERIFY_WITH_TIMEOUT(forwarding.Printer()->BytesWritten() > before, 5000);
-    }
-    QCOMPARE(forwarding.Printer()->BytesWritten(), 4);
-    forwarding.SwitchOff();
-    QVERIFY(m_server->WaitForCompletedJob(QStringLiteral("Epson_LQ-570"), jobId));
-    QCOMPARE(m_server->QueueFileBytes(QStringLiteral("Epson_LQ-570")), QByteArray("A\r\nB"));
-    QCOMPARE(problems.size(), 0);
-}
-
-void tst_PrinterForwarding::epsonRuleDecidesTheJob_data()
-{
-    QTest::addColumn<QString>("queue");
-    QTest::addColumn<bool>("job");
-    QTest::newRow("EPSON LQ-570 gets no job") << "EPSON_LQ-570" << false;
-    QTest::newRow("Epson LQ-570 gets one") << "Epson_LQ-570" << true;
-}
-
-void tst_PrinterForwarding::epsonRuleDecidesTheJob()
-{
-    QFETCH(QString, queue);
-    QFETCH(bool, job);
-    RequireScheduler();
-    QVERIFY(m_server->AddQueue(queue));
-    m_queues.append(queue);
-    WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
-
-    CPrinterForwarding forwarding;
-    QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-    forwarding.SwitchOn(SettingsPath(), {});
-    QCOMPARE(forwarding.Printer()->IsJobOpen(), job);
-    QCOMPARE(m_server->Jobs(queue).size(), job ? 1 : 0);
-    QCOMPARE(problems.size(), job ? 0 : 1);
-    QVERIFY(m_printer->WriteMaster("X"));
-    QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), QByteArray("X"), 5000);
-    forwarding.SwitchOff();
-    const QList<CCupsTestServer::Job> jobs = m_server->Jobs(queue);
-    QCOMPARE(jobs.size(), job ? 1 : 0);
-    if (job) {
-        QVERIFY(m_server->WaitForCompletedJob(queue, jobs.front().id));
-        QCOMPARE(m_server->QueueFileBytes(queue), QByteArray("X"));
-    }
-}
-
-void tst_PrinterForwarding::noPrinterToldOnceAndBytesCollected()
-{
-    WriteSettings(m_printer->SlaveName().toLocal8Bit(), false);
-    CPrinterForwarding forwarding;
-    QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-    forwarding.SwitchOn(SettingsPath(), {});
-    QVERIFY(!forwarding.Printer()->IsJobOpen());
-    for (int i = 0; i < 3; ++i)
-        QVERIFY(m_printer->WriteMaster("line\r"));
-    QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), QByteArray("line\rline\rline\r"), 5000);
-    QCOMPARE(problems.size(), 1);
-    QVERIFY2(problems.front().front().toString().startsWith(
-                 QStringLiteral("V24 Printer: nothing is printed: there is no default printer")),
-             qPrintable(problems.front().front().toString()));
 }
 
 QTEST_GUILESS_MAIN(tst_PrinterForwarding)

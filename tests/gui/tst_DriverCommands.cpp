@@ -30,25 +30,336 @@ class tst_DriverCommands : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_home = std::make_unique<QTemporaryDir>();
+        qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
+        m_app = std::make_unique<COrvalisApp>(InFolder(QStringLiteral("Orvalis.ini")));
+        m_dialogs = std::make_unique<CScriptedDialogs>();
+        QVERIFY(m_app->InitInstance({}));
+        QCOMPARE(m_app->ProgramFolder(), QDir::cleanPath(m_home->path()));
+    }
 
-    void addInstrumentWritesProgramFolder();
-    void addInstrumentCancelledWritesNothing();
-    void addInstrumentWithoutFileNameWritesNothing();
-    void addInstrumentInUnwritableFolderOffersSaveAs();
-    void modifyInstrumentUnderNewName();
-    void modifyInstrumentFromAnotherFolder();
-    void modifyInstrumentCancelled();
-    void modifyDamagedInstrumentAsksBeforeOverwriting_data();
-    void modifyDamagedInstrumentAsksBeforeOverwriting();
-    void modifyInstrumentRemembersStartPage();
-    void modifyInstrumentStoresPendingScriptCommand();
-    void writingOverLongerFileKeepsTail();
-    void addTerminalWritesChosenFile();
-    void addTerminalSaveCancelled();
-    void modifyTerminalWritesBack();
-    void modifyTerminalRemembersStartPage();
+    void cleanup()
+    {
+        m_dialogs.reset();
+        m_app.reset();
+        m_home.reset();
+        qunsetenv("ORVALIS_HOME");
+    }
+
+    void addInstrumentWritesProgramFolder()
+    {
+        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+            QCOMPARE(sheet.GetActiveIndex(), 0);
+            QCOMPARE(sheet.GetPageCount(), 6);
+            QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("Balance"));
+            sheet.m_pFunctionKeysPage->m_names.at(0)->setText(QStringLiteral("Print"));
+            sheet.m_pFunctionKeysPage->m_commands.at(0)->setText(QStringLiteral("P<CR><LF>"));
+        });
+        m_app->MainFrame()->RouteCommand(32772);
+        QCOMPARE(m_dialogs->m_nOpenCalls + m_dialogs->m_nSaveCalls, 0); // no file dialog
+
+        CDriverFile loaded;
+        QVERIFY(loaded.Load(InFolder(QStringLiteral("Balance.tbb"))).IsOk());
+        QCOMPARE(loaded.m_FunctionKeys.m_Names.size(), 8);
+        QCOMPARE(loaded.m_FunctionKeys.GetName(0), QByteArray("Print"));
+        QCOMPARE(loaded.m_FunctionKeys.GetCommand(0), QByteArray("P\r\n"));
+    }
+
+    void addInstrumentCancelledOrWithoutFileNameWritesNothing()
+    {
+        const QStringList before = QDir(m_home->path()).entryList(QDir::Files);
+        // The sheet cancelled.
+        m_app->MainFrame()->OnAddInstrument();
+        QCOMPARE(m_dialogs->m_nExecCalls, 1);
+        QCOMPARE(QDir(m_home->path()).entryList(QDir::Files), before);
+        // An empty file name makes the target the program folder itself.
+        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet&) {});
+        m_app->MainFrame()->OnAddInstrument();
+        QCOMPARE(QDir(m_home->path()).entryList(QDir::Files), before);
+        // Said in a message that offers Save As (declined here).
+        QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
+        QVERIFY(m_dialogs->m_writeFailures.first().contains(QStringLiteral("no file name")));
+    }
+
+    void addInstrumentInUnwritableFolderOffersSaveAs()
+    {
+        // A program folder nobody can write to, whoever runs the test: a plain
+        // file stands where the folder should be.
+        QFile plain(InFolder(QStringLiteral("installed")));
+        QVERIFY(plain.open(QIODevice::WriteOnly));
+        plain.close();
+        m_app.reset();
+        qputenv("ORVALIS_HOME", QFile::encodeName(InFolder(QStringLiteral("installed/orvalis"))));
+        m_app = std::make_unique<COrvalisApp>(InFolder(QStringLiteral("Orvalis.ini")));
+        QVERIFY(m_app->InitInstance({}));
+        const QString target = InFolder(QStringLiteral("installed/orvalis/RO test.tbb"));
+        const QString elsewhere = InFolder(QStringLiteral("mine.tbb"));
+        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+            QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("RO test"));
+        });
+        m_dialogs->m_saveElsewhereAnswers = {true};
+        m_dialogs->m_saveAnswers = {elsewhere};
+        m_app->MainFrame()->OnAddInstrument();
+        // The whole message names the file and the reason.
+        QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
+        const QString message = m_dialogs->m_writeFailures.first();
+        QVERIFY2(message.contains(target + QStringLiteral(": ")) && message.contains(QStringLiteral("directory")),
+                 qPrintable(message));
+        CDriverFile saved;
+        QVERIFY(saved.Load(elsewhere).IsOk());
+        QCOMPARE(saved.m_Driver.m_strName, QByteArray("RO test"));
+        QCOMPARE(saved.m_Driver.m_strFileName, QByteArray("mine.tbb"));
+    }
+
+    void modifyInstrumentUnderNewName()
+    {
+        const QString lab = InFolder(QStringLiteral("lab.tbb"));
+        WriteInstrument(lab, "Lab", "lab.tbb");
+        const QByteArray before = Read(lab);
+        m_dialogs->m_openAnswers = {lab};
+        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+            // The page shows what the file holds.
+            QCOMPARE(sheet.m_pGeneralPage->m_pFileName->text(), QStringLiteral("lab.tbb"));
+            QVERIFY(sheet.m_pCommPage->Button(CCommPage::Baud, 5)->isChecked());
+            QCOMPARE(sheet.m_pCommPage->m_pConnector->currentText(), QStringLiteral("COM2"));
+            QCOMPARE(sheet.m_pFunctionKeysPage->m_commands.at(0)->text(), QStringLiteral("P<CR>"));
+            sheet.m_pGeneralPage->m_pFileName->setText(QStringLiteral("lab2.tbb"));
+        });
+        m_app->MainFrame()->OnModifyInstrument();
+        QCOMPARE(m_dialogs->m_lastFilter.strFilter, QStringLiteral("Instrument Drivers (*.tbb)"));
+        QCOMPARE(m_dialogs->m_strLastFolder, m_app->ProgramFolder());
+
+        QCOMPARE(Read(lab), before);
+        // Where the changes went is said.
+        QCOMPARE(m_dialogs->m_messages.size(), 1);
+        QVERIFY2(m_dialogs->m_messages.first().contains(QStringLiteral("saved as ") + InFolder(QStringLiteral("lab2.tbb"))),
+                 qPrintable(m_dialogs->m_messages.first()));
+        QVERIFY(m_dialogs->m_messages.first().contains(lab + QStringLiteral(" is unchanged")));
+        CDriverFile modified;
+        QVERIFY(modified.Load(InFolder(QStringLiteral("lab2.tbb"))).IsOk());
+        QCOMPARE(modified.m_Driver.m_strFileName, QByteArray("lab2.tbb"));
+        QCOMPARE(modified.m_Comm.m_strConnector, QByteArray("COM2"));
+        QCOMPARE(modified.m_Comm.m_nBaudRate, 4800);
+        QCOMPARE(modified.m_FunctionKeys.GetCommand(0), QByteArray("P\r"));
+        // The sheet is filled like a new driver's: eight more empty keys.
+        QCOMPARE(modified.m_FunctionKeys.m_Names.size(), 16);
+    }
+
+    void modifyInstrumentFromAnotherFolder()
+    {
+        QTemporaryDir elsewhere;
+        const QString original = QDir(elsewhere.path()).filePath(QStringLiteral("scale.tbb"));
+        WriteInstrument(original, "Scale", "scale.tbb");
+        const QByteArray before = Read(original);
+        m_dialogs->m_openAnswers = {original};
+        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+            sheet.m_pCommPage->Button(CCommPage::Baud, 8)->click();
+        });
+        m_app->MainFrame()->OnModifyInstrument();
+        QCOMPARE(Read(original), before);
+        QCOMPARE(m_dialogs->m_messages.size(), 1);
+        QVERIFY(m_dialogs->m_messages.first().contains(original + QStringLiteral(" is unchanged")));
+        CDriverFile copy;
+        QVERIFY(copy.Load(InFolder(QStringLiteral("scale.tbb"))).IsOk());
+        QCOMPARE(copy.m_Comm.m_nBaudRate, 19200);
+    }
+
+    void modifyInstrumentCancelled()
+    {
+        const QString lab = InFolder(QStringLiteral("lab.tbb"));
+        WriteInstrument(lab, "Lab", "other.tbb");
+        // The file dialog cancelled: no sheet.
+        m_app->MainFrame()->OnModifyInstrument();
+        QCOMPARE(m_dialogs->m_nExecCalls, 0);
+        // The sheet cancelled: nothing written.
+        m_dialogs->m_openAnswers = {lab};
+        m_app->MainFrame()->OnModifyInstrument();
+        QCOMPARE(m_dialogs->m_nExecCalls, 1);
+        QVERIFY(!QFile::exists(InFolder(QStringLiteral("other.tbb"))));
+        // A missing file shows the defaults and is written under the typed name.
+        m_dialogs->m_openAnswers = {InFolder(QStringLiteral("missing.tbb"))};
+        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+            QCOMPARE(sheet.m_pGeneralPage->m_pName->text(), QString());
+            QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("New"));
+        });
+        m_app->MainFrame()->OnModifyInstrument();
+        QVERIFY(QFile::exists(InFolder(QStringLiteral("New.tbb"))));
+    }
+
+    void modifyDamagedInstrumentAsksBeforeOverwriting_data()
+    {
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<bool>("rewritten");
+        QTest::newRow("Don't Save leaves it") << int(CUserDialogs::DontSave) << false;
+        QTest::newRow("Write Anyway writes it") << int(CUserDialogs::Overwrite) << true;
+    }
+
+    void modifyDamagedInstrumentAsksBeforeOverwriting()
+    {
+        QFETCH(int, answer);
+        const QString lab = InFolder(QStringLiteral("lab.tbb"));
+        WriteInstrument(lab, "Lab", "lab.tbb");
+        const QByteArray cut = Read(lab).chopped(3);
+        QFile file(lab);
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(cut) == cut.size());
+        file.close();
+        m_dialogs->m_openAnswers = {lab};
+        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet&) {});
+        m_dialogs->m_overwriteAnswers = {CUserDialogs::OverwriteAnswer(answer)};
+        m_app->MainFrame()->OnModifyInstrument();
+        // Told when it was read, asked before it is written.
+        QCOMPARE(m_dialogs->m_messages.size(), 1);
+        QVERIFY2(m_dialogs->m_messages.first().startsWith(lab + QStringLiteral(": damaged at byte")),
+                 qPrintable(m_dialogs->m_messages.first()));
+        QCOMPARE(m_dialogs->m_overwriteQuestions.size(), 1);
+        QTEST(Read(lab) != cut, "rewritten");
+    }
+
+    void modifyInstrumentRemembersStartPage()
+    {
+        const QString lab = InFolder(QStringLiteral("lab.tbb"));
+        WriteInstrument(lab, "Lab", "lab.tbb");
+        int startPage = -1;
+        m_dialogs->m_openAnswers = {lab, lab, lab};
+        m_dialogs->m_onExec = AcceptInstrument([&startPage](CInstrumentSheet& sheet) {
+            startPage = sheet.GetActiveIndex();
+            sheet.SetActivePage(3);
+        });
+        m_app->MainFrame()->OnModifyInstrument();
+        QCOMPARE(startPage, 0);
+        QCOMPARE(m_app->m_nModifyInstrumentPage, 3);
+
+        // Cancel leaves the remembered page as it was.
+        m_dialogs->m_onExec = [&startPage](QDialog& dialog) {
+            auto& sheet = dynamic_cast<CInstrumentSheet&>(dialog);
+            startPage = sheet.GetActiveIndex();
+            sheet.SetActivePage(1);
+            sheet.reject();
+            return sheet.result();
+        };
+        m_app->MainFrame()->OnModifyInstrument();
+        QCOMPARE(startPage, 3);
+        QCOMPARE(m_app->m_nModifyInstrumentPage, 3);
+
+        // Add Instrument always starts on the first page.
+        m_dialogs->m_onExec = AcceptInstrument([&startPage](CInstrumentSheet& sheet) { startPage = sheet.GetActiveIndex(); });
+        m_app->MainFrame()->OnAddInstrument();
+        QCOMPARE(startPage, 0);
+        QCOMPARE(m_app->m_nModifyInstrumentPage, 3);
+    }
+
+    void modifyInstrumentStoresPendingScriptCommand()
+    {
+        const QString lab = InFolder(QStringLiteral("lab.tbb"));
+        CDriverFile records;
+        records.m_Driver.m_strFileName = "lab.tbb";
+        records.m_Script.m_bRegistered = 1;
+        records.m_Script.m_strEndOfString = "<CR><LF>";
+        records.m_Script.m_InputStrings = {"N"};
+        records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"SkipCharacters(1)"})};
+        QVERIFY(records.Store(lab).IsOk());
+        m_dialogs->m_openAnswers = {lab};
+        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+            CScriptPage* page = sheet.m_pScriptPage;
+            QCOMPARE(sheet.GetPage(4), page);
+            QCOMPARE(page->Caption(), QStringLiteral("Script Language"));
+            // Double click on TrimLeft: the example waits in the command field.
+            auto* commands = page->findChild<QListWidget*>(QStringLiteral("commands"));
+            commands->setCurrentRow(7);
+            Q_EMIT commands->itemDoubleClicked(commands->item(7));
+            QVERIFY(page->IsPending());
+        });
+        m_app->MainFrame()->OnModifyInstrument();
+        CDriverFile written;
+        QVERIFY(written.Load(lab).IsOk());
+        QCOMPARE(written.m_Script.m_bRegistered, 1);
+        QCOMPARE(written.m_Script.m_strEndOfString, QByteArray("<CR><LF>"));
+        QCOMPARE(written.m_Script.m_InputStrings, QByteArrayList{"N"});
+        QCOMPARE(written.m_Script.GetCommandCount(0), 2);
+        QCOMPARE(written.m_Script.GetCommand(0, 1), QByteArray("TrimLeft()"));
+    }
+
+    void addTerminalWritesChosenFile()
+    {
+        const QString target = InFolder(QStringLiteral("vt100.drv"));
+        m_dialogs->m_saveAnswers = {target};
+        m_dialogs->m_onExec = AcceptTerminal([](CTerminalSheet& sheet) {
+            QCOMPARE(sheet.GetActiveIndex(), 0);
+            sheet.m_pTerminalPage->m_pEmulation->setCurrentIndex(4);
+            sheet.m_pTerminalPage->m_pColumns->setText(QStringLiteral("132"));
+            sheet.m_pFunctionKeysPage->m_names.at(7)->setText(QStringLiteral("Break"));
+        });
+        m_app->MainFrame()->RouteCommand(32782);
+        QCOMPARE(m_dialogs->m_lastFilter.strFilter, QStringLiteral("Terminal Drivers (*.drv)"));
+        QCOMPARE(m_dialogs->m_lastFilter.strDefaultExtension, QStringLiteral("drv"));
+        QCOMPARE(m_dialogs->m_strLastFolder, m_app->ProgramFolder());
+
+        CTerminalFile loaded;
+        QVERIFY(loaded.Load(target).IsOk());
+        QCOMPARE(loaded.m_Terminal.m_nEmulation, 4);
+        QCOMPARE(loaded.m_Terminal.m_nColumns, 132);
+        QCOMPARE(loaded.m_Comm.m_nConnector, -1);
+        QCOMPARE(loaded.m_FunctionKeys.GetName(7), QByteArray("Break"));
+        QCOMPARE(loaded.m_FunctionKeys.m_Names.size(), 8);
+    }
+
+    void addTerminalSaveCancelled()
+    {
+        m_dialogs->m_onExec = AcceptTerminal([](CTerminalSheet&) {});
+        m_app->MainFrame()->OnAddTerminal();
+        QCOMPARE(m_dialogs->m_nSaveCalls, 1);
+        QCOMPARE(QDir(m_home->path()).entryList({QStringLiteral("*.drv")}), QStringList());
+        // A cancelled sheet asks for no file at all.
+        m_dialogs->m_onExec = nullptr;
+        m_app->MainFrame()->OnAddTerminal();
+        QCOMPARE(m_dialogs->m_nSaveCalls, 1);
+    }
+
+    void modifyTerminalWritesBack()
+    {
+        const QString path = QDir(ORVALIS_TEST_DATA).filePath(QStringLiteral("VT100.drv"));
+        const QString copy = InFolder(QStringLiteral("VT100.drv"));
+        QVERIFY(QFile::copy(path, copy));
+        QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner);
+        CTerminalFile original;
+        QVERIFY(original.Load(copy).IsOk());
+
+        m_dialogs->m_openAnswers = {copy};
+        m_dialogs->m_onExec = AcceptTerminal([&original](CTerminalSheet& sheet) {
+            QCOMPARE(sheet.m_pTerminalPage->m_pRows->text(), QString::number(original.m_Terminal.m_nRows));
+            sheet.m_pTerminalPage->m_pRows->setText(QStringLiteral("50"));
+        });
+        m_app->MainFrame()->OnModifyTerminal();
+        CTerminalFile modified;
+        QVERIFY(modified.Load(copy).IsOk());
+        QCOMPARE(modified.m_Terminal.m_nRows, 50);
+        QCOMPARE(modified.m_Terminal.m_nColumns, original.m_Terminal.m_nColumns);
+        QCOMPARE(modified.m_Comm.m_nBaudRate, original.m_Comm.m_nBaudRate);
+        QCOMPARE(modified.m_FunctionKeys.m_Names.size(), original.m_FunctionKeys.m_Names.size() + 8);
+    }
+
+    void modifyTerminalRemembersStartPage()
+    {
+        const QString path = InFolder(QStringLiteral("t.drv"));
+        CTerminalFile records;
+        records.m_FunctionKeys.AppendEmptyKeys();
+        QVERIFY(records.Store(path).IsOk());
+        int startPage = -1;
+        m_dialogs->m_openAnswers = {path, path};
+        m_dialogs->m_onExec = AcceptTerminal([&startPage](CTerminalSheet& sheet) {
+            startPage = sheet.GetActiveIndex();
+            sheet.SetActivePage(2);
+        });
+        m_app->MainFrame()->OnModifyTerminal();
+        QCOMPARE(startPage, 0);
+        QCOMPARE(m_app->m_nModifyTerminalPage, 2);
+        m_app->MainFrame()->OnModifyTerminal();
+        QCOMPARE(startPage, 2);
+        // The instrument sheets keep their own page.
+        QCOMPARE(m_app->m_nModifyInstrumentPage, 0);
+    }
 
 private:
     QString InFolder(const QString& name) const { return QDir(m_home->path()).filePath(name); }
@@ -62,24 +373,6 @@ private:
     std::unique_ptr<COrvalisApp> m_app;
     std::unique_ptr<CScriptedDialogs> m_dialogs;
 };
-
-void tst_DriverCommands::init()
-{
-    m_home = std::make_unique<QTemporaryDir>();
-    qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
-    m_app = std::make_unique<COrvalisApp>(InFolder(QStringLiteral("Orvalis.ini")));
-    m_dialogs = std::make_unique<CScriptedDialogs>();
-    QVERIFY(m_app->InitInstance({}));
-    QCOMPARE(m_app->ProgramFolder(), QDir::cleanPath(m_home->path()));
-}
-
-void tst_DriverCommands::cleanup()
-{
-    m_dialogs.reset();
-    m_app.reset();
-    m_home.reset();
-    qunsetenv("ORVALIS_HOME");
-}
 
 QByteArray tst_DriverCommands::Read(const QString& path)
 {
@@ -126,348 +419,6 @@ void tst_DriverCommands::WriteInstrument(const QString& path, const QByteArray& 
 }
 
 // ---------------------------------------------------------------------------
-
-void tst_DriverCommands::addInstrumentWritesProgramFolder()
-{
-    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
-        QCOMPARE(sheet.GetActiveIndex(), 0);
-        QCOMPARE(sheet.GetPageCount(), 6);
-        QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("Balance"));
-        sheet.m_pFunctionKeysPage->m_names.at(0)->setText(QStringLiteral("Print"));
-        sheet.m_pFunctionKeysPage->m_commands.at(0)->setText(QStringLiteral("P<CR><LF>"));
-    });
-    m_app->MainFrame()->RouteCommand(32772);
-    QCOMPARE(m_dialogs->m_nOpenCalls + m_dialogs->m_nSaveCalls, 0); // no file dialog
-
-    const QByteArray bytes = Read(InFolder(QStringLiteral("Balance.tbb")));
-    // Driver block, then the communication block with the connector name.
-    const QByteArray driverBlock = QByteArray("\x07", 1) + "Balance" + "\x0b" + "Balance.tbb" + QByteArray(2, '\0');
-    QVERIFY2(bytes.startsWith(driverBlock), bytes.toHex().constData());
-    const QByteArray commBlock = QByteArray::fromHex("ffff80254e000800010002000" "0");
-    QCOMPARE(bytes.mid(driverBlock.size(), commBlock.size()).toHex(), commBlock.toHex());
-
-    CDriverFile loaded;
-    QVERIFY(loaded.Load(InFolder(QStringLiteral("Balance.tbb"))).IsOk());
-    QCOMPARE(loaded.m_FunctionKeys.m_Names.size(), 8);
-    QCOMPARE(loaded.m_FunctionKeys.GetName(0), QByteArray("Print"));
-    QCOMPARE(loaded.m_FunctionKeys.GetCommand(0), QByteArray("P\r\n"));
-}
-
-void tst_DriverCommands::addInstrumentCancelledWritesNothing()
-{
-    const QStringList before = QDir(m_home->path()).entryList(QDir::Files);
-    m_app->MainFrame()->OnAddInstrument();
-    QCOMPARE(m_dialogs->m_nExecCalls, 1);
-    QCOMPARE(QDir(m_home->path()).entryList(QDir::Files), before);
-}
-
-void tst_DriverCommands::addInstrumentWithoutFileNameWritesNothing()
-{
-    // An empty file name makes the target the program folder itself.
-    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet&) {});
-    const QStringList before = QDir(m_home->path()).entryList(QDir::Files);
-    m_app->MainFrame()->OnAddInstrument();
-    QCOMPARE(QDir(m_home->path()).entryList(QDir::Files), before);
-    // Said in a message that offers Save As (declined here).
-    QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
-    QVERIFY(m_dialogs->m_writeFailures.first().contains(QStringLiteral("no file name")));
-}
-
-void tst_DriverCommands::addInstrumentInUnwritableFolderOffersSaveAs()
-{
-    // A program folder nobody can write to, whoever runs the test: a plain
-    // file stands where the folder should be.
-    QFile plain(InFolder(QStringLiteral("installed")));
-    QVERIFY(plain.open(QIODevice::WriteOnly));
-    plain.close();
-    m_app.reset();
-    qputenv("ORVALIS_HOME", QFile::encodeName(InFolder(QStringLiteral("installed/orvalis"))));
-    m_app = std::make_unique<COrvalisApp>(InFolder(QStringLiteral("Orvalis.ini")));
-    QVERIFY(m_app->InitInstance({}));
-    const QString target = InFolder(QStringLiteral("installed/orvalis/RO test.tbb"));
-    const QString elsewhere = InFolder(QStringLiteral("mine.tbb"));
-    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
-        QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("RO test"));
-    });
-    m_dialogs->m_saveElsewhereAnswers = {true};
-    m_dialogs->m_saveAnswers = {elsewhere};
-    m_app->MainFrame()->OnAddInstrument();
-    // The whole message names the file and the reason.
-    QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
-    const QString message = m_dialogs->m_writeFailures.first();
-    QVERIFY2(message.contains(target + QStringLiteral(": ")) && message.contains(QStringLiteral("directory")),
-             qPrintable(message));
-    CDriverFile saved;
-    QVERIFY(saved.Load(elsewhere).IsOk());
-    QCOMPARE(saved.m_Driver.m_strName, QByteArray("RO test"));
-    QCOMPARE(saved.m_Driver.m_strFileName, QByteArray("mine.tbb"));
-}
-
-void tst_DriverCommands::modifyInstrumentUnderNewName()
-{
-    const QString lab = InFolder(QStringLiteral("lab.tbb"));
-    WriteInstrument(lab, "Lab", "lab.tbb");
-    const QByteArray before = Read(lab);
-    m_dialogs->m_openAnswers = {lab};
-    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
-        // The page shows what the file holds.
-        QCOMPARE(sheet.m_pGeneralPage->m_pFileName->text(), QStringLiteral("lab.tbb"));
-        QVERIFY(sheet.m_pCommPage->Button(CCommPage::Baud, 5)->isChecked());
-        QCOMPARE(sheet.m_pCommPage->m_pConnector->currentText(), QStringLiteral("COM2"));
-        QCOMPARE(sheet.m_pFunctionKeysPage->m_commands.at(0)->text(), QStringLiteral("P<CR>"));
-        sheet.m_pGeneralPage->m_pFileName->setText(QStringLiteral("lab2.tbb"));
-    });
-    m_app->MainFrame()->OnModifyInstrument();
-    QCOMPARE(m_dialogs->m_lastFilter.strFilter, QStringLiteral("Instrument Drivers (*.tbb)"));
-    QCOMPARE(m_dialogs->m_strLastFolder, m_app->ProgramFolder());
-
-    QCOMPARE(Read(lab), before);
-    // Where the changes went is said.
-    QCOMPARE(m_dialogs->m_messages.size(), 1);
-    QVERIFY2(m_dialogs->m_messages.first().contains(QStringLiteral("saved as ") + InFolder(QStringLiteral("lab2.tbb"))),
-             qPrintable(m_dialogs->m_messages.first()));
-    QVERIFY(m_dialogs->m_messages.first().contains(lab + QStringLiteral(" is unchanged")));
-    CDriverFile modified;
-    QVERIFY(modified.Load(InFolder(QStringLiteral("lab2.tbb"))).IsOk());
-    QCOMPARE(modified.m_Driver.m_strFileName, QByteArray("lab2.tbb"));
-    QCOMPARE(modified.m_Comm.m_strConnector, QByteArray("COM2"));
-    QCOMPARE(modified.m_Comm.m_nBaudRate, 4800);
-    QCOMPARE(modified.m_FunctionKeys.GetCommand(0), QByteArray("P\r"));
-    // The sheet is filled like a new driver's: eight more empty keys.
-    QCOMPARE(modified.m_FunctionKeys.m_Names.size(), 16);
-}
-
-void tst_DriverCommands::modifyInstrumentFromAnotherFolder()
-{
-    QTemporaryDir elsewhere;
-    const QString original = QDir(elsewhere.path()).filePath(QStringLiteral("scale.tbb"));
-    WriteInstrument(original, "Scale", "scale.tbb");
-    const QByteArray before = Read(original);
-    m_dialogs->m_openAnswers = {original};
-    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
-        sheet.m_pCommPage->Button(CCommPage::Baud, 8)->click();
-    });
-    m_app->MainFrame()->OnModifyInstrument();
-    QCOMPARE(Read(original), before);
-    QCOMPARE(m_dialogs->m_messages.size(), 1);
-    QVERIFY(m_dialogs->m_messages.first().contains(original + QStringLiteral(" is unchanged")));
-    CDriverFile copy;
-    QVERIFY(copy.Load(InFolder(QStringLiteral("scale.tbb"))).IsOk());
-    QCOMPARE(copy.m_Comm.m_nBaudRate, 19200);
-}
-
-void tst_DriverCommands::modifyInstrumentCancelled()
-{
-    const QString lab = InFolder(QStringLiteral("lab.tbb"));
-    WriteInstrument(lab, "Lab", "other.tbb");
-    // The file dialog cancelled: no sheet.
-    m_app->MainFrame()->OnModifyInstrument();
-    QCOMPARE(m_dialogs->m_nExecCalls, 0);
-    // The sheet cancelled: nothing written.
-    m_dialogs->m_openAnswers = {lab};
-    m_app->MainFrame()->OnModifyInstrument();
-    QCOMPARE(m_dialogs->m_nExecCalls, 1);
-    QVERIFY(!QFile::exists(InFolder(QStringLiteral("other.tbb"))));
-    // A missing file shows the defaults and is written under the typed name.
-    m_dialogs->m_openAnswers = {InFolder(QStringLiteral("missing.tbb"))};
-    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
-        QCOMPARE(sheet.m_pGeneralPage->m_pName->text(), QString());
-        QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("New"));
-    });
-    m_app->MainFrame()->OnModifyInstrument();
-    QVERIFY(QFile::exists(InFolder(QStringLiteral("New.tbb"))));
-}
-
-void tst_DriverCommands::modifyDamagedInstrumentAsksBeforeOverwriting_data()
-{
-    QTest::addColumn<int>("answer");
-    QTest::addColumn<bool>("rewritten");
-    QTest::newRow("Don't Save leaves it") << int(CUserDialogs::DontSave) << false;
-    QTest::newRow("Write Anyway writes it") << int(CUserDialogs::Overwrite) << true;
-}
-
-void tst_DriverCommands::modifyDamagedInstrumentAsksBeforeOverwriting()
-{
-    QFETCH(int, answer);
-    QFETCH(bool, rewritten);
-    const QString lab = InFolder(QStringLiteral("lab.tbb"));
-    WriteInstrument(lab, "Lab", "lab.tbb");
-    const QByteArray cut = Read(lab).chopped(3);
-    QFile file(lab);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(cut) == cut.size());
-    file.close();
-    m_dialogs->m_openAnswers = {lab};
-    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet&) {});
-    m_dialogs->m_overwriteAnswers = {CUserDialogs::OverwriteAnswer(answer)};
-    m_app->MainFrame()->OnModifyInstrument();
-    // Told when it was read, asked before it is written.
-    QCOMPARE(m_dialogs->m_messages.size(), 1);
-    QVERIFY2(m_dialogs->m_messages.first().startsWith(lab + QStringLiteral(": damaged at byte")),
-             qPrintable(m_dialogs->m_messages.first()));
-    QCOMPARE(m_dialogs->m_overwriteQuestions.size(), 1);
-    QCOMPARE(Read(lab) != cut, rewritten);
-}
-
-void tst_DriverCommands::modifyInstrumentRemembersStartPage()
-{
-    const QString lab = InFolder(QStringLiteral("lab.tbb"));
-    WriteInstrument(lab, "Lab", "lab.tbb");
-    int startPage = -1;
-    m_dialogs->m_openAnswers = {lab, lab, lab};
-    m_dialogs->m_onExec = AcceptInstrument([&startPage](CInstrumentSheet& sheet) {
-        startPage = sheet.GetActiveIndex();
-        sheet.SetActivePage(3);
-    });
-    m_app->MainFrame()->OnModifyInstrument();
-    QCOMPARE(startPage, 0);
-    QCOMPARE(m_app->m_nModifyInstrumentPage, 3);
-
-    // Cancel leaves the remembered page as it was.
-    m_dialogs->m_onExec = [&startPage](QDialog& dialog) {
-        auto& sheet = dynamic_cast<CInstrumentSheet&>(dialog);
-        startPage = sheet.GetActiveIndex();
-        sheet.SetActivePage(1);
-        sheet.reject();
-        return sheet.result();
-    };
-    m_app->MainFrame()->OnModifyInstrument();
-    QCOMPARE(startPage, 3);
-    QCOMPARE(m_app->m_nModifyInstrumentPage, 3);
-
-    // Add Instrument always starts on the first page.
-    m_dialogs->m_onExec = AcceptInstrument([&startPage](CInstrumentSheet& sheet) { startPage = sheet.GetActiveIndex(); });
-    m_app->MainFrame()->OnAddInstrument();
-    QCOMPARE(startPage, 0);
-    QCOMPARE(m_app->m_nModifyInstrumentPage, 3);
-}
-
-void tst_DriverCommands::modifyInstrumentStoresPendingScriptCommand()
-{
-    const QString lab = InFolder(QStringLiteral("lab.tbb"));
-    CDriverFile records;
-    records.m_Driver.m_strFileName = "lab.tbb";
-    records.m_Script.m_bRegistered = 1;
-    records.m_Script.m_strEndOfString = "<CR><LF>";
-    records.m_Script.m_InputStrings = {"N"};
-    records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"SkipCharacters(1)"})};
-    QVERIFY(records.Store(lab).IsOk());
-    m_dialogs->m_openAnswers = {lab};
-    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
-        CScriptPage* page = sheet.m_pScriptPage;
-        QCOMPARE(sheet.GetPage(4), page);
-        QCOMPARE(page->Caption(), QStringLiteral("Script Language"));
-        // Double click on TrimLeft: the example waits in the command field.
-        auto* commands = page->findChild<QListWidget*>(QStringLiteral("commands"));
-        commands->setCurrentRow(7);
-        Q_EMIT commands->itemDoubleClicked(commands->item(7));
-        QVERIFY(page->IsPending());
-    });
-    m_app->MainFrame()->OnModifyInstrument();
-    CDriverFile written;
-    QVERIFY(written.Load(lab).IsOk());
-    QCOMPARE(written.m_Script.m_bRegistered, 1);
-    QCOMPARE(written.m_Script.m_strEndOfString, QByteArray("<CR><LF>"));
-    QCOMPARE(written.m_Script.m_InputStrings, QByteArrayList{"N"});
-    QCOMPARE(written.m_Script.GetCommandCount(0), 2);
-    QCOMPARE(written.m_Script.GetCommand(0, 1), QByteArray("TrimLeft()"));
-}
-
-void tst_DriverCommands::writingOverLongerFileKeepsTail()
-{
-    const QString lab = InFolder(QStringLiteral("lab.tbb"));
-    WriteInstrument(lab, QByteArray(200, 'L'), "lab.tbb");
-    const qint64 longSize = QFileInfo(lab).size();
-    m_dialogs->m_openAnswers = {lab};
-    m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
-        sheet.m_pGeneralPage->m_pName->setText(QStringLiteral("L"));
-    });
-    m_app->MainFrame()->OnModifyInstrument();
-    // The shorter driver is written from the start; the old tail stays and is ignored.
-    QCOMPARE(QFileInfo(lab).size(), longSize);
-    CDriverFile loaded;
-    QVERIFY(loaded.Load(lab).IsOk());
-    QCOMPARE(loaded.m_Driver.m_strName, QByteArray("L"));
-}
-
-void tst_DriverCommands::addTerminalWritesChosenFile()
-{
-    const QString target = InFolder(QStringLiteral("vt100.drv"));
-    m_dialogs->m_saveAnswers = {target};
-    m_dialogs->m_onExec = AcceptTerminal([](CTerminalSheet& sheet) {
-        QCOMPARE(sheet.GetActiveIndex(), 0);
-        sheet.m_pTerminalPage->m_pEmulation->setCurrentIndex(4);
-        sheet.m_pTerminalPage->m_pColumns->setText(QStringLiteral("132"));
-        sheet.m_pFunctionKeysPage->m_names.at(7)->setText(QStringLiteral("Break"));
-    });
-    m_app->MainFrame()->RouteCommand(32782);
-    QCOMPARE(m_dialogs->m_lastFilter.strFilter, QStringLiteral("Terminal Drivers (*.drv)"));
-    QCOMPARE(m_dialogs->m_lastFilter.strDefaultExtension, QStringLiteral("drv"));
-    QCOMPARE(m_dialogs->m_strLastFolder, m_app->ProgramFolder());
-
-    CTerminalFile loaded;
-    QVERIFY(loaded.Load(target).IsOk());
-    QCOMPARE(loaded.m_Terminal.m_nEmulation, 4);
-    QCOMPARE(loaded.m_Terminal.m_nColumns, 132);
-    QCOMPARE(loaded.m_Comm.m_nConnector, -1);
-    QCOMPARE(loaded.m_FunctionKeys.GetName(7), QByteArray("Break"));
-    QCOMPARE(loaded.m_FunctionKeys.m_Names.size(), 8);
-}
-
-void tst_DriverCommands::addTerminalSaveCancelled()
-{
-    m_dialogs->m_onExec = AcceptTerminal([](CTerminalSheet&) {});
-    m_app->MainFrame()->OnAddTerminal();
-    QCOMPARE(m_dialogs->m_nSaveCalls, 1);
-    QCOMPARE(QDir(m_home->path()).entryList({QStringLiteral("*.drv")}), QStringList());
-    // A cancelled sheet asks for no file at all.
-    m_dialogs->m_onExec = nullptr;
-    m_app->MainFrame()->OnAddTerminal();
-    QCOMPARE(m_dialogs->m_nSaveCalls, 1);
-}
-
-void tst_DriverCommands::modifyTerminalWritesBack()
-{
-    const QString path = QDir(ORVALIS_TEST_DATA).filePath(QStringLiteral("VT100.drv"));
-    const QString copy = InFolder(QStringLiteral("VT100.drv"));
-    QVERIFY(QFile::copy(path, copy));
-    QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner);
-    CTerminalFile original;
-    QVERIFY(original.Load(copy).IsOk());
-
-    m_dialogs->m_openAnswers = {copy};
-    m_dialogs->m_onExec = AcceptTerminal([&original](CTerminalSheet& sheet) {
-        QCOMPARE(sheet.m_pTerminalPage->m_pRows->text(), QString::number(original.m_Terminal.m_nRows));
-        sheet.m_pTerminalPage->m_pRows->setText(QStringLiteral("50"));
-    });
-    m_app->MainFrame()->OnModifyTerminal();
-    CTerminalFile modified;
-    QVERIFY(modified.Load(copy).IsOk());
-    QCOMPARE(modified.m_Terminal.m_nRows, 50);
-    QCOMPARE(modified.m_Terminal.m_nColumns, original.m_Terminal.m_nColumns);
-    QCOMPARE(modified.m_Comm.m_nBaudRate, original.m_Comm.m_nBaudRate);
-    QCOMPARE(modified.m_FunctionKeys.m_Names.size(), original.m_FunctionKeys.m_Names.size() + 8);
-}
-
-void tst_DriverCommands::modifyTerminalRemembersStartPage()
-{
-    const QString path = InFolder(QStringLiteral("t.drv"));
-    CTerminalFile records;
-    records.m_FunctionKeys.AppendEmptyKeys();
-    QVERIFY(records.Store(path).IsOk());
-    int startPage = -1;
-    m_dialogs->m_openAnswers = {path, path};
-    m_dialogs->m_onExec = AcceptTerminal([&startPage](CTerminalSheet& sheet) {
-        startPage = sheet.GetActiveIndex();
-        sheet.SetActivePage(2);
-    });
-    m_app->MainFrame()->OnModifyTerminal();
-    QCOMPARE(startPage, 0);
-    QCOMPARE(m_app->m_nModifyTerminalPage, 2);
-    m_app->MainFrame()->OnModifyTerminal();
-    QCOMPARE(startPage, 2);
-    // The instrument sheets keep their own page.
-    QCOMPARE(m_app->m_nModifyInstrumentPage, 0);
-}
 
 QTEST_MAIN(tst_DriverCommands)
 #include "tst_DriverCommands.moc"

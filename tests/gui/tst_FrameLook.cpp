@@ -34,27 +34,291 @@
 
 #include <memory>
 
+namespace {
+
+const int kToolBarIds[] = {ID_FILE_OPEN, ID_FILE_SAVE,  ID_EDIT_CUT,  ID_EDIT_COPY,
+                           ID_EDIT_PASTE, ID_FILE_PRINT, ID_APP_ABOUT, ID_CONTEXT_HELP};
+
+} // namespace
+
 class tst_FrameLook : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_home = std::make_unique<QTemporaryDir>();
+        qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
+        m_dialogs = std::make_unique<CScriptedDialogs>();
+    }
 
-    void toolBarShowsTheThemeIcons();
-    void drawnIconsWithoutTheme();
-    void titlesNameTheProgramOnce();
-    void windowMenuListsTheWindows();
-    void cascadeKeepsWindowsReadable();
-    void cascadeStartsAgainAtTheCorner();
-    void sharedMnemonicCyclesEditAndExtras();
-    void lockIndicatorsShowTheKeyboard();
-    void helpWindowFitsTheScreenAndEscClosesIt();
-    void longLineProblemShownWhole();
-    void sendFileDialogIsTitled();
-    void questionsHaveAccessKeys_data();
-    void questionsHaveAccessKeys();
+    void cleanup()
+    {
+        m_app.reset();
+        m_dialogs.reset();
+        m_home.reset();
+        qunsetenv("ORVALIS_HOME");
+    }
+
+    void drawnIconsWithoutTheme()
+    {
+        // A desktop whose theme has none of the names, and no fallback.
+        const QString theme = QIcon::themeName();
+        const QString fallback = QIcon::fallbackThemeName();
+        QIcon::setThemeName(QStringLiteral("orvalis-no-such-theme"));
+        QIcon::setFallbackThemeName(QStringLiteral("orvalis-no-such-theme"));
+        QList<QImage> pictures;
+        for (const int nID : kToolBarIds) {
+            const QIcon icon = CToolBarIcons::Icon(nID);
+            QCOMPARE(icon.pixmap(16).toImage(), CToolBarIcons::Drawn(nID, 16).toImage());
+            pictures.append(icon.pixmap(24).toImage());
+        }
+        QIcon::setThemeName(theme);
+        QIcon::setFallbackThemeName(fallback);
+        // Each command has a picture of its own.
+        for (int i = 0; i < pictures.size(); ++i) {
+            QVERIFY(!pictures.at(i).isNull());
+            for (int j = i + 1; j < pictures.size(); ++j)
+                QVERIFY2(pictures.at(i) != pictures.at(j), qPrintable(QStringLiteral("%1 = %2").arg(i).arg(j)));
+        }
+    }
+
+    void titlesNameTheProgramOnce()
+    {
+        // The desktop appends a display name set by the program to every title
+        // that does not end with it: none is set, it follows the program's name.
+        COrvalisApp::InitApplication();
+        QCOMPARE(QGuiApplication::applicationName(), QStringLiteral("Orvalis"));
+        QGuiApplication::setApplicationName(QStringLiteral("Orvalis-probe"));
+        const QString displayName = QGuiApplication::applicationDisplayName();
+        QGuiApplication::setApplicationName(QStringLiteral("Orvalis"));
+        QCOMPARE(displayName, QStringLiteral("Orvalis-probe"));
+
+        StartApp();
+        QVERIFY(OpenText(QStringLiteral("run.txt")));
+        QCOMPARE(Frame()->windowTitle(), QStringLiteral("Orvalis - run.txt"));
+        QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+        QCOMPARE(Frame()->windowTitle(), QStringLiteral("Orvalis - Orvali2"));
+        // Back to the saved text: the title follows.
+        QMdiArea* area = Frame()->MdiArea();
+        area->setActiveSubWindow(area->subWindowList().first());
+        QCOMPARE(Frame()->windowTitle(), QStringLiteral("Orvalis - run.txt"));
+    }
+
+    void windowMenuListsTheWindows()
+    {
+        StartApp();
+        QVERIFY(OpenText(QStringLiteral("R&D.txt")));
+        QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+        QMenu* windowMenu = Frame()->menuBar()->actions().at(5)->menu();
+        QCOMPARE(windowMenu->title(), QStringLiteral("&Window"));
+        const auto entries = [windowMenu] {
+            Q_EMIT windowMenu->aboutToShow();
+            QList<QAction*> listed;
+            for (QAction* action : windowMenu->actions()) {
+                if (action->isCheckable())
+                    listed.append(action);
+            }
+            return listed;
+        };
+        QList<QAction*> listed = entries();
+        QCOMPARE(listed.size(), 2);
+        QCOMPARE(listed.at(0)->text(), QStringLiteral("&1 R&&D.txt"));
+        QCOMPARE(listed.at(1)->text(), QStringLiteral("&2 Orvali2"));
+        QVERIFY(!listed.at(0)->isChecked());
+        QVERIFY(listed.at(1)->isChecked());
+        listed.at(0)->trigger();
+        QCOMPARE(Frame()->MdiArea()->activeSubWindow(), Frame()->MdiArea()->subWindowList().first());
+        // Shown again, the list is made anew.
+        listed = entries();
+        QCOMPARE(listed.size(), 2);
+        QVERIFY(listed.at(0)->isChecked());
+    }
+
+    void cascadeKeepsWindowsReadable()
+    {
+        StartApp();
+        Frame()->setGeometry(0, 0, 1000, 760);
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+        QMdiSubWindow* active = Frame()->MdiArea()->activeSubWindow();
+        QVERIFY(Frame()->RouteCommand(ID_WINDOW_CASCADE));
+        const QSize area = Frame()->MdiArea()->viewport()->size();
+        QPoint previous(-1, -1);
+        for (QMdiSubWindow* window : Frame()->MdiArea()->subWindowList(QMdiArea::StackingOrder)) {
+            const QRect geometry = window->geometry();
+            QVERIFY2(geometry.width() >= area.width() * 3 / 4 && geometry.height() >= area.height() * 3 / 4,
+                     qPrintable(QStringLiteral("%1x%2 in %3x%4")
+                                    .arg(geometry.width()).arg(geometry.height()).arg(area.width()).arg(area.height())));
+            QVERIFY(QRect(QPoint(0, 0), area).contains(geometry));
+            QVERIFY(geometry.x() > previous.x() && geometry.y() > previous.y());
+            previous = geometry.topLeft();
+        }
+        QCOMPARE(Frame()->MdiArea()->subWindowList(QMdiArea::StackingOrder).last(), active);
+    }
+
+    void cascadeStartsAgainAtTheCorner()
+    {
+        const QList<QRect> rects = CMdiWindows::CascadeRects(QSize(400, 300), 4, 40, QSize(100, 80));
+        QCOMPARE(rects, (QList<QRect>{QRect(0, 0, 300, 225), QRect(40, 40, 300, 225), QRect(0, 0, 300, 225),
+                                      QRect(40, 40, 300, 225)}));
+        // A small area gives each window the minimum the window needs, within the area.
+        QCOMPARE(CMdiWindows::CascadeRects(QSize(200, 100), 1, 40, QSize(180, 120)), QList<QRect>{QRect(0, 0, 180, 100)});
+    }
+
+    void sharedMnemonicCyclesEditAndExtras()
+    {
+        StartApp();
+        QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+        Frame()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(Frame()));
+        const auto openPopup = [] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            return menu ? menu->title() : QString();
+        };
+        // As typed: Alt goes down first, then E, then both come up.
+        const auto pressAltE = [] {
+            QWidget* target = QApplication::activePopupWidget();
+            if (!target)
+                target = QApplication::focusWidget();
+            QTest::keyPress(target, Qt::Key_Alt, Qt::AltModifier);
+            target = QApplication::activePopupWidget() ? QApplication::activePopupWidget() : QApplication::focusWidget();
+            QTest::keyClick(target, Qt::Key_E, Qt::AltModifier);
+            target = QApplication::activePopupWidget() ? QApplication::activePopupWidget() : QApplication::focusWidget();
+            QTest::keyRelease(target, Qt::Key_Alt);
+        };
+        pressAltE();
+        QTRY_COMPARE(openPopup(), QStringLiteral("&Edit"));
+        pressAltE();
+        QTRY_COMPARE(openPopup(), QStringLiteral("&Extras"));
+        pressAltE();
+        QTRY_COMPARE(openPopup(), QStringLiteral("&Edit"));
+        QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+    }
+
+    void lockIndicatorsShowTheKeyboard()
+    {
+        // Offscreen there is no X server: the kernel's LEDs answer.
+        QTemporaryDir sysfs;
+        const auto setLed = [&sysfs](const QString& name, const QByteArray& value) {
+            QDir(sysfs.path()).mkpath(QStringLiteral("class/leds/input3::") + name);
+            QFile file(sysfs.filePath(QStringLiteral("class/leds/input3::") + name + QStringLiteral("/brightness")));
+            return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(value) == value.size();
+        };
+        QVERIFY(setLed(QStringLiteral("capslock"), "1\n"));
+        QVERIFY(setLed(QStringLiteral("numlock"), "0\n"));
+        QVERIFY(setLed(QStringLiteral("scrolllock"), "1\n"));
+        qputenv("ORVALIS_SYSFS_ROOT", QFile::encodeName(sysfs.path()));
+        StartApp();
+        qunsetenv("ORVALIS_SYSFS_ROOT");
+        QTRY_COMPARE(Frame()->GetPaneText(CMainFrame::PaneCaps), QStringLiteral("CAP"));
+        QCOMPARE(Frame()->GetPaneText(CMainFrame::PaneNum), QString());
+        QCOMPARE(Frame()->GetPaneText(CMainFrame::PaneScrl), QStringLiteral("SCRL        "));
+        QVERIFY(setLed(QStringLiteral("numlock"), "1\n"));
+        QVERIFY(setLed(QStringLiteral("capslock"), "0\n"));
+        QTRY_COMPARE(Frame()->GetPaneText(CMainFrame::PaneNum), QStringLiteral("NUM"));
+        QTRY_COMPARE(Frame()->GetPaneText(CMainFrame::PaneCaps), QString());
+    }
+
+    void helpWindowShowsTheManualFitsTheScreenAndEscClosesIt()
+    {
+        StartApp();
+        QVERIFY(Frame()->RouteCommand(ID_HELP_FINDER));
+        auto* help = Frame()->findChild<CHelpWindow*>();
+        QVERIFY(help && help->isVisible());
+        const QString text = help->Browser()->toPlainText();
+        QVERIFY2(text.contains(QStringLiteral("The script language")), qPrintable(text.left(200)));
+        QVERIFY(text.contains(QStringLiteral("<CR>")));
+        // A second request brings the same window to the front.
+        Frame()->RouteCommand(ID_HELP);
+        QCOMPARE(Frame()->findChildren<CHelpWindow*>().size(), 1);
+        const QRect screen = Frame()->screen()->availableGeometry();
+        QVERIFY2(screen.contains(help->geometry()),
+                 qPrintable(QStringLiteral("%1,%2 %3x%4 on %5x%6")
+                                .arg(help->x()).arg(help->y()).arg(help->width()).arg(help->height())
+                                .arg(screen.width()).arg(screen.height())));
+        help->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(help));
+        QTest::keyClick(help->Browser(), Qt::Key_Escape);
+        QTRY_VERIFY(!help->isVisible());
+    }
+
+    void longLineProblemShownWhole()
+    {
+        StartApp();
+        CDriverFile driver;
+        driver.m_Comm.m_nConnector = -1;
+        driver.m_Comm.m_strConnector = "/dev/serial/by-id/usb-Prolific_Technology_Inc._USB-Serial_Controller_D-"
+                                       "if00-port0-of-the-balance-in-room-4711-next-to-the-window";
+        const QString path = QDir(m_home->path()).filePath(QStringLiteral("long.tbb"));
+        QVERIFY(driver.Store(path).IsOk());
+        m_app->m_strLastUsedDriver = path;
+        m_app->m_bConnectRequested = 1;
+        Frame()->setGeometry(0, 0, 640, 480);
+        QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+        auto* view = qobject_cast<COrvalisView*>(Frame()->ActiveView());
+        QVERIFY(view && !view->m_comm.IsPortOpen());
+        const QString problem = view->LineProblem();
+        QVERIFY(problem.contains(QString::fromLatin1(driver.m_Comm.m_strConnector)));
+        // The status bar cuts it; its tool tip has it whole.
+        QCOMPARE(Frame()->PaneWidget(CMainFrame::PaneMessage)->toolTip(), problem);
+        // The window's own message line shows it whole, below the text.
+        auto* line = view->findChild<QLabel*>(QStringLiteral("MessageLine"));
+        QVERIFY(line && line->isVisible());
+        QCOMPARE(line->text(), problem);
+        QCOMPARE(line->height(), line->heightForWidth(line->width()));
+        QVERIFY(line->height() > line->fontMetrics().height());
+        QCOMPARE(line->geometry().top(), view->viewport()->geometry().bottom() + 1);
+    }
+
+    void questionsHaveAccessKeys_data()
+    {
+        QTest::addColumn<QString>("question");
+        QTest::addColumn<QString>("click");
+        QTest::addColumn<int>("answer");
+        QTest::newRow("save changes: Don't Save") << "save" << "&Don't Save" << int(CUserDialogs::DiscardChanges);
+        QTest::newRow("save changes: Save") << "save" << "&Save" << int(CUserDialogs::SaveChanges);
+        QTest::newRow("write failed: Save As") << "elsewhere" << "Save &As..." << 1;
+        QTest::newRow("write failed: Don't Save") << "elsewhere" << "&Don't Save" << 0;
+        QTest::newRow("not read completely: Write Anyway") << "overwrite" << "&Write Anyway" << int(CUserDialogs::Overwrite);
+        QTest::newRow("not read completely: Esc") << "overwrite" << "Esc" << int(CUserDialogs::DontSave);
+    }
+
+    void questionsHaveAccessKeys()
+    {
+        QFETCH(QString, question);
+        QFETCH(QString, click);
+        m_dialogs.reset(); // the real message boxes
+        CUserDialogs real;
+        QStringList buttons;
+        QTimer::singleShot(0, this, [&] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (!box)
+                return;
+            for (QAbstractButton* button : box->buttons()) {
+                buttons.append(button->text());
+                if (button->text() == click)
+                    button->click();
+            }
+            if (click == QLatin1String("Esc"))
+                QTest::keyClick(box, Qt::Key_Escape);
+        });
+        int result = -1;
+        if (question == QLatin1String("save"))
+            result = real.AskSaveChanges(nullptr, QStringLiteral("Orvali1"));
+        else if (question == QLatin1String("elsewhere"))
+            result = real.AskSaveElsewhere(nullptr, QStringLiteral("/ro/lab.tbb: cannot write"));
+        else
+            result = real.AskOverwrite(nullptr, QStringLiteral("/lab.tbb: damaged at byte 96"));
+        QTEST(result, "answer");
+        QVERIFY(!buttons.isEmpty());
+        // Every button but Cancel (Esc) can be reached with Alt and its letter.
+        for (const QString& text : std::as_const(buttons)) {
+            if (text != QLatin1String("&Cancel") && text != QLatin1String("Cancel"))
+                QVERIFY2(QKeySequence::mnemonic(text) != QKeySequence(), qPrintable(text));
+        }
+    }
 
 private:
     void StartApp();
@@ -67,21 +331,6 @@ private:
     std::unique_ptr<CScriptedDialogs> m_dialogs;
     std::unique_ptr<COrvalisApp> m_app;
 };
-
-void tst_FrameLook::init()
-{
-    m_home = std::make_unique<QTemporaryDir>();
-    qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
-    m_dialogs = std::make_unique<CScriptedDialogs>();
-}
-
-void tst_FrameLook::cleanup()
-{
-    m_app.reset();
-    m_dialogs.reset();
-    m_home.reset();
-    qunsetenv("ORVALIS_HOME");
-}
 
 void tst_FrameLook::StartApp()
 {
@@ -107,293 +356,6 @@ QMdiSubWindow* tst_FrameLook::OpenText(const QString& name)
     m_dialogs->m_openAnswers = {text.fileName()};
     Frame()->RouteCommand(ID_FILE_OPEN);
     return Frame()->MdiArea()->currentSubWindow();
-}
-
-namespace {
-
-const int kToolBarIds[] = {ID_FILE_OPEN, ID_FILE_SAVE,  ID_EDIT_CUT,  ID_EDIT_COPY,
-                           ID_EDIT_PASTE, ID_FILE_PRINT, ID_APP_ABOUT, ID_CONTEXT_HELP};
-
-} // namespace
-
-void tst_FrameLook::toolBarShowsTheThemeIcons()
-{
-    if (!QDir(QStringLiteral("/usr/share/icons/Adwaita")).exists())
-        QSKIP("the freedesktop icon theme (adwaita-icon-theme) is not installed");
-    StartApp();
-    const QStringList expected{"document-open", "document-save",  "edit-cut",   "edit-copy",
-                               "edit-paste",    "document-print", "help-about", "help-browser"};
-    for (int i = 0; i < int(std::size(kToolBarIds)); ++i) {
-        QAction* button = ToolButton(kToolBarIds[i]);
-        QVERIFY(button);
-        QCOMPARE(button->icon().name(), expected.at(i));
-        QVERIFY(!button->icon().pixmap(16).isNull());
-    }
-}
-
-void tst_FrameLook::drawnIconsWithoutTheme()
-{
-    // A desktop whose theme has none of the names, and no fallback.
-    const QString theme = QIcon::themeName();
-    const QString fallback = QIcon::fallbackThemeName();
-    QIcon::setThemeName(QStringLiteral("orvalis-no-such-theme"));
-    QIcon::setFallbackThemeName(QStringLiteral("orvalis-no-such-theme"));
-    QList<QImage> pictures;
-    for (const int nID : kToolBarIds) {
-        const QIcon icon = CToolBarIcons::Icon(nID);
-        QCOMPARE(icon.pixmap(16).toImage(), CToolBarIcons::Drawn(nID, 16).toImage());
-        pictures.append(icon.pixmap(24).toImage());
-    }
-    QIcon::setThemeName(theme);
-    QIcon::setFallbackThemeName(fallback);
-    // Each command has a picture of its own.
-    for (int i = 0; i < pictures.size(); ++i) {
-        QVERIFY(!pictures.at(i).isNull());
-        for (int j = i + 1; j < pictures.size(); ++j)
-            QVERIFY2(pictures.at(i) != pictures.at(j), qPrintable(QStringLiteral("%1 = %2").arg(i).arg(j)));
-    }
-}
-
-void tst_FrameLook::titlesNameTheProgramOnce()
-{
-    // The desktop appends a display name set by the program to every title
-    // that does not end with it: none is set, it follows the program's name.
-    COrvalisApp::InitApplication();
-    QCOMPARE(QGuiApplication::applicationName(), QStringLiteral("Orvalis"));
-    QGuiApplication::setApplicationName(QStringLiteral("Orvalis-probe"));
-    const QString displayName = QGuiApplication::applicationDisplayName();
-    QGuiApplication::setApplicationName(QStringLiteral("Orvalis"));
-    QCOMPARE(displayName, QStringLiteral("Orvalis-probe"));
-
-    StartApp();
-    QVERIFY(OpenText(QStringLiteral("run.txt")));
-    QCOMPARE(Frame()->windowTitle(), QStringLiteral("Orvalis - run.txt"));
-    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
-    QCOMPARE(Frame()->windowTitle(), QStringLiteral("Orvalis - Orvali2"));
-    // Back to the saved text: the title follows.
-    QMdiArea* area = Frame()->MdiArea();
-    area->setActiveSubWindow(area->subWindowList().first());
-    QCOMPARE(Frame()->windowTitle(), QStringLiteral("Orvalis - run.txt"));
-}
-
-void tst_FrameLook::windowMenuListsTheWindows()
-{
-    StartApp();
-    QVERIFY(OpenText(QStringLiteral("R&D.txt")));
-    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
-    QMenu* windowMenu = Frame()->menuBar()->actions().at(5)->menu();
-    QCOMPARE(windowMenu->title(), QStringLiteral("&Window"));
-    const auto entries = [windowMenu] {
-        Q_EMIT windowMenu->aboutToShow();
-        QList<QAction*> listed;
-        for (QAction* action : windowMenu->actions()) {
-            if (action->isCheckable())
-                listed.append(action);
-        }
-        return listed;
-    };
-    QList<QAction*> listed = entries();
-    QCOMPARE(listed.size(), 2);
-    QCOMPARE(listed.at(0)->text(), QStringLiteral("&1 R&&D.txt"));
-    QCOMPARE(listed.at(1)->text(), QStringLiteral("&2 Orvali2"));
-    QVERIFY(!listed.at(0)->isChecked());
-    QVERIFY(listed.at(1)->isChecked());
-    listed.at(0)->trigger();
-    QCOMPARE(Frame()->MdiArea()->activeSubWindow(), Frame()->MdiArea()->subWindowList().first());
-    // Shown again, the list is made anew.
-    listed = entries();
-    QCOMPARE(listed.size(), 2);
-    QVERIFY(listed.at(0)->isChecked());
-}
-
-void tst_FrameLook::cascadeKeepsWindowsReadable()
-{
-    StartApp();
-    Frame()->setGeometry(0, 0, 1000, 760);
-    for (int i = 0; i < 3; ++i)
-        QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
-    QMdiSubWindow* active = Frame()->MdiArea()->activeSubWindow();
-    QVERIFY(Frame()->RouteCommand(ID_WINDOW_CASCADE));
-    const QSize area = Frame()->MdiArea()->viewport()->size();
-    QPoint previous(-1, -1);
-    for (QMdiSubWindow* window : Frame()->MdiArea()->subWindowList(QMdiArea::StackingOrder)) {
-        const QRect geometry = window->geometry();
-        QVERIFY2(geometry.width() >= area.width() * 3 / 4 && geometry.height() >= area.height() * 3 / 4,
-                 qPrintable(QStringLiteral("%1x%2 in %3x%4")
-                                .arg(geometry.width()).arg(geometry.height()).arg(area.width()).arg(area.height())));
-        QVERIFY(QRect(QPoint(0, 0), area).contains(geometry));
-        QVERIFY(geometry.x() > previous.x() && geometry.y() > previous.y());
-        previous = geometry.topLeft();
-    }
-    QCOMPARE(Frame()->MdiArea()->subWindowList(QMdiArea::StackingOrder).last(), active);
-}
-
-void tst_FrameLook::cascadeStartsAgainAtTheCorner()
-{
-    const QList<QRect> rects = CMdiWindows::CascadeRects(QSize(400, 300), 4, 40, QSize(100, 80));
-    QCOMPARE(rects, (QList<QRect>{QRect(0, 0, 300, 225), QRect(40, 40, 300, 225), QRect(0, 0, 300, 225),
-                                  QRect(40, 40, 300, 225)}));
-    // A small area gives each window the minimum the window needs, within the area.
-    QCOMPARE(CMdiWindows::CascadeRects(QSize(200, 100), 1, 40, QSize(180, 120)), QList<QRect>{QRect(0, 0, 180, 100)});
-}
-
-void tst_FrameLook::sharedMnemonicCyclesEditAndExtras()
-{
-    StartApp();
-    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
-    Frame()->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(Frame()));
-    const auto openPopup = [] {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        return menu ? menu->title() : QString();
-    };
-    // As typed: Alt goes down first, then E, then both come up.
-    const auto pressAltE = [] {
-        QWidget* target = QApplication::activePopupWidget();
-        if (!target)
-            target = QApplication::focusWidget();
-        QTest::keyPress(target, Qt::Key_Alt, Qt::AltModifier);
-        target = QApplication::activePopupWidget() ? QApplication::activePopupWidget() : QApplication::focusWidget();
-        QTest::keyClick(target, Qt::Key_E, Qt::AltModifier);
-        target = QApplication::activePopupWidget() ? QApplication::activePopupWidget() : QApplication::focusWidget();
-        QTest::keyRelease(target, Qt::Key_Alt);
-    };
-    pressAltE();
-    QTRY_COMPARE(openPopup(), QStringLiteral("&Edit"));
-    pressAltE();
-    QTRY_COMPARE(openPopup(), QStringLiteral("&Extras"));
-    pressAltE();
-    QTRY_COMPARE(openPopup(), QStringLiteral("&Edit"));
-    QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
-}
-
-void tst_FrameLook::lockIndicatorsShowTheKeyboard()
-{
-    // Offscreen there is no X server: the kernel's LEDs answer.
-    QTemporaryDir sysfs;
-    const auto setLed = [&sysfs](const QString& name, const QByteArray& value) {
-        QDir(sysfs.path()).mkpath(QStringLiteral("class/leds/input3::") + name);
-        QFile file(sysfs.filePath(QStringLiteral("class/leds/input3::") + name + QStringLiteral("/brightness")));
-        return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(value) == value.size();
-    };
-    QVERIFY(setLed(QStringLiteral("capslock"), "1\n"));
-    QVERIFY(setLed(QStringLiteral("numlock"), "0\n"));
-    QVERIFY(setLed(QStringLiteral("scrolllock"), "1\n"));
-    qputenv("ORVALIS_SYSFS_ROOT", QFile::encodeName(sysfs.path()));
-    StartApp();
-    qunsetenv("ORVALIS_SYSFS_ROOT");
-    QTRY_COMPARE(Frame()->GetPaneText(CMainFrame::PaneCaps), QStringLiteral("CAP"));
-    QCOMPARE(Frame()->GetPaneText(CMainFrame::PaneNum), QString());
-    QCOMPARE(Frame()->GetPaneText(CMainFrame::PaneScrl), QStringLiteral("SCRL        "));
-    QVERIFY(setLed(QStringLiteral("numlock"), "1\n"));
-    QVERIFY(setLed(QStringLiteral("capslock"), "0\n"));
-    QTRY_COMPARE(Frame()->GetPaneText(CMainFrame::PaneNum), QStringLiteral("NUM"));
-    QTRY_COMPARE(Frame()->GetPaneText(CMainFrame::PaneCaps), QString());
-}
-
-void tst_FrameLook::helpWindowFitsTheScreenAndEscClosesIt()
-{
-    StartApp();
-    QVERIFY(Frame()->RouteCommand(ID_HELP_FINDER));
-    auto* help = Frame()->findChild<CHelpWindow*>();
-    QVERIFY(help && help->isVisible());
-    const QRect screen = Frame()->screen()->availableGeometry();
-    QVERIFY2(screen.contains(help->geometry()),
-             qPrintable(QStringLiteral("%1,%2 %3x%4 on %5x%6")
-                            .arg(help->x()).arg(help->y()).arg(help->width()).arg(help->height())
-                            .arg(screen.width()).arg(screen.height())));
-    help->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(help));
-    QTest::keyClick(help->Browser(), Qt::Key_Escape);
-    QTRY_VERIFY(!help->isVisible());
-}
-
-void tst_FrameLook::longLineProblemShownWhole()
-{
-    StartApp();
-    CDriverFile driver;
-    driver.m_Comm.m_nConnector = -1;
-    driver.m_Comm.m_strConnector = "/dev/serial/by-id/usb-Prolific_Technology_Inc._USB-Serial_Controller_D-"
-                                   "if00-port0-of-the-balance-in-room-4711-next-to-the-window";
-    const QString path = QDir(m_home->path()).filePath(QStringLiteral("long.tbb"));
-    QVERIFY(driver.Store(path).IsOk());
-    m_app->m_strLastUsedDriver = path;
-    m_app->m_bConnectRequested = 1;
-    Frame()->setGeometry(0, 0, 640, 480);
-    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
-    auto* view = qobject_cast<COrvalisView*>(Frame()->ActiveView());
-    QVERIFY(view && !view->m_comm.IsPortOpen());
-    const QString problem = view->LineProblem();
-    QVERIFY(problem.contains(QString::fromLatin1(driver.m_Comm.m_strConnector)));
-    // The status bar cuts it; its tool tip has it whole.
-    QCOMPARE(Frame()->PaneWidget(CMainFrame::PaneMessage)->toolTip(), problem);
-    // The window's own message line shows it whole, below the text.
-    auto* line = view->findChild<QLabel*>(QStringLiteral("MessageLine"));
-    QVERIFY(line && line->isVisible());
-    QCOMPARE(line->text(), problem);
-    QCOMPARE(line->height(), line->heightForWidth(line->width()));
-    QVERIFY(line->height() > line->fontMetrics().height());
-    QCOMPARE(line->geometry().top(), view->viewport()->geometry().bottom() + 1);
-}
-
-void tst_FrameLook::sendFileDialogIsTitled()
-{
-    StartApp();
-    m_app->m_strLastUsedDriver = QDir(m_home->path()).filePath(QStringLiteral("Balance.tbb"));
-    m_app->m_bConnectRequested = 1;
-    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
-    QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
-    QCOMPARE(m_dialogs->m_nOpenCalls, 1);
-    QCOMPARE(m_dialogs->m_strLastTitle, QStringLiteral("Send File"));
-}
-
-void tst_FrameLook::questionsHaveAccessKeys_data()
-{
-    QTest::addColumn<QString>("question");
-    QTest::addColumn<QString>("click");
-    QTest::addColumn<int>("answer");
-    QTest::newRow("save changes: Don't Save") << "save" << "&Don't Save" << int(CUserDialogs::DiscardChanges);
-    QTest::newRow("save changes: Save") << "save" << "&Save" << int(CUserDialogs::SaveChanges);
-    QTest::newRow("write failed: Save As") << "elsewhere" << "Save &As..." << 1;
-    QTest::newRow("write failed: Don't Save") << "elsewhere" << "&Don't Save" << 0;
-    QTest::newRow("not read completely: Write Anyway") << "overwrite" << "&Write Anyway" << int(CUserDialogs::Overwrite);
-    QTest::newRow("not read completely: Esc") << "overwrite" << "Esc" << int(CUserDialogs::DontSave);
-}
-
-void tst_FrameLook::questionsHaveAccessKeys()
-{
-    QFETCH(QString, question);
-    QFETCH(QString, click);
-    QFETCH(int, answer);
-    m_dialogs.reset(); // the real message boxes
-    CUserDialogs real;
-    QStringList buttons;
-    QTimer::singleShot(0, this, [&] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box)
-            return;
-        for (QAbstractButton* button : box->buttons()) {
-            buttons.append(button->text());
-            if (button->text() == click)
-                button->click();
-        }
-        if (click == QLatin1String("Esc"))
-            QTest::keyClick(box, Qt::Key_Escape);
-    });
-    int result = -1;
-    if (question == QLatin1String("save"))
-        result = real.AskSaveChanges(nullptr, QStringLiteral("Orvali1"));
-    else if (question == QLatin1String("elsewhere"))
-        result = real.AskSaveElsewhere(nullptr, QStringLiteral("/ro/lab.tbb: cannot write"));
-    else
-        result = real.AskOverwrite(nullptr, QStringLiteral("/lab.tbb: damaged at byte 96"));
-    QCOMPARE(result, answer);
-    QVERIFY(!buttons.isEmpty());
-    // Every button but Cancel (Esc) can be reached with Alt and its letter.
-    for (const QString& text : std::as_const(buttons)) {
-        if (text != QLatin1String("&Cancel") && text != QLatin1String("Cancel"))
-            QVERIFY2(QKeySequence::mnemonic(text) != QKeySequence(), qPrintable(text));
-    }
 }
 
 QTEST_MAIN(tst_FrameLook)

@@ -34,7 +34,6 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QPdfWriter>
-#include <QPrintPreviewDialog>
 #include <QPrinter>
 #include <QProgressBar>
 #include <QPushButton>
@@ -103,42 +102,719 @@ class tst_InstrumentWindow : public QObject, public CInstrumentWindowFixture
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        InitFixture();
+    }
 
-    void commandLineConnectsAndShowsScriptedReadings();
-    void functionKeys_data();
-    void functionKeys();
-    void serialNumberMacroAsksAndSends();
-    void connectedWindowTakesNoTyping();
-    void disconnectAndConnectToggle();
-    void fileTransferShowsProgress();
-    void stopTransmissionEndsAfterCurrentBlock();
-    void playbackFileAnswersLineFeeds();
-    void optionsCancelReopensUnchanged();
-    void optionsOkWritesPagesBackAndReopens();
-    void optionsOkEveryPageTakesEffect();
-    void optionsKeepConnectorTheListDoesNotOffer();
-    void showControlCharactersConvertsText();
-    void driverWrittenBackOnClose();
-    void damagedDriverNamedAndNotOverwritten_data();
-    void damagedDriverNamedAndNotOverwritten();
-    void missingDriverNamedAndNotCreated();
-    void failedDriverWriteOffersSaveAs();
-    void functionKeyBarFollowsActiveWindow();
-    void totalBytesMessage_data();
-    void totalBytesMessage();
-    void debugReplayOnDisconnect();
-    void lineCannotBeOpened_data();
-    void lineCannotBeOpened();
-    void vanishedDeviceKeepsText();
-    void reconnectClearsLineProblem();
-    void closingAsksToSaveReceivedText();
-    void failedTextSaveOffersSaveAs();
-    void savedTextOpensDisconnected();
-    void fileNewBesideAConnectedWindowStaysOffTheLine();
-    void printsWithHalfInchMargins();
-    void printPreviewShowsText();
+    void cleanup()
+    {
+        CleanupFixture();
+    }
+
+    void commandLineConnectsAndShowsScriptedReadings()
+    {
+        CDriverFile records = Driver(m_pty->SlaveName());
+        // A balance: error lines (E...) are marked, every other line loses its
+        // leading blanks; strings end at LF.
+        records.m_Script.m_bRegistered = 1;
+        records.m_Script.m_strEndOfString = "<LF>";
+        records.m_Script.m_InputStrings = {"E", "~"};
+        records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"InsertCharacter(0, *)"}),
+                                        std::make_shared<CStringArray>(CStringArray{"TrimLeft()"})};
+        COrvalisView* view = Start(records);
+        QVERIFY(view);
+        QVERIFY(view->m_comm.IsPortOpen());
+        QVERIFY(view->OpenedByConnect());
+        QVERIFY(!view->IsWindowEnabled());
+        QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Disconnect Instrument"));
+        QVERIFY(Frame()->IsFunctionKeyBarVisible());
+        QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1)->text(), QStringLiteral("Print"));
+
+        Send("N     +12.345 g\r\nES\r\n   +0.500 g\r\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("N     +12.345 g\n*ES\n+0.500 g\n"));
+        QCOMPARE(view->Pipeline().TotalBytes(), qint64(34));
+    }
+
+    void functionKeys_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<QByteArray>("sent");
+        QTest::addColumn<int>("beeps");
+        QTest::newRow("F1 sends its command") << 0 << QByteArray("P\r\n") << 0;
+        QTest::newRow("F3 without a name beeps and sends nothing") << 2 << QByteArray() << 1;
+        QTest::newRow("F8 without a name or command beeps") << 7 << QByteArray() << 1;
+    }
+
+    void functionKeys()
+    {
+        QFETCH(int, key);
+        QFETCH(QByteArray, sent);
+        QFETCH(int, beeps);
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        QSignalSpy beeped(view, &CCommView::beeped);
+        // The button on the main window's bar, as the user presses it.
+        QTest::mouseClick(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1 + key), Qt::LeftButton);
+        QCOMPARE(beeped.size(), beeps);
+        QCOMPARE(view->BeepCount(), beeps);
+        QCOMPARE(m_pty->ReadMaster(sent.size() + 1, sent.isEmpty() ? 200 : 1000), sent);
+    }
+
+    void serialNumberMacroAsksAndSends()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        QString title;
+        m_dialogs->m_onExec = [&title](QDialog& dialog) {
+            title = dialog.windowTitle();
+            dialog.findChild<QLineEdit*>(QStringLiteral("3080"))->setText(QStringLiteral("42"));
+            dialog.accept();
+            return dialog.result();
+        };
+        Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 3);
+        QCOMPARE(title, QStringLiteral("Serial Number"));
+        const QByteArray expected = "X" + CSerialNumberRecord::BuildRecord("0x100", 42) + "Y";
+        QCOMPARE(m_pty->ReadMaster(expected.size()), expected);
+
+        // Cancel ends the command after the text before the macro.
+        m_dialogs->m_onExec = {};
+        Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 3);
+        QCOMPARE(m_pty->ReadMaster(2, 300), QByteArray("X"));
+    }
+
+    void disconnectAndConnectToggle()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        QAction* item = Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT);
+        // Connected: typing goes nowhere, the text can still be copied.
+        Send("reading 1\r\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("reading 1\n"));
+        QTest::keyClicks(view, QStringLiteral("abc"));
+        QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
+        QVERIFY(!Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
+        view->selectAll();
+        QVERIFY(Frame()->QueryCommand(ID_EDIT_COPY).bEnabled);
+        QVERIFY(!Frame()->QueryCommand(ID_EDIT_CUT).bEnabled);
+        view->moveCursor(QTextCursor::End);
+
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QVERIFY(!view->m_comm.IsPortOpen());
+        QCOMPARE(item->text(), QStringLiteral("&Connect Instrument"));
+        QVERIFY(view->IsWindowEnabled());
+        QCOMPARE(view->m_terminalParam.m_bLocalEcho, 1);
+        // An editor now: typing goes into the text, nothing onto the line.
+        QTest::keyClicks(view, QStringLiteral("note"));
+        QCOMPARE(view->toPlainText(), QStringLiteral("reading 1\nnote"));
+        QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
+        QVERIFY(Frame()->QueryCommand(ID_EDIT_UNDO).bEnabled);
+        QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 1);
+
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QVERIFY(view->m_comm.IsPortOpen());
+        QCOMPARE(item->text(), QStringLiteral("&Disconnect Instrument"));
+        QVERIFY(!view->IsWindowEnabled());
+        QCOMPARE(view->m_terminalParam.m_bLocalEcho, 0);
+        Send("after\r\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("reading 1\nnoteafter\n"));
+    }
+
+    void fileTransferShowsProgress()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        QByteArray content(5000, '\0');
+        for (int i = 0; i < content.size(); ++i)
+            content[i] = char(i * 7);
+        QFile file(Home(QStringLiteral("data.bin")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        file.close();
+        QVERIFY(!Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
+
+        // Cancelled: nothing starts.
+        QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
+        QCOMPARE(m_dialogs->m_strLastFolder, m_app->ProgramFolder());
+        QCOMPARE(m_dialogs->m_lastFilter.strFilter, QStringLiteral("All files (*)"));
+        QCOMPARE(view->m_bSending, 0);
+
+        CMasterReader reader(m_pty->Master());
+        m_dialogs->m_openAnswers = {file.fileName()};
+        QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
+        QCOMPARE(view->m_bSending, 1);
+        QVERIFY(Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
+        QProgressBar* bar = Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>();
+        QVERIFY(bar);
+        QTRY_COMPARE(view->m_bSending, 0);
+        QCOMPARE(reader.Bytes(), content);
+        QVERIFY(!Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
+        QVERIFY(!Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>());
+        QCOMPARE(StatusText(), QStringLiteral("For Help, press F1"));
+        // The elapsed time stays in pane 4.
+        QVERIFY(QRegularExpression(QStringLiteral("^\\d\\d:\\d\\d:\\d\\d$"))
+                    .match(Frame()->GetPaneText(CMainFrame::PaneScrl))
+                    .hasMatch());
+    }
+
+    void stopTransmissionEndsAfterCurrentBlock()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        const QByteArray content(2 * 1024 * 1024, 'x');
+        QFile file(Home(QStringLiteral("data.bin")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        file.close();
+
+        CMasterReader reader(m_pty->Master());
+        // Started by a function key's file macro: it can be stopped all the same.
+        QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 4));
+        QCOMPARE(view->m_bSending, 1);
+        // Typing and commands wait until the file is out.
+        Frame()->RouteCommand(ID_FUNCTION_KEY_F1);
+        QTRY_VERIFY(Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>()->value() > 0);
+        QVERIFY(StatusText().startsWith(QStringLiteral("Sending file ")));
+        QVERIFY(StatusText().endsWith(QStringLiteral("data.bin")));
+        // One file at a time.
+        m_dialogs->m_openAnswers = {file.fileName()};
+        QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
+        QVERIFY2(StatusText().endsWith(QStringLiteral("a file is being sent already")), qPrintable(StatusText()));
+        QVERIFY(Frame()->RouteCommand(ID_STOP_TRANSMISSION));
+        QTRY_COMPARE(view->m_bSending, 0);
+        QTRY_VERIFY(reader.Bytes().endsWith("P\r\n"));
+        const qsizetype sent = reader.Bytes().size() - 3;
+        QVERIFY2(sent < content.size(), qPrintable(QString::number(sent)));
+        QCOMPARE(sent % 2048, 0);
+        QVERIFY(reader.Bytes().startsWith(content.left(sent)));
+    }
+
+    void playbackFileAnswersLineFeeds()
+    {
+        QFile play(Home(QStringLiteral("play.txt")));
+        QVERIFY(play.open(QIODevice::WriteOnly));
+        play.write("ABC\nD20\nDEF\n");
+        play.close();
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        // Received before the file is opened: nothing answers it.
+        Send("0\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("0\n"));
+        QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 1));
+        QVERIFY(m_app->m_filePlayback.IsOpen());
+        // The text before the macro is dropped: nothing went out.
+        QCOMPARE(m_pty->ReadMaster(1, 100), QByteArray());
+        Send("1\n");
+        QCOMPARE(Receive(4), QByteArray("ABC\r"));
+        Send("2\n");
+        QCOMPARE(Receive(4), QByteArray("DEF\r"));
+        // At its end every line feed sends a bare CR.
+        Send("3\n");
+        QCOMPARE(Receive(1), QByteArray("\r"));
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("0\n1\n2\n3\n"));
+    }
+
+    void optionsCancelReopensUnchanged()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        bool portOpenDuringSheet = true;
+        int pages = 0;
+        m_dialogs->m_onExec = [&](QDialog& dialog) {
+            portOpenDuringSheet = view->m_comm.IsPortOpen();
+            auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
+            pages = sheet ? sheet->GetPageCount() : 0;
+            // Changed on a page, then Cancel: nothing of it is taken.
+            sheet->m_pSettingsPage->m_pShowControlChars->setChecked(true);
+            return int(QDialog::Rejected);
+        };
+        QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
+        QVERIFY(!portOpenDuringSheet);
+        QCOMPARE(pages, 6);
+        QVERIFY(view->m_comm.IsPortOpen());
+        QCOMPARE(view->m_commParam.m_strConnector, m_pty->SlaveName().toLocal8Bit());
+        QCOMPARE(view->m_terminalParam.m_bShowControlChars, 0);
+        Send("still here\r\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("still here\n"));
+
+        // A disconnected window: the sheet opens the line, the window stays an
+        // editor with local echo, so typing is both sent and shown.
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
+        QVERIFY(view->m_comm.IsPortOpen());
+        QVERIFY(view->IsWindowEnabled());
+        view->moveCursor(QTextCursor::End);
+        QTest::keyClicks(view, QStringLiteral("T"));
+        QCOMPARE(m_pty->ReadMaster(1), QByteArray("T"));
+        QCOMPARE(view->toPlainText(), QStringLiteral("still here\nT"));
+    }
+
+    // Every page changed in one sheet, OK: the line, the received text and the
+    // driver written back on close follow each change.
+    void optionsOkEveryPageTakesEffect()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        // Strings arriving before the change are shown as they came.
+        Send("W0\r\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("W0\n"));
+        m_dialogs->m_onExec = [](QDialog& dialog) {
+            auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
+            sheet->m_pGeneralPage->m_pName->setText(QStringLiteral("Lab 2"));
+            sheet->m_pCommPage->Button(CCommPage::Baud, 5)->click(); // 4800
+            sheet->m_pSettingsPage->m_pReceiveCRLF->setChecked(true);
+            sheet->m_pFunctionKeysPage->m_names[2]->setText(QStringLiteral("Zero"));
+            sheet->m_pFunctionKeysPage->m_commands[2]->setText(QStringLiteral("Z<CR>"));
+            CScript script;
+            FillScript(script, true, "<CR>", {"W"}, {{"SkipCharacters(1)"}});
+            sheet->m_pScriptPage->LoadFrom(script);
+            sheet->SetActivePage(3);
+            sheet->done(QDialog::Accepted);
+            return int(QDialog::Accepted);
+        };
+        m_app->m_nInstrumentOptionsPage = 0;
+        QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
+        QCOMPARE(m_app->m_nInstrumentOptionsPage, 3);
+        QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1 + 2)->text(), QStringLiteral("Zero"));
+        QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 2));
+        QCOMPARE(m_pty->ReadMaster(2), QByteArray("Z\r"));
+        termios line{};
+        QCOMPARE(tcgetattr(m_pty->Master(), &line), 0);
+        QCOMPARE(cfgetospeed(&line), speed_t(B4800));
+        // The script keeps W strings without their W; of the unregistered X
+        // string only the line feed that its CR gets is left.
+        Send("W12.5\rX7\r");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("W0\n12.5\n\n"));
+
+        QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+        CDriverFile written;
+        QVERIFY(written.Load(Home(QStringLiteral("lab.tbb"))).IsOk());
+        QCOMPARE(written.m_Driver.m_strName, QByteArray("Lab 2"));
+        QCOMPARE(written.m_Comm.m_nBaudRate, 4800);
+        QCOMPARE(written.m_Terminal.m_bReceiveCRLF, 1);
+        QCOMPARE(written.m_FunctionKeys.m_Names[2], QByteArray("Zero"));
+        QCOMPARE(written.m_Script.m_InputStrings, QByteArrayList{"W"});
+    }
+
+    void optionsKeepConnectorTheListDoesNotOffer()
+    {
+        // As in the demo: the driver names a link to the line, which the
+        // connector list does not offer. The list is opened and closed with Esc,
+        // another page is shown, OK.
+        const QString link = Home(QStringLiteral("instrument-tty"));
+        QVERIFY(QFile::link(m_pty->SlaveName(), link));
+        COrvalisView* view = Start(Driver(link));
+        QVERIFY(view && view->m_comm.IsPortOpen());
+        QString shown;
+        m_dialogs->m_onExec = [&shown](QDialog& dialog) {
+            auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
+            sheet->show();
+            sheet->SetActivePage(1);
+            QComboBox* list = sheet->m_pCommPage->m_pConnector;
+            shown = list->currentText();
+            list->setFocus(Qt::MouseFocusReason);
+            list->showPopup();
+            QTest::keyClick(list->view(), Qt::Key_Escape);
+            sheet->SetActivePage(2);
+            sheet->accept();
+            return sheet->result();
+        };
+        QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
+        QCOMPARE(shown, link);
+        QCOMPARE(view->m_commParam.m_strConnector, link.toLocal8Bit());
+        QVERIFY(view->m_comm.IsPortOpen());
+        Send("still reading\r\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("still reading\n"));
+        QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+        CDriverFile written;
+        QVERIFY(written.Load(Home(QStringLiteral("lab.tbb"))).IsOk());
+        QCOMPARE(written.m_Comm.m_strConnector, link.toLocal8Bit());
+    }
+
+    void showControlCharactersConvertsText()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        Send("A\r\nB\r\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("A\nB\n"));
+        const auto toggle = [this](bool on) {
+            m_dialogs->m_onExec = [on](QDialog& dialog) {
+                qobject_cast<CInstrumentSheet*>(&dialog)->m_pSettingsPage->m_pShowControlChars->setChecked(on);
+                return int(QDialog::Accepted);
+            };
+            Frame()->RouteCommand(ID_OPTIONS);
+        };
+        toggle(true);
+        // Each received line keeps a line of its own behind its names.
+        QCOMPARE(view->toPlainText(), QStringLiteral("A<CR><LF>\nB<CR><LF>\n"));
+        Send("C\x02\r\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("A<CR><LF>\nB<CR><LF>\nC<STX><CR><LF>\n"));
+        toggle(false);
+        QCOMPARE(view->toPlainText(), QStringLiteral("A\nB\nC\x02\n"));
+    }
+
+    void driverWrittenBackOnClose()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        QCOMPARE(view->m_functionKeys.m_Names.size(), 16);
+        QCOMPARE(view->DriverPath(), Home(QStringLiteral("lab.tbb")));
+        // A second window connects another driver; the first still writes back to its own.
+        CDriverFile other = Driver(QStringLiteral("None"));
+        other.m_Driver.m_strName = "Other";
+        QVERIFY(other.Store(Home(QStringLiteral("other.tbb"))).IsOk());
+        m_app->m_strLastUsedDriver = Home(QStringLiteral("other.tbb"));
+        QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+        QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 2);
+        QVERIFY(Frame()->MdiArea()->subWindowList().first()->close());
+
+        CDriverFile written;
+        QVERIFY(written.Load(Home(QStringLiteral("lab.tbb"))).IsOk());
+        QCOMPARE(written.m_Driver.m_strName, QByteArray("Lab"));
+        QCOMPARE(written.m_FunctionKeys.m_Names.size(), 16);
+        QCOMPARE(written.m_FunctionKeys.m_Commands.size(), 16);
+        QCOMPARE(written.m_FunctionKeys.GetName(0), QByteArray("Print"));
+        QCOMPARE(written.m_FunctionKeys.GetCommand(4), QByteArray("^$Fdata.bin^$F"));
+        QCOMPARE(written.m_FunctionKeys.GetName(8), QByteArray());
+        CDriverFile untouched;
+        QVERIFY(untouched.Load(Home(QStringLiteral("other.tbb"))).IsOk());
+        QCOMPARE(untouched.m_FunctionKeys.m_Names.size(), 8);
+        // The window that closed was the polled one; none is polled now.
+        QVERIFY(!m_app->m_pCommView);
+    }
+
+    void damagedDriverNamedAndNotOverwritten_data()
+    {
+        QTest::addColumn<bool>("edited");
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<bool>("rewritten");
+        QTest::newRow("unchanged settings: left as it is") << false << int(CUserDialogs::Overwrite) << false;
+        QTest::newRow("changed, Don't Save: left as it is") << true << int(CUserDialogs::DontSave) << false;
+        QTest::newRow("changed, Write Anyway: written") << true << int(CUserDialogs::Overwrite) << true;
+    }
+
+    void damagedDriverNamedAndNotOverwritten()
+    {
+        QFETCH(bool, edited);
+        QFETCH(int, answer);
+        QFETCH(bool, rewritten);
+        CDriverFile records = Driver(m_pty->SlaveName());
+        records.m_Script.m_InputStrings = {"~"};
+        records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"TrimLeft()"})};
+        const QString whole = Home(QStringLiteral("whole.tbb"));
+        QVERIFY(records.Store(whole).IsOk());
+        QFile source(whole);
+        QVERIFY(source.open(QIODevice::ReadOnly));
+        const QByteArray cut = source.readAll().chopped(9);
+        const QString damaged = Home(QStringLiteral("Damaged.tbb"));
+        QFile target(damaged);
+        QVERIFY(target.open(QIODevice::WriteOnly) && target.write(cut) == cut.size());
+        target.close();
+
+        COrvalisView* view = StartOn(QStringLiteral("Damaged.tbb"));
+        QVERIFY(view);
+        // Said in the window: which file, where.
+        QTRY_COMPARE(m_dialogs->m_messages.size(), 1);
+        const QString message = m_dialogs->m_messages.first();
+        QVERIFY2(message.contains(damaged + QStringLiteral(": damaged at byte")), qPrintable(message));
+        QCOMPARE(view->DriverProblem(), message.section(QLatin1Char('\n'), 0, 0));
+        // The line settings were read before the damage: it connects.
+        QVERIFY(view->m_comm.IsPortOpen());
+        if (edited) {
+            m_dialogs->m_onExec = [](QDialog&) { return int(QDialog::Accepted); };
+            QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
+        }
+        m_dialogs->m_overwriteAnswers = {CUserDialogs::OverwriteAnswer(answer)};
+        QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+        QCOMPARE(m_dialogs->m_overwriteQuestions.size(), edited ? 1 : 0);
+        if (edited)
+            QVERIFY(m_dialogs->m_overwriteQuestions.first().contains(damaged));
+        QVERIFY(target.open(QIODevice::ReadOnly));
+        const QByteArray after = target.readAll();
+        QCOMPARE(after != cut, rewritten);
+        CDriverFile reread;
+        QCOMPARE(reread.Load(damaged).IsOk(), rewritten);
+    }
+
+    void missingDriverNamedAndNotCreated()
+    {
+        COrvalisView* view = StartOn(QStringLiteral("nosuch.tbb"));
+        QVERIFY(view);
+        const QString problem = Home(QStringLiteral("nosuch.tbb: no such file"));
+        QTRY_COMPARE(m_dialogs->m_messages.size(), 1);
+        QVERIFY2(m_dialogs->m_messages.first().startsWith(problem), qPrintable(m_dialogs->m_messages.first()));
+        QCOMPARE(StatusText(), problem);
+        QVERIFY(view->placeholderText().contains(problem));
+        QVERIFY(!view->m_comm.IsPortOpen());
+        QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+        QVERIFY(!QFile::exists(Home(QStringLiteral("nosuch.tbb"))));
+        QCOMPARE(m_dialogs->m_overwriteQuestions, QStringList());
+    }
+
+    void failedDriverWriteOffersSaveAs()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        // The driver's file went away with its folder's permissions: here it
+        // cannot be written because a plain file stands where the folder was.
+        const QString driver = Home(QStringLiteral("lab.tbb"));
+        QVERIFY(QFile::remove(driver));
+        QVERIFY(QDir(m_home->path()).mkdir(QStringLiteral("lab.tbb")));
+        const QString elsewhere = Home(QStringLiteral("saved elsewhere.tbb"));
+        m_dialogs->m_saveElsewhereAnswers = {true};
+        m_dialogs->m_saveAnswers = {elsewhere};
+        QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+        QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
+        QVERIFY2(m_dialogs->m_writeFailures.first().contains(driver), qPrintable(m_dialogs->m_writeFailures.first()));
+        CDriverFile saved;
+        QVERIFY(saved.Load(elsewhere).IsOk());
+        QCOMPARE(saved.m_Comm.m_strConnector, m_pty->SlaveName().toLocal8Bit());
+        QCOMPARE(saved.m_Driver.m_strFileName, QByteArray("saved elsewhere.tbb"));
+    }
+
+    void functionKeyBarFollowsActiveWindow()
+    {
+        QVERIFY(Start(Driver(m_pty->SlaveName())));
+        CDriverFile other = Driver(QStringLiteral("None"));
+        other.m_FunctionKeys.m_Names[0] = "Other";
+        other.m_FunctionKeys.m_bShowKeys = 0;
+        QVERIFY(other.Store(Home(QStringLiteral("other.tbb"))).IsOk());
+        m_app->m_strLastUsedDriver = Home(QStringLiteral("other.tbb"));
+        QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+        QPushButton* f1 = Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1);
+        QCOMPARE(f1->text(), QStringLiteral("Other"));
+        QVERIFY(!Frame()->IsFunctionKeyBarVisible());
+        QMdiArea* area = Frame()->MdiArea();
+        area->setActiveSubWindow(area->subWindowList().first());
+        QCOMPARE(f1->text(), QStringLiteral("Print"));
+        QVERIFY(Frame()->IsFunctionKeyBarVisible());
+        // F1 sends the active window's command.
+        QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1));
+        QCOMPARE(m_pty->ReadMaster(3), QByteArray("P\r\n"));
+    }
+
+    void totalBytesMessage_data()
+    {
+        QTest::addColumn<QByteArray>("profile");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("counts received bytes without NUL")
+            << QByteArray("[Settings]\nTotalBytesDlg=1\n") << QStringLiteral("Total Bytes: 8\nTotal Bytes in Array: 0");
+        QTest::newRow("the debug store holds the same bytes")
+            << QByteArray("[Settings]\nTotalBytesDlg=1\nDebugConnection=1\n")
+            << QStringLiteral("Total Bytes: 8\nTotal Bytes in Array: 8");
+    }
+
+    void totalBytesMessage()
+    {
+        QFETCH(QByteArray, profile);
+        QFETCH(QString, message);
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()), profile);
+        QVERIFY(view);
+        Send(QByteArray("abc\0de\0fg\n", 10));
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("abcdefg\n"));
+        QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+        QCOMPARE(m_dialogs->m_messages, QStringList{message});
+    }
+
+    void debugReplayOnDisconnect()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()), "[Settings]\nDebugConnection=1\n");
+        QVERIFY(view);
+        QCOMPARE(view->m_bDebugConnection, 1);
+        Send("x1\r");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("x1\n"));
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QCOMPARE(view->toPlainText(), QStringLiteral("x1\n\n\nDebug Output\nx1\n"));
+        // Every disconnect replays the whole history again.
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QCOMPARE(view->toPlainText(), QStringLiteral("x1\n\n\nDebug Output\nx1\n\n\nDebug Output\nx1\n"));
+    }
+
+    void lineCannotBeOpened_data()
+    {
+        QTest::addColumn<QString>("connector");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("a device that does not exist")
+            << QStringLiteral("/dev/orvalis-no-such-device") << QStringLiteral("No such file or directory");
+        QTest::newRow("a file that is no serial device") << QStringLiteral("HOME/lab.tbb") << QStringLiteral("not a serial device");
+        QTest::newRow("a device another window holds") << QStringLiteral("PTY") << QStringLiteral("busy");
+    }
+
+    void lineCannotBeOpened()
+    {
+        QFETCH(QString, connector);
+        QFETCH(QString, reason);
+        connector.replace(QStringLiteral("HOME"), m_home->path());
+        connector.replace(QStringLiteral("PTY"), m_pty->SlaveName());
+        COrvalisView* first = nullptr;
+        if (connector == m_pty->SlaveName()) {
+            first = Start(Driver(connector));
+            QVERIFY(first && first->m_comm.IsPortOpen());
+            QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
+        } else {
+            QVERIFY(Start(Driver(connector)));
+        }
+        auto* view = qobject_cast<COrvalisView*>(Frame()->ActiveView());
+        QVERIFY(view && view != first);
+        QVERIFY(!view->m_comm.IsPortOpen());
+        // Said in plain words, naming the device, and the window stays usable.
+        QVERIFY2(StatusText().contains(connector), qPrintable(StatusText()));
+        QVERIFY2(StatusText().contains(reason, Qt::CaseInsensitive), qPrintable(StatusText()));
+        QCOMPARE(view->LineProblem(), StatusText());
+        QVERIFY(view->placeholderText().contains(connector));
+        QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
+        QVERIFY(view->IsWindowEnabled());
+        QVERIFY(Frame()->QueryCommand(ID_OPTIONS).bEnabled);
+        // Another try says it again.
+        Frame()->SetPaneText(CMainFrame::PaneMessage, QString());
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QVERIFY(StatusText().contains(connector));
+    }
+
+    void vanishedDeviceKeepsTextAndReconnects()
+    {
+        // The device is reached through a link that survives replugging, as
+        // /dev/serial/by-id names do.
+        const QString link = Home(QStringLiteral("instrument-tty"));
+        QVERIFY(QFile::link(m_pty->SlaveName(), link));
+        COrvalisView* view = Start(Driver(link));
+        QVERIFY(view && view->m_comm.IsPortOpen());
+        Send("first\r\nsecond, no line end");
+        QTRY_VERIFY(view->Pipeline().TotalBytes() == 26);
+        // The converter is pulled out: the text stays, the window is an editor.
+        m_pty->CloseMaster();
+        QTRY_VERIFY(!view->m_comm.IsPortOpen());
+        QCOMPARE(view->toPlainText(), QStringLiteral("first\nsecond, no line end"));
+        QVERIFY2(StatusText().contains(link), qPrintable(StatusText()));
+        QVERIFY(!view->LineProblem().isEmpty());
+        QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
+        QVERIFY(view->IsWindowEnabled());
+
+        // Plugged in again: Connect Instrument opens it, and the loss is no longer told.
+        CPtyPair again;
+        QVERIFY(again.IsOpen());
+        again.CloseSlave();
+        QVERIFY(QFile::remove(link));
+        QVERIFY(QFile::link(again.SlaveName(), link));
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QVERIFY(view->m_comm.IsPortOpen());
+        QCOMPARE(StatusText(), QStringLiteral("For Help, press F1"));
+        QCOMPARE(view->LineProblem(), QString());
+        QCOMPARE(view->placeholderText(), QString());
+        QVERIFY(again.WriteMaster("back\r\n"));
+        QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("back\n")));
+    }
+
+    void closingAsksToSaveReceivedText()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        Send("12.5\r\n13.0\r\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("12.5\n13.0\n"));
+        QVERIFY(view->GetDocument().IsModified());
+        QMdiSubWindow* window = Frame()->MdiArea()->currentSubWindow();
+
+        m_dialogs->m_saveChangesAnswers = {CUserDialogs::CancelClose};
+        QVERIFY(!window->close());
+        QCOMPARE(m_dialogs->m_saveQuestions, QStringList{window->windowTitle()});
+
+        const QString saved = Home(QStringLiteral("run.txt"));
+        m_dialogs->m_saveChangesAnswers = {CUserDialogs::SaveChanges};
+        m_dialogs->m_saveAnswers = {saved};
+        QVERIFY(window->close());
+        QFile file(saved);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), QByteArray("12.5\r\n13.0\r\n"));
+        QCOMPARE(m_app->RecentFiles().value(0), saved);
+    }
+
+    void failedTextSaveOffersSaveAs()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        Send("12.5\r\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("12.5\n"));
+        const QString unwritable = Unwritable(QStringLiteral("run.txt"));
+        const QString elsewhere = Home(QStringLiteral("run.txt"));
+        m_dialogs->m_saveAnswers = {unwritable, elsewhere};
+        m_dialogs->m_saveElsewhereAnswers = {true};
+        QVERIFY(Frame()->RouteCommand(ID_FILE_SAVE_AS));
+        QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
+        QVERIFY(m_dialogs->m_writeFailures.first().contains(unwritable));
+        QCOMPARE(view->GetDocument().GetPathName(), elsewhere);
+        QVERIFY(!view->GetDocument().IsModified());
+        QFile file(elsewhere);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), QByteArray("12.5\r\n"));
+        // Given up: the text stays changed, the window open.
+        Send("13\r\n");
+        QTRY_VERIFY(view->GetDocument().IsModified());
+        m_dialogs->m_saveAnswers = {unwritable};
+        QVERIFY(Frame()->RouteCommand(ID_FILE_SAVE_AS));
+        QCOMPARE(m_dialogs->m_writeFailures.size(), 2);
+        QVERIFY(view->GetDocument().IsModified());
+    }
+
+    // File New first: the request to connect is still set from the start.
+    void windowsBesideAConnectedOneStayOffTheLine()
+    {
+        QFile text(Home(QStringLiteral("run.txt")));
+        QVERIFY(text.open(QIODevice::WriteOnly));
+        text.write("12.5\r\n13\xB0" "C\r\n");
+        text.close();
+        COrvalisView* connected = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(connected);
+        QString offered;
+        m_dialogs->m_onExec = [&offered](QDialog& dialog) {
+            auto* choice = qobject_cast<QInputDialog*>(&dialog);
+            offered = choice->comboBoxItems().value(0);
+            choice->setTextValue(offered);
+            return int(QDialog::Accepted);
+        };
+        QVERIFY(Frame()->RouteCommand(ID_FILE_NEW));
+        QCOMPARE(offered, QStringLiteral("Orvali"));
+        auto* fresh = qobject_cast<COrvalisView*>(Frame()->ActiveView());
+        QVERIFY(fresh && fresh != connected);
+        QVERIFY(!fresh->OpenedByConnect());
+        QVERIFY(!fresh->m_comm.IsPortOpen());
+        QVERIFY(StatusText().isEmpty() || !StatusText().contains(m_pty->SlaveName()));
+
+        // A saved text opens as an editor without the line's commands.
+        m_dialogs->m_openAnswers = {text.fileName()};
+        QVERIFY(Frame()->RouteCommand(ID_FILE_OPEN));
+        auto* saved = qobject_cast<COrvalisView*>(Frame()->ActiveView());
+        QVERIFY(saved && saved != connected && saved != fresh);
+        QCOMPARE(saved->toPlainText(), QStringLiteral("12.5\n13\u00B0C\n"));
+        QVERIFY(!saved->OpenedByConnect());
+        QVERIFY(!saved->m_comm.IsPortOpen());
+        QVERIFY(saved->IsWindowEnabled());
+        QVERIFY(!saved->GetDocument().IsModified());
+        QVERIFY(!Frame()->QueryCommand(ID_SEND_FILE).bEnabled);
+
+        // The line stays with the connected window, and its commands.
+        Send("12.5\r\n");
+        QTRY_COMPARE(connected->toPlainText(), QStringLiteral("12.5\n"));
+        QVERIFY(fresh->toPlainText().isEmpty());
+        Frame()->MdiArea()->setActiveSubWindow(Frame()->MdiArea()->subWindowList().first());
+        QVERIFY(Frame()->QueryCommand(ID_SEND_FILE).bEnabled);
+    }
+
+    void printsWithHalfInchMargins()
+    {
+        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        QVERIFY(view);
+        Send("line 1\r\nline 2\r\n");
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("line 1\nline 2\n"));
+        QPrinter& printer = m_app->Printer();
+        printer.setOutputFormat(QPrinter::PdfFormat);
+        printer.setOutputFileName(Home(QStringLiteral("print.pdf")));
+        QVERIFY(Frame()->RouteCommand(ID_FILE_PRINT_DIRECT));
+        QCOMPARE(printer.pageLayout().margins(QPageLayout::Inch), QMarginsF(0.5, 0.5, 0.5, 0.5));
+        QFile pdf(printer.outputFileName());
+        QVERIFY(pdf.open(QIODevice::ReadOnly));
+        QVERIFY(pdf.readAll().startsWith("%PDF"));
+    }
 
 private:
     static CDriverFile Driver(const QString& connector);
@@ -147,16 +823,6 @@ private:
     void Send(const QByteArray& bytes) { QVERIFY(m_pty->WriteMaster(bytes)); }
     QString StatusText() const { return Frame()->GetPaneText(CMainFrame::PaneMessage); }
 };
-
-void tst_InstrumentWindow::init()
-{
-    InitFixture();
-}
-
-void tst_InstrumentWindow::cleanup()
-{
-    CleanupFixture();
-}
 
 // Plain mode, no CR -> CR/LF receiving; F1 Print, F2 opens a playback file,
 // F3 has no name, F4 sends a serial number, F5 sends a file.
@@ -182,761 +848,6 @@ QString tst_InstrumentWindow::Unwritable(const QString& name) const
     if (!plain.exists() && plain.open(QIODevice::WriteOnly))
         plain.close();
     return Home(QStringLiteral("plain-file/") + name);
-}
-
-void tst_InstrumentWindow::commandLineConnectsAndShowsScriptedReadings()
-{
-    CDriverFile records = Driver(m_pty->SlaveName());
-    // A balance: error lines (E...) are marked, every other line loses its
-    // leading blanks; strings end at LF.
-    records.m_Script.m_bRegistered = 1;
-    records.m_Script.m_strEndOfString = "<LF>";
-    records.m_Script.m_InputStrings = {"E", "~"};
-    records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"InsertCharacter(0, *)"}),
-                                    std::make_shared<CStringArray>(CStringArray{"TrimLeft()"})};
-    COrvalisView* view = Start(records);
-    QVERIFY(view);
-    QVERIFY(view->m_comm.IsPortOpen());
-    QVERIFY(view->OpenedByConnect());
-    QVERIFY(!view->IsWindowEnabled());
-    QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Disconnect Instrument"));
-    QVERIFY(Frame()->IsFunctionKeyBarVisible());
-    QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1)->text(), QStringLiteral("Print"));
-
-    Send("N     +12.345 g\r\nES\r\n   +0.500 g\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("N     +12.345 g\n*ES\n+0.500 g\n"));
-    QCOMPARE(view->Pipeline().TotalBytes(), qint64(34));
-}
-
-void tst_InstrumentWindow::functionKeys_data()
-{
-    QTest::addColumn<int>("key");
-    QTest::addColumn<QByteArray>("sent");
-    QTest::addColumn<int>("beeps");
-    QTest::newRow("F1 sends its command") << 0 << QByteArray("P\r\n") << 0;
-    QTest::newRow("F3 without a name beeps and sends nothing") << 2 << QByteArray() << 1;
-    QTest::newRow("F8 without a name or command beeps") << 7 << QByteArray() << 1;
-}
-
-void tst_InstrumentWindow::functionKeys()
-{
-    QFETCH(int, key);
-    QFETCH(QByteArray, sent);
-    QFETCH(int, beeps);
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    QSignalSpy beeped(view, &CCommView::beeped);
-    // The button on the main window's bar, as the user presses it.
-    QTest::mouseClick(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1 + key), Qt::LeftButton);
-    QCOMPARE(beeped.size(), beeps);
-    QCOMPARE(view->BeepCount(), beeps);
-    QCOMPARE(m_pty->ReadMaster(sent.size() + 1, sent.isEmpty() ? 200 : 1000), sent);
-}
-
-void tst_InstrumentWindow::serialNumberMacroAsksAndSends()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    QString title;
-    m_dialogs->m_onExec = [&title](QDialog& dialog) {
-        title = dialog.windowTitle();
-        dialog.findChild<QLineEdit*>(QStringLiteral("3080"))->setText(QStringLiteral("42"));
-        dialog.accept();
-        return dialog.result();
-    };
-    Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 3);
-    QCOMPARE(title, QStringLiteral("Serial Number"));
-    const QByteArray expected = "X" + CSerialNumberRecord::BuildRecord("0x100", 42) + "Y";
-    QCOMPARE(m_pty->ReadMaster(expected.size()), expected);
-
-    // Cancel ends the command after the text before the macro.
-    m_dialogs->m_onExec = {};
-    Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 3);
-    QCOMPARE(m_pty->ReadMaster(2, 300), QByteArray("X"));
-}
-
-void tst_InstrumentWindow::connectedWindowTakesNoTyping()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    Send("reading 1\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("reading 1\n"));
-    QTest::keyClicks(view, QStringLiteral("abc"));
-    QTest::keyClick(view, Qt::Key_Return);
-    QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
-    QCOMPARE(view->toPlainText(), QStringLiteral("reading 1\n"));
-    // The text can still be selected and copied.
-    QVERIFY(Frame()->QueryCommand(ID_EDIT_UNDO).bEnabled == false);
-    QVERIFY(!Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
-    view->selectAll();
-    QVERIFY(Frame()->QueryCommand(ID_EDIT_COPY).bEnabled);
-    QVERIFY(!Frame()->QueryCommand(ID_EDIT_CUT).bEnabled);
-}
-
-void tst_InstrumentWindow::disconnectAndConnectToggle()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    QAction* item = Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT);
-
-    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-    QVERIFY(!view->m_comm.IsPortOpen());
-    QCOMPARE(item->text(), QStringLiteral("&Connect Instrument"));
-    QVERIFY(view->IsWindowEnabled());
-    QCOMPARE(view->m_terminalParam.m_bLocalEcho, 1);
-    // An editor now: typing goes into the text, nothing onto the line.
-    QTest::keyClicks(view, QStringLiteral("note"));
-    QCOMPARE(view->toPlainText(), QStringLiteral("note"));
-    QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
-    QVERIFY(Frame()->QueryCommand(ID_EDIT_UNDO).bEnabled);
-    QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 1);
-
-    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-    QVERIFY(view->m_comm.IsPortOpen());
-    QCOMPARE(item->text(), QStringLiteral("&Disconnect Instrument"));
-    QVERIFY(!view->IsWindowEnabled());
-    QCOMPARE(view->m_terminalParam.m_bLocalEcho, 0);
-    Send("after\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("noteafter\n"));
-}
-
-void tst_InstrumentWindow::fileTransferShowsProgress()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    QByteArray content(5000, '\0');
-    for (int i = 0; i < content.size(); ++i)
-        content[i] = char(i * 7);
-    QFile file(Home(QStringLiteral("data.bin")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-    file.close();
-    QVERIFY(!Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
-
-    // Cancelled: nothing starts.
-    QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
-    QCOMPARE(m_dialogs->m_strLastFolder, m_app->ProgramFolder());
-    QCOMPARE(m_dialogs->m_lastFilter.strFilter, QStringLiteral("All files (*)"));
-    QCOMPARE(view->m_bSending, 0);
-
-    CMasterReader reader(m_pty->Master());
-    m_dialogs->m_openAnswers = {file.fileName()};
-    QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
-    QCOMPARE(view->m_bSending, 1);
-    QVERIFY(Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
-    QProgressBar* bar = Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>();
-    QVERIFY(bar);
-    QTRY_COMPARE(view->m_bSending, 0);
-    QCOMPARE(reader.Bytes(), content);
-    QVERIFY(!Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
-    QVERIFY(!Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>());
-    QCOMPARE(StatusText(), QStringLiteral("For Help, press F1"));
-    // The elapsed time stays in pane 4.
-    QVERIFY(QRegularExpression(QStringLiteral("^\\d\\d:\\d\\d:\\d\\d$"))
-                .match(Frame()->GetPaneText(CMainFrame::PaneScrl))
-                .hasMatch());
-}
-
-void tst_InstrumentWindow::stopTransmissionEndsAfterCurrentBlock()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    const QByteArray content(2 * 1024 * 1024, 'x');
-    QFile file(Home(QStringLiteral("data.bin")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-    file.close();
-
-    CMasterReader reader(m_pty->Master());
-    // Started by a function key's file macro: it can be stopped all the same.
-    QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 4));
-    QCOMPARE(view->m_bSending, 1);
-    // Typing and commands wait until the file is out.
-    Frame()->RouteCommand(ID_FUNCTION_KEY_F1);
-    QTRY_VERIFY(Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>()->value() > 0);
-    QVERIFY(StatusText().startsWith(QStringLiteral("Sending file ")));
-    QVERIFY(StatusText().endsWith(QStringLiteral("data.bin")));
-    // One file at a time.
-    m_dialogs->m_openAnswers = {file.fileName()};
-    QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
-    QVERIFY2(StatusText().endsWith(QStringLiteral("a file is being sent already")), qPrintable(StatusText()));
-    QVERIFY(Frame()->RouteCommand(ID_STOP_TRANSMISSION));
-    QTRY_COMPARE(view->m_bSending, 0);
-    QTRY_VERIFY(reader.Bytes().endsWith("P\r\n"));
-    const qsizetype sent = reader.Bytes().size() - 3;
-    QVERIFY2(sent < content.size(), qPrintable(QString::number(sent)));
-    QCOMPARE(sent % 2048, 0);
-    QVERIFY(reader.Bytes().startsWith(content.left(sent)));
-}
-
-void tst_InstrumentWindow::playbackFileAnswersLineFeeds()
-{
-    QFile play(Home(QStringLiteral("play.txt")));
-    QVERIFY(play.open(QIODevice::WriteOnly));
-    play.write("ABC\nD20\nDEF\n");
-    play.close();
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    // Received before the file is opened: nothing answers it.
-    Send("0\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("0\n"));
-    QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 1));
-    QVERIFY(m_app->m_filePlayback.IsOpen());
-    // The text before the macro is dropped: nothing went out.
-    QCOMPARE(m_pty->ReadMaster(1, 100), QByteArray());
-    Send("1\n");
-    QCOMPARE(Receive(4), QByteArray("ABC\r"));
-    Send("2\n");
-    QCOMPARE(Receive(4), QByteArray("DEF\r"));
-    // At its end every line feed sends a bare CR.
-    Send("3\n");
-    QCOMPARE(Receive(1), QByteArray("\r"));
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("0\n1\n2\n3\n"));
-}
-
-void tst_InstrumentWindow::optionsCancelReopensUnchanged()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    bool portOpenDuringSheet = true;
-    int pages = 0;
-    m_dialogs->m_onExec = [&](QDialog& dialog) {
-        portOpenDuringSheet = view->m_comm.IsPortOpen();
-        auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
-        pages = sheet ? sheet->GetPageCount() : 0;
-        // Changed on a page, then Cancel: nothing of it is taken.
-        sheet->m_pSettingsPage->m_pShowControlChars->setChecked(true);
-        return int(QDialog::Rejected);
-    };
-    QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
-    QVERIFY(!portOpenDuringSheet);
-    QCOMPARE(pages, 6);
-    QVERIFY(view->m_comm.IsPortOpen());
-    QCOMPARE(view->m_commParam.m_strConnector, m_pty->SlaveName().toLocal8Bit());
-    QCOMPARE(view->m_terminalParam.m_bShowControlChars, 0);
-    Send("still here\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("still here\n"));
-
-    // A disconnected window: the sheet opens the line, the window stays an
-    // editor with local echo, so typing is both sent and shown.
-    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-    QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
-    QVERIFY(view->m_comm.IsPortOpen());
-    QVERIFY(view->IsWindowEnabled());
-    view->moveCursor(QTextCursor::End);
-    QTest::keyClicks(view, QStringLiteral("T"));
-    QCOMPARE(m_pty->ReadMaster(1), QByteArray("T"));
-    QCOMPARE(view->toPlainText(), QStringLiteral("still here\nT"));
-}
-
-void tst_InstrumentWindow::optionsOkWritesPagesBackAndReopens()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    m_app->m_nInstrumentOptionsPage = 0;
-    m_dialogs->m_onExec = [](QDialog& dialog) {
-        auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
-        sheet->m_pFunctionKeysPage->m_names[2]->setText(QStringLiteral("Zero"));
-        sheet->m_pFunctionKeysPage->m_commands[2]->setText(QStringLiteral("Z<CR>"));
-        sheet->m_pSettingsPage->m_pSendCRLF->setChecked(true);
-        sheet->SetActivePage(3);
-        sheet->done(QDialog::Accepted);
-        return int(QDialog::Accepted);
-    };
-    QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
-    QCOMPARE(m_app->m_nInstrumentOptionsPage, 3);
-    QVERIFY(view->m_comm.IsPortOpen());
-    QCOMPARE(view->m_terminalParam.m_bSendCRLF, 1);
-    QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1 + 2)->text(), QStringLiteral("Zero"));
-    QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 2));
-    QCOMPARE(m_pty->ReadMaster(2), QByteArray("Z\r"));
-}
-
-// Every page changed in one sheet, OK: the line, the received text and the
-// driver written back on close follow each change.
-void tst_InstrumentWindow::optionsOkEveryPageTakesEffect()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    // Strings arriving before the change are shown as they came.
-    Send("W0\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("W0\n"));
-    m_dialogs->m_onExec = [](QDialog& dialog) {
-        auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
-        sheet->m_pGeneralPage->m_pName->setText(QStringLiteral("Lab 2"));
-        sheet->m_pCommPage->Button(CCommPage::Baud, 5)->click(); // 4800
-        sheet->m_pSettingsPage->m_pReceiveCRLF->setChecked(true);
-        sheet->m_pFunctionKeysPage->m_names[2]->setText(QStringLiteral("Zero"));
-        CScript script;
-        FillScript(script, true, "<CR>", {"W"}, {{"SkipCharacters(1)"}});
-        sheet->m_pScriptPage->LoadFrom(script);
-        sheet->done(QDialog::Accepted);
-        return int(QDialog::Accepted);
-    };
-    QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
-    termios line{};
-    QCOMPARE(tcgetattr(m_pty->Master(), &line), 0);
-    QCOMPARE(cfgetospeed(&line), speed_t(B4800));
-    // The script keeps W strings without their W; of the unregistered X
-    // string only the line feed that its CR gets is left.
-    Send("W12.5\rX7\r");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("W0\n12.5\n\n"));
-
-    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
-    CDriverFile written;
-    QVERIFY(written.Load(Home(QStringLiteral("lab.tbb"))).IsOk());
-    QCOMPARE(written.m_Driver.m_strName, QByteArray("Lab 2"));
-    QCOMPARE(written.m_Comm.m_nBaudRate, 4800);
-    QCOMPARE(written.m_Terminal.m_bReceiveCRLF, 1);
-    QCOMPARE(written.m_FunctionKeys.m_Names[2], QByteArray("Zero"));
-    QCOMPARE(written.m_Script.m_InputStrings, QByteArrayList{"W"});
-}
-
-void tst_InstrumentWindow::optionsKeepConnectorTheListDoesNotOffer()
-{
-    // As in the demo: the driver names a link to the line, which the
-    // connector list does not offer. The list is opened and closed with Esc,
-    // another page is shown, OK.
-    const QString link = Home(QStringLiteral("instrument-tty"));
-    QVERIFY(QFile::link(m_pty->SlaveName(), link));
-    COrvalisView* view = Start(Driver(link));
-    QVERIFY(view && view->m_comm.IsPortOpen());
-    QString shown;
-    m_dialogs->m_onExec = [&shown](QDialog& dialog) {
-        auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
-        sheet->show();
-        sheet->SetActivePage(1);
-        QComboBox* list = sheet->m_pCommPage->m_pConnector;
-        shown = list->currentText();
-        list->setFocus(Qt::MouseFocusReason);
-        list->showPopup();
-        QTest::keyClick(list->view(), Qt::Key_Escape);
-        sheet->SetActivePage(2);
-        sheet->accept();
-        return sheet->result();
-    };
-    QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
-    QCOMPARE(shown, link);
-    QCOMPARE(view->m_commParam.m_strConnector, link.toLocal8Bit());
-    QVERIFY(view->m_comm.IsPortOpen());
-    Send("still reading\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("still reading\n"));
-    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
-    CDriverFile written;
-    QVERIFY(written.Load(Home(QStringLiteral("lab.tbb"))).IsOk());
-    QCOMPARE(written.m_Comm.m_strConnector, link.toLocal8Bit());
-}
-
-void tst_InstrumentWindow::showControlCharactersConvertsText()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    Send("A\r\nB\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("A\nB\n"));
-    const auto toggle = [this](bool on) {
-        m_dialogs->m_onExec = [on](QDialog& dialog) {
-            qobject_cast<CInstrumentSheet*>(&dialog)->m_pSettingsPage->m_pShowControlChars->setChecked(on);
-            return int(QDialog::Accepted);
-        };
-        Frame()->RouteCommand(ID_OPTIONS);
-    };
-    toggle(true);
-    // Each received line keeps a line of its own behind its names.
-    QCOMPARE(view->toPlainText(), QStringLiteral("A<CR><LF>\nB<CR><LF>\n"));
-    Send("C\x02\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("A<CR><LF>\nB<CR><LF>\nC<STX><CR><LF>\n"));
-    toggle(false);
-    QCOMPARE(view->toPlainText(), QStringLiteral("A\nB\nC\x02\n"));
-}
-
-void tst_InstrumentWindow::driverWrittenBackOnClose()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    QCOMPARE(view->m_functionKeys.m_Names.size(), 16);
-    QCOMPARE(view->DriverPath(), Home(QStringLiteral("lab.tbb")));
-    // A second window connects another driver; the first still writes back to its own.
-    CDriverFile other = Driver(QStringLiteral("None"));
-    other.m_Driver.m_strName = "Other";
-    QVERIFY(other.Store(Home(QStringLiteral("other.tbb"))).IsOk());
-    m_app->m_strLastUsedDriver = Home(QStringLiteral("other.tbb"));
-    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
-    QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 2);
-    QVERIFY(Frame()->MdiArea()->subWindowList().first()->close());
-
-    CDriverFile written;
-    QVERIFY(written.Load(Home(QStringLiteral("lab.tbb"))).IsOk());
-    QCOMPARE(written.m_Driver.m_strName, QByteArray("Lab"));
-    QCOMPARE(written.m_FunctionKeys.m_Names.size(), 16);
-    QCOMPARE(written.m_FunctionKeys.m_Commands.size(), 16);
-    QCOMPARE(written.m_FunctionKeys.GetName(0), QByteArray("Print"));
-    QCOMPARE(written.m_FunctionKeys.GetCommand(4), QByteArray("^$Fdata.bin^$F"));
-    QCOMPARE(written.m_FunctionKeys.GetName(8), QByteArray());
-    CDriverFile untouched;
-    QVERIFY(untouched.Load(Home(QStringLiteral("other.tbb"))).IsOk());
-    QCOMPARE(untouched.m_FunctionKeys.m_Names.size(), 8);
-    // The window that closed was the polled one; none is polled now.
-    QVERIFY(!m_app->m_pCommView);
-}
-
-void tst_InstrumentWindow::damagedDriverNamedAndNotOverwritten_data()
-{
-    QTest::addColumn<bool>("edited");
-    QTest::addColumn<int>("answer");
-    QTest::addColumn<bool>("rewritten");
-    QTest::newRow("unchanged settings: left as it is") << false << int(CUserDialogs::Overwrite) << false;
-    QTest::newRow("changed, Don't Save: left as it is") << true << int(CUserDialogs::DontSave) << false;
-    QTest::newRow("changed, Write Anyway: written") << true << int(CUserDialogs::Overwrite) << true;
-}
-
-void tst_InstrumentWindow::damagedDriverNamedAndNotOverwritten()
-{
-    QFETCH(bool, edited);
-    QFETCH(int, answer);
-    QFETCH(bool, rewritten);
-    CDriverFile records = Driver(m_pty->SlaveName());
-    records.m_Script.m_InputStrings = {"~"};
-    records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"TrimLeft()"})};
-    const QString whole = Home(QStringLiteral("whole.tbb"));
-    QVERIFY(records.Store(whole).IsOk());
-    QFile source(whole);
-    QVERIFY(source.open(QIODevice::ReadOnly));
-    const QByteArray cut = source.readAll().chopped(9);
-    const QString damaged = Home(QStringLiteral("Damaged.tbb"));
-    QFile target(damaged);
-    QVERIFY(target.open(QIODevice::WriteOnly) && target.write(cut) == cut.size());
-    target.close();
-
-    COrvalisView* view = StartOn(QStringLiteral("Damaged.tbb"));
-    QVERIFY(view);
-    // Said in the window: which file, where.
-    QTRY_COMPARE(m_dialogs->m_messages.size(), 1);
-    const QString message = m_dialogs->m_messages.first();
-    QVERIFY2(message.contains(damaged + QStringLiteral(": damaged at byte")), qPrintable(message));
-    QCOMPARE(view->DriverProblem(), message.section(QLatin1Char('\n'), 0, 0));
-    // The line settings were read before the damage: it connects.
-    QVERIFY(view->m_comm.IsPortOpen());
-    if (edited) {
-        m_dialogs->m_onExec = [](QDialog&) { return int(QDialog::Accepted); };
-        QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
-    }
-    m_dialogs->m_overwriteAnswers = {CUserDialogs::OverwriteAnswer(answer)};
-    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
-    QCOMPARE(m_dialogs->m_overwriteQuestions.size(), edited ? 1 : 0);
-    if (edited)
-        QVERIFY(m_dialogs->m_overwriteQuestions.first().contains(damaged));
-    QVERIFY(target.open(QIODevice::ReadOnly));
-    const QByteArray after = target.readAll();
-    QCOMPARE(after != cut, rewritten);
-    CDriverFile reread;
-    QCOMPARE(reread.Load(damaged).IsOk(), rewritten);
-}
-
-void tst_InstrumentWindow::missingDriverNamedAndNotCreated()
-{
-    COrvalisView* view = StartOn(QStringLiteral("nosuch.tbb"));
-    QVERIFY(view);
-    const QString problem = Home(QStringLiteral("nosuch.tbb: no such file"));
-    QTRY_COMPARE(m_dialogs->m_messages.size(), 1);
-    QVERIFY2(m_dialogs->m_messages.first().startsWith(problem), qPrintable(m_dialogs->m_messages.first()));
-    QCOMPARE(StatusText(), problem);
-    QVERIFY(view->placeholderText().contains(problem));
-    QVERIFY(!view->m_comm.IsPortOpen());
-    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
-    QVERIFY(!QFile::exists(Home(QStringLiteral("nosuch.tbb"))));
-    QCOMPARE(m_dialogs->m_overwriteQuestions, QStringList());
-}
-
-void tst_InstrumentWindow::failedDriverWriteOffersSaveAs()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    // The driver's file went away with its folder's permissions: here it
-    // cannot be written because a plain file stands where the folder was.
-    const QString driver = Home(QStringLiteral("lab.tbb"));
-    QVERIFY(QFile::remove(driver));
-    QVERIFY(QDir(m_home->path()).mkdir(QStringLiteral("lab.tbb")));
-    const QString elsewhere = Home(QStringLiteral("saved elsewhere.tbb"));
-    m_dialogs->m_saveElsewhereAnswers = {true};
-    m_dialogs->m_saveAnswers = {elsewhere};
-    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
-    QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
-    QVERIFY2(m_dialogs->m_writeFailures.first().contains(driver), qPrintable(m_dialogs->m_writeFailures.first()));
-    CDriverFile saved;
-    QVERIFY(saved.Load(elsewhere).IsOk());
-    QCOMPARE(saved.m_Comm.m_strConnector, m_pty->SlaveName().toLocal8Bit());
-    QCOMPARE(saved.m_Driver.m_strFileName, QByteArray("saved elsewhere.tbb"));
-}
-
-void tst_InstrumentWindow::functionKeyBarFollowsActiveWindow()
-{
-    QVERIFY(Start(Driver(m_pty->SlaveName())));
-    CDriverFile other = Driver(QStringLiteral("None"));
-    other.m_FunctionKeys.m_Names[0] = "Other";
-    other.m_FunctionKeys.m_bShowKeys = 0;
-    QVERIFY(other.Store(Home(QStringLiteral("other.tbb"))).IsOk());
-    m_app->m_strLastUsedDriver = Home(QStringLiteral("other.tbb"));
-    QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
-    QPushButton* f1 = Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1);
-    QCOMPARE(f1->text(), QStringLiteral("Other"));
-    QVERIFY(!Frame()->IsFunctionKeyBarVisible());
-    QMdiArea* area = Frame()->MdiArea();
-    area->setActiveSubWindow(area->subWindowList().first());
-    QCOMPARE(f1->text(), QStringLiteral("Print"));
-    QVERIFY(Frame()->IsFunctionKeyBarVisible());
-    // F1 sends the active window's command.
-    QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1));
-    QCOMPARE(m_pty->ReadMaster(3), QByteArray("P\r\n"));
-}
-
-void tst_InstrumentWindow::totalBytesMessage_data()
-{
-    QTest::addColumn<QByteArray>("profile");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("counts received bytes without NUL")
-        << QByteArray("[Settings]\nTotalBytesDlg=1\n") << QStringLiteral("Total Bytes: 8\nTotal Bytes in Array: 0");
-    QTest::newRow("the debug store holds the same bytes")
-        << QByteArray("[Settings]\nTotalBytesDlg=1\nDebugConnection=1\n")
-        << QStringLiteral("Total Bytes: 8\nTotal Bytes in Array: 8");
-}
-
-void tst_InstrumentWindow::totalBytesMessage()
-{
-    QFETCH(QByteArray, profile);
-    QFETCH(QString, message);
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()), profile);
-    QVERIFY(view);
-    Send(QByteArray("abc\0de\0fg\n", 10));
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("abcdefg\n"));
-    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
-    QCOMPARE(m_dialogs->m_messages, QStringList{message});
-}
-
-void tst_InstrumentWindow::debugReplayOnDisconnect()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()), "[Settings]\nDebugConnection=1\n");
-    QVERIFY(view);
-    QCOMPARE(view->m_bDebugConnection, 1);
-    Send("x1\r");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("x1\n"));
-    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-    QCOMPARE(view->toPlainText(), QStringLiteral("x1\n\n\nDebug Output\nx1\n"));
-    // Every disconnect replays the whole history again.
-    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-    QCOMPARE(view->toPlainText(), QStringLiteral("x1\n\n\nDebug Output\nx1\n\n\nDebug Output\nx1\n"));
-}
-
-void tst_InstrumentWindow::lineCannotBeOpened_data()
-{
-    QTest::addColumn<QString>("connector");
-    QTest::addColumn<QString>("reason");
-    QTest::newRow("a device that does not exist")
-        << QStringLiteral("/dev/orvalis-no-such-device") << QStringLiteral("No such file or directory");
-    QTest::newRow("a file that is no serial device") << QStringLiteral("HOME/lab.tbb") << QStringLiteral("not a serial device");
-    QTest::newRow("a device another window holds") << QStringLiteral("PTY") << QStringLiteral("busy");
-}
-
-void tst_InstrumentWindow::lineCannotBeOpened()
-{
-    QFETCH(QString, connector);
-    QFETCH(QString, reason);
-    connector.replace(QStringLiteral("HOME"), m_home->path());
-    connector.replace(QStringLiteral("PTY"), m_pty->SlaveName());
-    COrvalisView* first = nullptr;
-    if (connector == m_pty->SlaveName()) {
-        first = Start(Driver(connector));
-        QVERIFY(first && first->m_comm.IsPortOpen());
-        QVERIFY(Frame()->OpenNewDocument(QStringLiteral("Orvali")));
-    } else {
-        QVERIFY(Start(Driver(connector)));
-    }
-    auto* view = qobject_cast<COrvalisView*>(Frame()->ActiveView());
-    QVERIFY(view && view != first);
-    QVERIFY(!view->m_comm.IsPortOpen());
-    // Said in plain words, naming the device, and the window stays usable.
-    QVERIFY2(StatusText().contains(connector), qPrintable(StatusText()));
-    QVERIFY2(StatusText().contains(reason, Qt::CaseInsensitive), qPrintable(StatusText()));
-    QCOMPARE(view->LineProblem(), StatusText());
-    QVERIFY(view->placeholderText().contains(connector));
-    QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
-    QVERIFY(view->IsWindowEnabled());
-    QVERIFY(Frame()->QueryCommand(ID_OPTIONS).bEnabled);
-    // Another try says it again.
-    Frame()->SetPaneText(CMainFrame::PaneMessage, QString());
-    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-    QVERIFY(StatusText().contains(connector));
-}
-
-void tst_InstrumentWindow::vanishedDeviceKeepsText()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    Send("first\r\nsecond, no line end");
-    QTRY_VERIFY(view->Pipeline().TotalBytes() == 26);
-    // The converter is pulled out.
-    m_pty->CloseMaster();
-    QTRY_VERIFY(!view->m_comm.IsPortOpen());
-    QCOMPARE(view->toPlainText(), QStringLiteral("first\nsecond, no line end"));
-    QVERIFY2(StatusText().contains(m_pty->SlaveName()), qPrintable(StatusText()));
-    QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
-    QVERIFY(view->IsWindowEnabled());
-}
-
-void tst_InstrumentWindow::reconnectClearsLineProblem()
-{
-    // The device is reached through a link that survives replugging, as
-    // /dev/serial/by-id names do.
-    const QString link = Home(QStringLiteral("instrument-tty"));
-    QVERIFY(QFile::link(m_pty->SlaveName(), link));
-    COrvalisView* view = Start(Driver(link));
-    QVERIFY(view && view->m_comm.IsPortOpen());
-    m_pty->CloseMaster();
-    QTRY_VERIFY(!view->m_comm.IsPortOpen());
-    QVERIFY2(StatusText().contains(link), qPrintable(StatusText()));
-    QVERIFY(!view->LineProblem().isEmpty());
-
-    // Plugged in again: Connect Instrument opens it, and the loss is no longer told.
-    CPtyPair again;
-    QVERIFY(again.IsOpen());
-    again.CloseSlave();
-    QVERIFY(QFile::remove(link));
-    QVERIFY(QFile::link(again.SlaveName(), link));
-    QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-    QVERIFY(view->m_comm.IsPortOpen());
-    QCOMPARE(StatusText(), QStringLiteral("For Help, press F1"));
-    QCOMPARE(view->LineProblem(), QString());
-    QCOMPARE(view->placeholderText(), QString());
-    QVERIFY(again.WriteMaster("back\r\n"));
-    QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("back\n")));
-}
-
-void tst_InstrumentWindow::closingAsksToSaveReceivedText()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    Send("12.5\r\n13.0\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("12.5\n13.0\n"));
-    QVERIFY(view->GetDocument().IsModified());
-    QMdiSubWindow* window = Frame()->MdiArea()->currentSubWindow();
-
-    m_dialogs->m_saveChangesAnswers = {CUserDialogs::CancelClose};
-    QVERIFY(!window->close());
-    QCOMPARE(m_dialogs->m_saveQuestions, QStringList{window->windowTitle()});
-
-    const QString saved = Home(QStringLiteral("run.txt"));
-    m_dialogs->m_saveChangesAnswers = {CUserDialogs::SaveChanges};
-    m_dialogs->m_saveAnswers = {saved};
-    QVERIFY(window->close());
-    QFile file(saved);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), QByteArray("12.5\r\n13.0\r\n"));
-    QCOMPARE(m_app->RecentFiles().value(0), saved);
-}
-
-void tst_InstrumentWindow::failedTextSaveOffersSaveAs()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    Send("12.5\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("12.5\n"));
-    const QString unwritable = Unwritable(QStringLiteral("run.txt"));
-    const QString elsewhere = Home(QStringLiteral("run.txt"));
-    m_dialogs->m_saveAnswers = {unwritable, elsewhere};
-    m_dialogs->m_saveElsewhereAnswers = {true};
-    QVERIFY(Frame()->RouteCommand(ID_FILE_SAVE_AS));
-    QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
-    QVERIFY(m_dialogs->m_writeFailures.first().contains(unwritable));
-    QCOMPARE(view->GetDocument().GetPathName(), elsewhere);
-    QVERIFY(!view->GetDocument().IsModified());
-    QFile file(elsewhere);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), QByteArray("12.5\r\n"));
-    // Given up: the text stays changed, the window open.
-    Send("13\r\n");
-    QTRY_VERIFY(view->GetDocument().IsModified());
-    m_dialogs->m_saveAnswers = {unwritable};
-    QVERIFY(Frame()->RouteCommand(ID_FILE_SAVE_AS));
-    QCOMPARE(m_dialogs->m_writeFailures.size(), 2);
-    QVERIFY(view->GetDocument().IsModified());
-}
-
-void tst_InstrumentWindow::savedTextOpensDisconnected()
-{
-    QFile text(Home(QStringLiteral("run.txt")));
-    QVERIFY(text.open(QIODevice::WriteOnly));
-    text.write("12.5\r\n13\xB0" "C\r\n");
-    text.close();
-    COrvalisView* connected = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(connected);
-    m_dialogs->m_openAnswers = {text.fileName()};
-    QVERIFY(Frame()->RouteCommand(ID_FILE_OPEN));
-    auto* view = qobject_cast<COrvalisView*>(Frame()->ActiveView());
-    QVERIFY(view && view != connected);
-    QCOMPARE(view->toPlainText(), QStringLiteral("12.5\n13\u00B0C\n"));
-    QVERIFY(!view->OpenedByConnect());
-    QVERIFY(!view->m_comm.IsPortOpen());
-    QVERIFY(view->IsWindowEnabled());
-    QVERIFY(!view->GetDocument().IsModified());
-    QVERIFY(!Frame()->QueryCommand(ID_SEND_FILE).bEnabled);
-    // The connected window keeps its commands.
-    Frame()->MdiArea()->setActiveSubWindow(Frame()->MdiArea()->subWindowList().first());
-    QVERIFY(Frame()->QueryCommand(ID_SEND_FILE).bEnabled);
-}
-
-void tst_InstrumentWindow::fileNewBesideAConnectedWindowStaysOffTheLine()
-{
-    COrvalisView* connected = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(connected);
-    QString offered;
-    m_dialogs->m_onExec = [&offered](QDialog& dialog) {
-        auto* choice = qobject_cast<QInputDialog*>(&dialog);
-        offered = choice->comboBoxItems().value(0);
-        choice->setTextValue(offered);
-        return int(QDialog::Accepted);
-    };
-    QVERIFY(Frame()->RouteCommand(ID_FILE_NEW));
-    QCOMPARE(offered, QStringLiteral("Orvali"));
-    auto* view = qobject_cast<COrvalisView*>(Frame()->ActiveView());
-    QVERIFY(view && view != connected);
-    QVERIFY(!view->OpenedByConnect());
-    QVERIFY(!view->m_comm.IsPortOpen());
-    QVERIFY(StatusText().isEmpty() || !StatusText().contains(m_pty->SlaveName()));
-    // The line stays with the connected window.
-    Send("12.5\r\n");
-    QTRY_COMPARE(connected->toPlainText(), QStringLiteral("12.5\n"));
-    QVERIFY(view->toPlainText().isEmpty());
-}
-
-void tst_InstrumentWindow::printsWithHalfInchMargins()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    Send("line 1\r\nline 2\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("line 1\nline 2\n"));
-    QPrinter& printer = m_app->Printer();
-    printer.setOutputFormat(QPrinter::PdfFormat);
-    printer.setOutputFileName(Home(QStringLiteral("print.pdf")));
-    QVERIFY(Frame()->RouteCommand(ID_FILE_PRINT_DIRECT));
-    QCOMPARE(printer.pageLayout().margins(QPageLayout::Inch), QMarginsF(0.5, 0.5, 0.5, 0.5));
-    QFile pdf(printer.outputFileName());
-    QVERIFY(pdf.open(QIODevice::ReadOnly));
-    QVERIFY(pdf.readAll().startsWith("%PDF"));
-}
-
-void tst_InstrumentWindow::printPreviewShowsText()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    Send("line 1\r\n");
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("line 1\n"));
-    bool preview = false;
-    m_dialogs->m_onExec = [&preview](QDialog& dialog) {
-        preview = qobject_cast<QPrintPreviewDialog*>(&dialog) != nullptr;
-        return int(QDialog::Rejected);
-    };
-    QVERIFY(Frame()->RouteCommand(ID_FILE_PRINT_PREVIEW));
-    QVERIFY(preview);
 }
 
 QTEST_MAIN(tst_InstrumentWindow)

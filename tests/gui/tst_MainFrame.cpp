@@ -4,7 +4,6 @@
 
 #include "CChildFrame.h"
 #include "CFunctionKeyBar.h"
-#include "CHelpWindow.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
 #include "CStringTable.h"
@@ -22,7 +21,6 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QTemporaryDir>
-#include <QTextBrowser>
 #include <QTest>
 
 #include <memory>
@@ -32,31 +30,363 @@ class tst_MainFrame : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_home = std::make_unique<QTemporaryDir>();
+        qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
+    }
 
-    void firstStartWithoutProfile();
-    void firstStartCopiesExamplesIntoEmptyFolder_data();
-    void firstStartCopiesExamplesIntoEmptyFolder();
-    void remembersItsRectangle();
-    void maximisedWindowKeepsRestoredRectangle();
-    void commandLineDriverConnectsAfterShowing();
-    void embeddedStartShowsNothing();
-    void driversOpenedFromTheDesktop();
-    void functionKeyBarLayout_data();
-    void functionKeyBarLayout();
-    void functionKeyTexts_data();
-    void functionKeyTexts();
-    void functionKeyBarShowAndHide();
-    void countMessage();
-    void statusBarPanes();
-    void menuFollowsActiveWindow();
-    void activeViewSeesCommandsFirst();
-    void connectInstrumentCancelled();
-    void connectInstrumentOpensWindow();
-    void terminalEmulation();
-    void helpTopicsShowsManual();
-    void openFileAndRecentFiles();
+    void cleanup()
+    {
+        m_app.reset();
+        m_home.reset();
+        qunsetenv("ORVALIS_HOME");
+    }
+
+    void firstStartCopiesExamplesIntoEmptyFolder_data()
+    {
+        QTest::addColumn<QByteArray>("profile");
+        QTest::addColumn<QString>("ownDriver");
+        QTest::addColumn<QStringList>("expected");
+        const QStringList examples{"Balance.tbb", "Meter.tbb"};
+        QTest::newRow("first start, empty folder: the examples") << QByteArray() << QString() << examples;
+        QTest::newRow("first start, the user's own driver: nothing added")
+            << QByteArray() << QStringLiteral("lab.tbb") << QStringList{"lab.tbb"};
+        QTest::newRow("a terminal driver counts too") << QByteArray() << QStringLiteral("vt.drv") << QStringList{};
+        QTest::newRow("a later start: examples the user deleted stay deleted")
+            << QByteArray("[Settings]\nWindow=10 20 810 620\n") << QString() << QStringList{};
+    }
+
+    void firstStartCopiesExamplesIntoEmptyFolder()
+    {
+        QFETCH(QByteArray, profile);
+        QFETCH(QString, ownDriver);
+        QFETCH(QStringList, expected);
+        const QDir folder(m_home->path());
+        if (!ownDriver.isEmpty()) {
+            QFile own(folder.filePath(ownDriver));
+            QVERIFY(own.open(QIODevice::WriteOnly));
+        }
+        CScriptedDialogs dialogs;
+        StartApp({}, profile);
+        QCOMPARE(folder.entryList({QStringLiteral("*.tbb")}, QDir::Files, QDir::Name), expected);
+        if (!ownDriver.isEmpty() || !profile.isEmpty())
+            return;
+        // The first start asks nothing and opens no window.
+        CMainFrame* frame = m_app->MainFrame();
+        QVERIFY(frame->isVisible());
+        QCOMPARE(m_app->m_rcWindow.left, CWindowRect::UseDefault);
+        QVERIFY(m_app->m_strLastUsedDriver.isEmpty() && m_app->m_strLastTerminalDriver.isEmpty());
+        QCOMPARE(frame->MdiArea()->subWindowList().size(), 0);
+        QCOMPARE(dialogs.m_nOpenCalls, 0);
+        QCOMPARE(frame->CurrentMenuId(), IDR_MAINFRAME);
+        QVERIFY(!frame->IsFunctionKeyBarVisible());
+        // The Connect Instrument dialog opens where they are; they are the
+        // examples as shipped, and the user's to change.
+        m_app->MainFrame()->OnConnectInstrument();
+        QCOMPARE(dialogs.m_strLastFolder, QDir::cleanPath(folder.path()));
+        for (const QString& name : expected) {
+            QFile copy(folder.filePath(name));
+            QFile shipped(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/") + name);
+            QVERIFY(copy.permissions().testFlag(QFileDevice::WriteOwner));
+            QVERIFY(copy.open(QIODevice::ReadWrite) && shipped.open(QIODevice::ReadOnly));
+            QCOMPARE(copy.readAll(), shipped.readAll());
+        }
+    }
+
+    void remembersItsRectangle()
+    {
+        StartApp({}, "[Settings]\nWindow=10 20 810 620\nLastUsedDriver=/data/lab.tbb\n");
+        CMainFrame* frame = m_app->MainFrame();
+        QCOMPARE(frame->geometry(), QRect(10, 20, 800, 600));
+        QCOMPARE(m_app->m_strLastUsedDriver, QStringLiteral("/data/lab.tbb"));
+
+        frame->setGeometry(30, 40, 700, 500);
+        QVERIFY(frame->close());
+        m_app->m_strLastTerminalDriver = QStringLiteral("/data/vt.drv");
+        m_app->ExitInstance(0);
+        m_app.reset();
+
+        const CProfile profile(ProfilePath());
+        QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("Window")), QStringLiteral("30 40 730 540"));
+        QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")),
+                 QStringLiteral("/data/lab.tbb"));
+        QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastTerminalDriver")),
+                 QStringLiteral("/data/vt.drv"));
+    }
+
+    void maximisedWindowKeepsRestoredRectangle()
+    {
+        // Smaller than the screen, so that the maximised rectangle differs.
+        StartApp({}, "[Settings]\nWindow=10 20 410 320\n");
+        CMainFrame* frame = m_app->MainFrame();
+        frame->showMaximized();
+        QTRY_VERIFY(frame->isMaximized());
+        QTRY_VERIFY(frame->geometry() != QRect(10, 20, 400, 300));
+        QVERIFY(frame->close());
+        QCOMPARE(m_app->m_rcWindow, (CWindowRect{10, 20, 410, 320}));
+        m_app->ExitInstance(0);
+        m_app.reset();
+
+        // The next start opens restored at the same place.
+        StartApp();
+        QVERIFY(!m_app->MainFrame()->isMaximized());
+        QCOMPARE(m_app->MainFrame()->geometry(), QRect(10, 20, 400, 300));
+    }
+
+    void commandLineDriverConnectsAfterShowing()
+    {
+        CScriptedDialogs dialogs;
+        StartApp({QStringLiteral("/Dlab.tbb")});
+        const QString driver = QDir(m_home->path()).filePath(QStringLiteral("lab.tbb"));
+        QCOMPARE(m_app->m_strLastUsedDriver, driver);
+        QCOMPARE(m_app->m_bDriverOnCommandLine, 1);
+        QCOMPARE(m_app->m_bConnectRequested, 1);
+        // Connected without asking for a file, and every later Connect reopens it.
+        QCOMPARE(dialogs.m_nOpenCalls, 0);
+        QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 1);
+        m_app->MainFrame()->OnConnectInstrument();
+        QCOMPARE(dialogs.m_nOpenCalls, 0);
+        QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 2);
+
+        QVERIFY(m_app->MainFrame()->close());
+        m_app->ExitInstance(0);
+        m_app.reset();
+        QCOMPARE(CProfile(ProfilePath()).GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")), driver);
+    }
+
+    void embeddedStartShowsNothing()
+    {
+        CScriptedDialogs dialogs;
+        StartApp({QStringLiteral("/Automation"), QStringLiteral("/Dlab.tbb")});
+        QVERIFY(m_app->RunsEmbedded());
+        QVERIFY(!m_app->MainFrame()->isVisible());
+        QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 0);
+        QCOMPARE(m_app->m_bConnectRequested, 0);
+    }
+
+    void driversOpenedFromTheDesktop()
+    {
+        // A file manager passes full paths: an instrument driver connects, a
+        // terminal driver opens a terminal window, without asking for a file.
+        CScriptedDialogs dialogs;
+        const QString instrument = m_home->filePath(QStringLiteral("Lab Balance.tbb"));
+        const QString terminal = m_home->filePath(QStringLiteral("VT100.drv"));
+        QVERIFY(QFile::copy(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/Balance.tbb"), instrument));
+        QVERIFY(QFile::copy(QStringLiteral(ORVALIS_TEST_DATA "/VT100.drv"), terminal));
+        StartApp({instrument, terminal});
+        QCOMPARE(dialogs.m_nOpenCalls, 0);
+        QCOMPARE(m_app->m_strLastUsedDriver, instrument);
+        QCOMPARE(m_app->m_bDriverOnCommandLine, 1);
+        QCOMPARE(m_app->m_strLastTerminalDriver, terminal);
+        const QList<QMdiSubWindow*> windows = m_app->MainFrame()->MdiArea()->subWindowList();
+        QCOMPARE(windows.size(), 2);
+        QVERIFY(qobject_cast<CChildFrame*>(windows.at(0)));
+        QVERIFY(qobject_cast<CTerminalFrame*>(windows.at(1)));
+    }
+
+    void functionKeyBarLayout_data()
+    {
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("buttonWidth");
+        QTest::newRow("807 pixels: eight of 100 and 7 empty at the right") << 807 << 100;
+        QTest::newRow("800 pixels: eight of 100") << 800 << 100;
+        QTest::newRow("7 pixels: no room for a button") << 7 << 0;
+    }
+
+    void functionKeyBarLayout()
+    {
+        QFETCH(int, width);
+        QFETCH(int, buttonWidth);
+
+        CFunctionKeyBar bar;
+        bar.resize(width, 30);
+        bar.show();
+        for (int i = 0; i < CFunctionKeyBar::ButtonCount; ++i) {
+            const QRect geometry = bar.Button(CFunctionKeyBar::FirstId + i)->geometry();
+            QCOMPARE(geometry, QRect(i * buttonWidth, 2, buttonWidth, 26));
+        }
+        QVERIFY(!bar.Button(CFunctionKeyBar::FirstId - 1));
+        QVERIFY(!bar.Button(CFunctionKeyBar::FirstId + CFunctionKeyBar::ButtonCount));
+    }
+
+    void functionKeyTexts_data()
+    {
+        QTest::addColumn<int>("id");
+        QTest::addColumn<int>("setResult");
+        QTest::addColumn<int>("getResult");
+        QTest::newRow("F1") << 3048 << 1 << 5;
+        QTest::newRow("F8") << 3055 << 1 << 5;
+        QTest::newRow("3047 is no function key") << 3047 << 0 << -1;
+        QTest::newRow("3056 is no function key") << 3056 << 0 << -1;
+    }
+
+    void functionKeyTexts()
+    {
+        QFETCH(int, id);
+        QFETCH(int, getResult);
+
+        CMainFrame frame;
+        QTEST(frame.SetFunctionKeyText(id, QStringLiteral("Print")), "setResult");
+        QString text = QStringLiteral("unchanged");
+        QCOMPARE(frame.GetFunctionKeyText(id, text), getResult);
+        QCOMPARE(text, getResult < 0 ? QStringLiteral("unchanged") : QStringLiteral("Print"));
+        // No other button took the caption.
+        for (int other = 3048; other <= 3055; ++other) {
+            QString caption;
+            frame.GetFunctionKeyText(other, caption);
+            QCOMPARE(caption.isEmpty(), other != id);
+        }
+    }
+
+    void functionKeyBarShowAndHide()
+    {
+        StartApp();
+        CMainFrame* frame = m_app->MainFrame();
+        frame->ShowFunctionKeyBar(1);
+        QVERIFY(frame->IsFunctionKeyBarVisible());
+        QTRY_VERIFY(frame->FunctionKeyBar()->isVisible());
+        // Laid out at the bottom, over the full width of the window.
+        QTRY_COMPARE(frame->FunctionKeyBar()->width(), frame->centralWidget()->width());
+        const int mdiHeight = frame->MdiArea()->height();
+        frame->ShowFunctionKeyBar(0);
+        QVERIFY(!frame->IsFunctionKeyBarVisible());
+        QTRY_VERIFY(frame->MdiArea()->height() > mdiHeight);
+    }
+
+    void countMessage()
+    {
+        StartApp();
+        CMainFrame* frame = m_app->MainFrame();
+        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString());
+        frame->PostShowCount(1234);
+        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString()); // shown when delivered
+        QCoreApplication::sendPostedEvents(frame);
+        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("    1234"));
+        frame->OnShowCount(123456789);
+        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("123456789"));
+    }
+
+    void menuFollowsActiveWindow()
+    {
+        CScriptedDialogs dialogs;
+        StartApp();
+        CMainFrame* frame = m_app->MainFrame();
+        const auto popupTitles = [frame] {
+            QStringList titles;
+            for (const QAction* action : frame->menuBar()->actions())
+                titles.append(action->text());
+            return titles;
+        };
+        QCOMPARE(popupTitles(), (QStringList{"&File", "&View", "&Connect", "&Terminal", "&Help"}));
+
+        dialogs.m_openAnswers = {QStringLiteral("/data/lab.tbb"), QStringLiteral("/data/vt100.drv")};
+        frame->OnConnectInstrument();
+        QCOMPARE(frame->CurrentMenuId(), IDR_ORVALITYPE);
+        QCOMPARE(popupTitles(),
+                 (QStringList{"&File", "&Edit", "&View", "&Connect", "&Extras", "&Window", "&Help"}));
+        // The window rewrites the item: its line (the default connector) did not open.
+        QCOMPARE(frame->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
+        QCOMPARE(frame->MenuItem(4, ID_SEND_FILE)->statusTip(), QStringLiteral("Send a file"));
+        QVERIFY(!frame->MenuItem(3, ID_SEND_FILE));
+        QVERIFY(frame->windowTitle().startsWith(QStringLiteral("Orvalis - Orvali")));
+
+        frame->OnTerminalEmulation();
+        QCOMPARE(m_app->m_strLastTerminalDriver, QStringLiteral("/data/vt100.drv"));
+        QVERIFY(qobject_cast<CTerminalFrame*>(frame->MdiArea()->subWindowList().last()));
+        QCOMPARE(frame->CurrentMenuId(), IDR_TERMINALTYPE);
+        QCOMPARE(frame->MenuItem(3, ID_TERMINAL_EMULATION)->text(), QStringLiteral("&Close Terminal"));
+
+        frame->MdiArea()->closeAllSubWindows();
+        QTRY_COMPARE(frame->CurrentMenuId(), IDR_MAINFRAME);
+        QCOMPARE(frame->windowTitle(), QStringLiteral("Orvalis"));
+    }
+
+    void activeViewSeesCommandsFirst()
+    {
+        CScriptedDialogs dialogs;
+        StartApp();
+        CMainFrame* frame = m_app->MainFrame();
+        // Without a window, Terminal Emulation is the main window's file dialog.
+        QVERIFY(frame->RouteCommand(ID_TERMINAL_EMULATION));
+        QCOMPARE(dialogs.m_nOpenCalls, 1);
+
+        dialogs.m_openAnswers = {QStringLiteral("/data/vt100.drv")};
+        frame->RouteCommand(ID_TERMINAL_EMULATION);
+        QCOMPARE(frame->MdiArea()->subWindowList().size(), 1);
+        // With a terminal window active the same command closes it.
+        QVERIFY(frame->QueryCommand(ID_TERMINAL_EMULATION).bEnabled);
+        QVERIFY(frame->RouteCommand(ID_TERMINAL_EMULATION));
+        QCOMPARE(dialogs.m_nOpenCalls, 2);
+        QTRY_COMPARE(frame->MdiArea()->subWindowList().size(), 0);
+
+        // Commands no one handles are disabled; the main window's are enabled.
+        QVERIFY(!frame->QueryCommand(ID_FILE_SAVE).bEnabled);
+        QVERIFY(!frame->QueryCommand(ID_FUNCTION_KEY_F1).bEnabled);
+        QVERIFY(frame->QueryCommand(ID_ADD_INSTRUMENT).bEnabled);
+        m_app->m_dwPlatformId = 0;
+        QVERIFY(!frame->QueryCommand(ID_TERMINAL_EMULATION).bEnabled);
+        const CCmdUI toolbar = frame->QueryCommand(ID_VIEW_TOOLBAR);
+        QVERIFY(toolbar.bChecked);
+        frame->RouteCommand(ID_VIEW_TOOLBAR);
+        QVERIFY(!frame->QueryCommand(ID_VIEW_TOOLBAR).bChecked);
+    }
+
+    void connectInstrumentOpensWindow()
+    {
+        CScriptedDialogs dialogs;
+        StartApp();
+        // Cancelled: no window, no driver; the request stays set.
+        m_app->MainFrame()->OnConnectInstrument();
+        QCOMPARE(dialogs.m_strLastFolder, m_app->ProgramFolder());
+        QCOMPARE(dialogs.m_lastFilter.strDefaultExtension, QStringLiteral("tbb"));
+        QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 0);
+        QVERIFY(m_app->m_strLastUsedDriver.isEmpty());
+        QCOMPARE(m_app->m_bConnectRequested, 1);
+        dialogs.m_openAnswers = {QStringLiteral("/data/balance.tbb")};
+        m_app->MainFrame()->RouteCommand(ID_CONNECT_INSTRUMENT);
+        QCOMPARE(m_app->m_strLastUsedDriver, QStringLiteral("/data/balance.tbb"));
+        const QList<QMdiSubWindow*> windows = m_app->MainFrame()->MdiArea()->subWindowList();
+        QCOMPARE(windows.size(), 1);
+        QVERIFY(qobject_cast<CChildFrame*>(windows.first()));
+        QVERIFY(windows.first()->widget());
+    }
+
+    void openFileAndRecentFiles()
+    {
+        CScriptedDialogs dialogs;
+        StartApp({}, "[Recent%20File%20List]\nFile1=/data/old.txt\n");
+        CMainFrame* frame = m_app->MainFrame();
+        QCOMPARE(m_app->RecentFiles(), QStringList{"/data/old.txt"});
+        QVERIFY(frame->QueryCommand(ID_FILE_MRU_FILE1).bEnabled);
+        QVERIFY(!frame->QueryCommand(ID_FILE_MRU_FILE1 + 1).bEnabled);
+
+        dialogs.m_openAnswers = {QStringLiteral("/data/run 7.txt")};
+        QVERIFY(frame->RouteCommand(ID_FILE_OPEN));
+        auto* window = qobject_cast<CChildFrame*>(frame->MdiArea()->currentSubWindow());
+        QVERIFY(window);
+        QCOMPARE(window->DocumentPath(), QStringLiteral("/data/run 7.txt"));
+        // An opened text is not a connection.
+        QCOMPARE(m_app->m_bConnectRequested, 0);
+        QCOMPARE(m_app->RecentFiles(), (QStringList{"/data/run 7.txt", "/data/old.txt"}));
+
+        // The File menu lists them in place of "Recent File".
+        QMenu* file = frame->menuBar()->actions().first()->menu();
+        Q_EMIT file->aboutToShow();
+        QStringList entries;
+        for (const QAction* action : file->actions()) {
+            if (action->isVisible() && action->data().toInt() >= ID_FILE_MRU_FILE1 &&
+                action->data().toInt() < ID_FILE_MRU_FILE1 + 4)
+                entries.append(action->text());
+        }
+        QCOMPARE(entries, (QStringList{"&1 /data/run 7.txt", "&2 /data/old.txt"}));
+
+        QVERIFY(frame->close());
+        m_app->ExitInstance(0);
+        m_app.reset();
+        QCOMPARE(CProfile(ProfilePath()).GetProfileString(QStringLiteral("Recent File List"), QStringLiteral("File2")),
+                 QStringLiteral("/data/old.txt"));
+    }
 
 private:
     void StartApp(const QStringList& arguments = {}, const QByteArray& profile = {});
@@ -65,19 +395,6 @@ private:
     std::unique_ptr<QTemporaryDir> m_home;
     std::unique_ptr<COrvalisApp> m_app;
 };
-
-void tst_MainFrame::init()
-{
-    m_home = std::make_unique<QTemporaryDir>();
-    qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
-}
-
-void tst_MainFrame::cleanup()
-{
-    m_app.reset();
-    m_home.reset();
-    qunsetenv("ORVALIS_HOME");
-}
 
 void tst_MainFrame::StartApp(const QStringList& arguments, const QByteArray& profile)
 {
@@ -88,412 +405,6 @@ void tst_MainFrame::StartApp(const QStringList& arguments, const QByteArray& pro
     }
     m_app = std::make_unique<COrvalisApp>(ProfilePath());
     QVERIFY(m_app->InitInstance(arguments));
-}
-
-void tst_MainFrame::firstStartWithoutProfile()
-{
-    CScriptedDialogs dialogs;
-    StartApp();
-    CMainFrame* frame = m_app->MainFrame();
-    QVERIFY(frame->isVisible());
-    QCOMPARE(m_app->m_rcWindow.left, CWindowRect::UseDefault);
-    QVERIFY(m_app->m_strLastUsedDriver.isEmpty());
-    QVERIFY(m_app->m_strLastTerminalDriver.isEmpty());
-    QCOMPARE(frame->MdiArea()->subWindowList().size(), 0);
-    QCOMPARE(dialogs.m_nOpenCalls, 0);
-    QCOMPARE(frame->CurrentMenuId(), IDR_MAINFRAME);
-    QVERIFY(!frame->IsFunctionKeyBarVisible());
-}
-
-void tst_MainFrame::firstStartCopiesExamplesIntoEmptyFolder_data()
-{
-    QTest::addColumn<QByteArray>("profile");
-    QTest::addColumn<QString>("ownDriver");
-    QTest::addColumn<QStringList>("expected");
-    const QStringList examples{"Balance.tbb", "Meter.tbb"};
-    QTest::newRow("first start, empty folder: the examples") << QByteArray() << QString() << examples;
-    QTest::newRow("first start, the user's own driver: nothing added")
-        << QByteArray() << QStringLiteral("lab.tbb") << QStringList{"lab.tbb"};
-    QTest::newRow("a terminal driver counts too") << QByteArray() << QStringLiteral("vt.drv") << QStringList{};
-    QTest::newRow("a later start: examples the user deleted stay deleted")
-        << QByteArray("[Settings]\nWindow=10 20 810 620\n") << QString() << QStringList{};
-}
-
-void tst_MainFrame::firstStartCopiesExamplesIntoEmptyFolder()
-{
-    QFETCH(QByteArray, profile);
-    QFETCH(QString, ownDriver);
-    QFETCH(QStringList, expected);
-    const QDir folder(m_home->path());
-    if (!ownDriver.isEmpty()) {
-        QFile own(folder.filePath(ownDriver));
-        QVERIFY(own.open(QIODevice::WriteOnly));
-    }
-    CScriptedDialogs dialogs;
-    StartApp({}, profile);
-    QCOMPARE(folder.entryList({QStringLiteral("*.tbb")}, QDir::Files, QDir::Name), expected);
-    if (!ownDriver.isEmpty() || !profile.isEmpty())
-        return;
-    // The Connect Instrument dialog opens where they are; they are the
-    // examples as shipped, and the user's to change.
-    m_app->MainFrame()->OnConnectInstrument();
-    QCOMPARE(dialogs.m_strLastFolder, QDir::cleanPath(folder.path()));
-    for (const QString& name : expected) {
-        QFile copy(folder.filePath(name));
-        QFile shipped(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/") + name);
-        QVERIFY(copy.permissions().testFlag(QFileDevice::WriteOwner));
-        QVERIFY(copy.open(QIODevice::ReadWrite) && shipped.open(QIODevice::ReadOnly));
-        QCOMPARE(copy.readAll(), shipped.readAll());
-    }
-}
-
-void tst_MainFrame::remembersItsRectangle()
-{
-    StartApp({}, "[Settings]\nWindow=10 20 810 620\nLastUsedDriver=/data/lab.tbb\n");
-    CMainFrame* frame = m_app->MainFrame();
-    QCOMPARE(frame->geometry(), QRect(10, 20, 800, 600));
-    QCOMPARE(m_app->m_strLastUsedDriver, QStringLiteral("/data/lab.tbb"));
-
-    frame->setGeometry(30, 40, 700, 500);
-    QVERIFY(frame->close());
-    m_app->m_strLastTerminalDriver = QStringLiteral("/data/vt.drv");
-    m_app->ExitInstance(0);
-    m_app.reset();
-
-    const CProfile profile(ProfilePath());
-    QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("Window")), QStringLiteral("30 40 730 540"));
-    QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")),
-             QStringLiteral("/data/lab.tbb"));
-    QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastTerminalDriver")),
-             QStringLiteral("/data/vt.drv"));
-}
-
-void tst_MainFrame::maximisedWindowKeepsRestoredRectangle()
-{
-    // Smaller than the screen, so that the maximised rectangle differs.
-    StartApp({}, "[Settings]\nWindow=10 20 410 320\n");
-    CMainFrame* frame = m_app->MainFrame();
-    frame->showMaximized();
-    QTRY_VERIFY(frame->isMaximized());
-    QTRY_VERIFY(frame->geometry() != QRect(10, 20, 400, 300));
-    QVERIFY(frame->close());
-    QCOMPARE(m_app->m_rcWindow, (CWindowRect{10, 20, 410, 320}));
-    m_app->ExitInstance(0);
-    m_app.reset();
-
-    // The next start opens restored at the same place.
-    StartApp();
-    QVERIFY(!m_app->MainFrame()->isMaximized());
-    QCOMPARE(m_app->MainFrame()->geometry(), QRect(10, 20, 400, 300));
-}
-
-void tst_MainFrame::commandLineDriverConnectsAfterShowing()
-{
-    CScriptedDialogs dialogs;
-    StartApp({QStringLiteral("/Dlab.tbb")});
-    const QString driver = QDir(m_home->path()).filePath(QStringLiteral("lab.tbb"));
-    QCOMPARE(m_app->m_strLastUsedDriver, driver);
-    QCOMPARE(m_app->m_bDriverOnCommandLine, 1);
-    QCOMPARE(m_app->m_bConnectRequested, 1);
-    // Connected without asking for a file, and every later Connect reopens it.
-    QCOMPARE(dialogs.m_nOpenCalls, 0);
-    QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 1);
-    m_app->MainFrame()->OnConnectInstrument();
-    QCOMPARE(dialogs.m_nOpenCalls, 0);
-    QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 2);
-
-    QVERIFY(m_app->MainFrame()->close());
-    m_app->ExitInstance(0);
-    m_app.reset();
-    QCOMPARE(CProfile(ProfilePath()).GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")), driver);
-}
-
-void tst_MainFrame::embeddedStartShowsNothing()
-{
-    CScriptedDialogs dialogs;
-    StartApp({QStringLiteral("/Automation"), QStringLiteral("/Dlab.tbb")});
-    QVERIFY(m_app->RunsEmbedded());
-    QVERIFY(!m_app->MainFrame()->isVisible());
-    QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 0);
-    QCOMPARE(m_app->m_bConnectRequested, 0);
-}
-
-void tst_MainFrame::driversOpenedFromTheDesktop()
-{
-    // A file manager passes full paths: an instrument driver connects, a
-    // terminal driver opens a terminal window, without asking for a file.
-    CScriptedDialogs dialogs;
-    const QString instrument = m_home->filePath(QStringLiteral("Lab Balance.tbb"));
-    const QString terminal = m_home->filePath(QStringLiteral("VT100.drv"));
-    QVERIFY(QFile::copy(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/Balance.tbb"), instrument));
-    QVERIFY(QFile::copy(QStringLiteral(ORVALIS_TEST_DATA "/VT100.drv"), terminal));
-    StartApp({instrument, terminal});
-    QCOMPARE(dialogs.m_nOpenCalls, 0);
-    QCOMPARE(m_app->m_strLastUsedDriver, instrument);
-    QCOMPARE(m_app->m_bDriverOnCommandLine, 1);
-    QCOMPARE(m_app->m_strLastTerminalDriver, terminal);
-    const QList<QMdiSubWindow*> windows = m_app->MainFrame()->MdiArea()->subWindowList();
-    QCOMPARE(windows.size(), 2);
-    QVERIFY(qobject_cast<CChildFrame*>(windows.at(0)));
-    QVERIFY(qobject_cast<CTerminalFrame*>(windows.at(1)));
-}
-
-void tst_MainFrame::functionKeyBarLayout_data()
-{
-    QTest::addColumn<int>("width");
-    QTest::addColumn<int>("buttonWidth");
-    QTest::newRow("807 pixels: eight of 100 and 7 empty at the right") << 807 << 100;
-    QTest::newRow("800 pixels: eight of 100") << 800 << 100;
-    QTest::newRow("7 pixels: no room for a button") << 7 << 0;
-}
-
-void tst_MainFrame::functionKeyBarLayout()
-{
-    QFETCH(int, width);
-    QFETCH(int, buttonWidth);
-
-    CFunctionKeyBar bar;
-    bar.resize(width, 30);
-    bar.show();
-    for (int i = 0; i < CFunctionKeyBar::ButtonCount; ++i) {
-        const QRect geometry = bar.Button(CFunctionKeyBar::FirstId + i)->geometry();
-        QCOMPARE(geometry, QRect(i * buttonWidth, 2, buttonWidth, 26));
-    }
-    QVERIFY(!bar.Button(CFunctionKeyBar::FirstId - 1));
-    QVERIFY(!bar.Button(CFunctionKeyBar::FirstId + CFunctionKeyBar::ButtonCount));
-}
-
-void tst_MainFrame::functionKeyTexts_data()
-{
-    QTest::addColumn<int>("id");
-    QTest::addColumn<int>("setResult");
-    QTest::addColumn<int>("getResult");
-    QTest::newRow("F1") << 3048 << 1 << 5;
-    QTest::newRow("F8") << 3055 << 1 << 5;
-    QTest::newRow("3047 is no function key") << 3047 << 0 << -1;
-    QTest::newRow("3056 is no function key") << 3056 << 0 << -1;
-}
-
-void tst_MainFrame::functionKeyTexts()
-{
-    QFETCH(int, id);
-    QFETCH(int, setResult);
-    QFETCH(int, getResult);
-
-    CMainFrame frame;
-    QCOMPARE(frame.SetFunctionKeyText(id, QStringLiteral("Print")), setResult);
-    QString text = QStringLiteral("unchanged");
-    QCOMPARE(frame.GetFunctionKeyText(id, text), getResult);
-    QCOMPARE(text, getResult < 0 ? QStringLiteral("unchanged") : QStringLiteral("Print"));
-    // No other button took the caption.
-    for (int other = 3048; other <= 3055; ++other) {
-        QString caption;
-        frame.GetFunctionKeyText(other, caption);
-        QCOMPARE(caption.isEmpty(), other != id);
-    }
-}
-
-void tst_MainFrame::functionKeyBarShowAndHide()
-{
-    StartApp();
-    CMainFrame* frame = m_app->MainFrame();
-    frame->ShowFunctionKeyBar(1);
-    QVERIFY(frame->IsFunctionKeyBarVisible());
-    QTRY_VERIFY(frame->FunctionKeyBar()->isVisible());
-    // Laid out at the bottom, over the full width of the window.
-    QTRY_COMPARE(frame->FunctionKeyBar()->width(), frame->centralWidget()->width());
-    const int mdiHeight = frame->MdiArea()->height();
-    frame->ShowFunctionKeyBar(0);
-    QVERIFY(!frame->IsFunctionKeyBarVisible());
-    QTRY_VERIFY(frame->MdiArea()->height() > mdiHeight);
-}
-
-void tst_MainFrame::countMessage()
-{
-    StartApp();
-    CMainFrame* frame = m_app->MainFrame();
-    QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString());
-    frame->PostShowCount(1234);
-    QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString()); // shown when delivered
-    QCoreApplication::sendPostedEvents(frame);
-    QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("    1234"));
-    frame->OnShowCount(-5);
-    QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("      -5"));
-    frame->OnShowCount(123456789);
-    QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("123456789"));
-}
-
-void tst_MainFrame::statusBarPanes()
-{
-    CMainFrame frame;
-    QCOMPARE(frame.GetPaneText(CMainFrame::PaneMessage), QStringLiteral("For Help, press F1"));
-    QCOMPARE(frame.PaneWidget(CMainFrame::PaneCount)->width(), 300);
-    frame.SetPaneText(CMainFrame::PaneMessage, QStringLiteral("Sending file /tmp/a.txt"));
-    QCOMPARE(frame.GetPaneText(CMainFrame::PaneMessage), QStringLiteral("Sending file /tmp/a.txt"));
-    QCOMPARE(frame.PaneWidget(CMainFrame::PaneMessage)->toolTip(), QStringLiteral("Sending file /tmp/a.txt"));
-    // A transfer shows its elapsed time in pane 4.
-    frame.SetPaneText(CMainFrame::PaneScrl, QStringLiteral("00:00:05"));
-    QCOMPARE(frame.GetPaneText(CMainFrame::PaneScrl), QStringLiteral("00:00:05"));
-    QVERIFY(!frame.PaneWidget(5));
-    QCOMPARE(frame.GetPaneText(-1), QString());
-}
-
-void tst_MainFrame::menuFollowsActiveWindow()
-{
-    CScriptedDialogs dialogs;
-    StartApp();
-    CMainFrame* frame = m_app->MainFrame();
-    const auto popupTitles = [frame] {
-        QStringList titles;
-        for (const QAction* action : frame->menuBar()->actions())
-            titles.append(action->text());
-        return titles;
-    };
-    QCOMPARE(popupTitles(), (QStringList{"&File", "&View", "&Connect", "&Terminal", "&Help"}));
-
-    dialogs.m_openAnswers = {QStringLiteral("/data/lab.tbb"), QStringLiteral("/data/vt100.drv")};
-    frame->OnConnectInstrument();
-    QCOMPARE(frame->CurrentMenuId(), IDR_ORVALITYPE);
-    QCOMPARE(popupTitles(),
-             (QStringList{"&File", "&Edit", "&View", "&Connect", "&Extras", "&Window", "&Help"}));
-    // The window rewrites the item: its line (the default connector) did not open.
-    QCOMPARE(frame->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
-    QCOMPARE(frame->MenuItem(4, ID_SEND_FILE)->statusTip(), QStringLiteral("Send a file"));
-    QVERIFY(!frame->MenuItem(3, ID_SEND_FILE));
-    QVERIFY(frame->windowTitle().startsWith(QStringLiteral("Orvalis - Orvali")));
-
-    frame->OnTerminalEmulation();
-    QCOMPARE(frame->CurrentMenuId(), IDR_TERMINALTYPE);
-    QCOMPARE(frame->MenuItem(3, ID_TERMINAL_EMULATION)->text(), QStringLiteral("&Close Terminal"));
-
-    frame->MdiArea()->closeAllSubWindows();
-    QTRY_COMPARE(frame->CurrentMenuId(), IDR_MAINFRAME);
-    QCOMPARE(frame->windowTitle(), QStringLiteral("Orvalis"));
-}
-
-void tst_MainFrame::activeViewSeesCommandsFirst()
-{
-    CScriptedDialogs dialogs;
-    StartApp();
-    CMainFrame* frame = m_app->MainFrame();
-    // Without a window, Terminal Emulation is the main window's file dialog.
-    QVERIFY(frame->RouteCommand(ID_TERMINAL_EMULATION));
-    QCOMPARE(dialogs.m_nOpenCalls, 1);
-
-    dialogs.m_openAnswers = {QStringLiteral("/data/vt100.drv")};
-    frame->RouteCommand(ID_TERMINAL_EMULATION);
-    QCOMPARE(frame->MdiArea()->subWindowList().size(), 1);
-    // With a terminal window active the same command closes it.
-    QVERIFY(frame->QueryCommand(ID_TERMINAL_EMULATION).bEnabled);
-    QVERIFY(frame->RouteCommand(ID_TERMINAL_EMULATION));
-    QCOMPARE(dialogs.m_nOpenCalls, 2);
-    QTRY_COMPARE(frame->MdiArea()->subWindowList().size(), 0);
-
-    // Commands no one handles are disabled; the main window's are enabled.
-    QVERIFY(!frame->QueryCommand(ID_FILE_SAVE).bEnabled);
-    QVERIFY(!frame->QueryCommand(ID_FUNCTION_KEY_F1).bEnabled);
-    QVERIFY(frame->QueryCommand(ID_ADD_INSTRUMENT).bEnabled);
-    m_app->m_dwPlatformId = 0;
-    QVERIFY(!frame->QueryCommand(ID_TERMINAL_EMULATION).bEnabled);
-    const CCmdUI toolbar = frame->QueryCommand(ID_VIEW_TOOLBAR);
-    QVERIFY(toolbar.bChecked);
-    frame->RouteCommand(ID_VIEW_TOOLBAR);
-    QVERIFY(!frame->QueryCommand(ID_VIEW_TOOLBAR).bChecked);
-}
-
-void tst_MainFrame::connectInstrumentCancelled()
-{
-    CScriptedDialogs dialogs;
-    StartApp();
-    m_app->MainFrame()->OnConnectInstrument();
-    QCOMPARE(dialogs.m_nOpenCalls, 1);
-    QCOMPARE(dialogs.m_strLastFolder, m_app->ProgramFolder());
-    QCOMPARE(dialogs.m_lastFilter.strFilter, QStringLiteral("Instrument Drivers (*.tbb)"));
-    QCOMPARE(dialogs.m_lastFilter.strDefaultExtension, QStringLiteral("tbb"));
-    QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 0);
-    QVERIFY(m_app->m_strLastUsedDriver.isEmpty());
-    // Set before the dialog, and it stays set.
-    QCOMPARE(m_app->m_bConnectRequested, 1);
-}
-
-void tst_MainFrame::connectInstrumentOpensWindow()
-{
-    CScriptedDialogs dialogs;
-    StartApp();
-    dialogs.m_openAnswers = {QStringLiteral("/data/balance.tbb")};
-    m_app->MainFrame()->RouteCommand(ID_CONNECT_INSTRUMENT);
-    QCOMPARE(m_app->m_strLastUsedDriver, QStringLiteral("/data/balance.tbb"));
-    const QList<QMdiSubWindow*> windows = m_app->MainFrame()->MdiArea()->subWindowList();
-    QCOMPARE(windows.size(), 1);
-    QVERIFY(qobject_cast<CChildFrame*>(windows.first()));
-    QVERIFY(windows.first()->widget());
-}
-
-void tst_MainFrame::terminalEmulation()
-{
-    CScriptedDialogs dialogs;
-    StartApp();
-    dialogs.m_openAnswers = {QStringLiteral("/data/vt100.drv")};
-    m_app->MainFrame()->OnTerminalEmulation();
-    QCOMPARE(dialogs.m_lastFilter.strFilter, QStringLiteral("Terminal Drivers (*.drv)"));
-    QCOMPARE(m_app->m_strLastTerminalDriver, QStringLiteral("/data/vt100.drv"));
-    const QList<QMdiSubWindow*> windows = m_app->MainFrame()->MdiArea()->subWindowList();
-    QCOMPARE(windows.size(), 1);
-    auto* frame = qobject_cast<CTerminalFrame*>(windows.first());
-    QVERIFY(frame);
-    // No caption, no sizing border.
-    QVERIFY(frame->windowFlags().testFlag(Qt::FramelessWindowHint));
-}
-
-void tst_MainFrame::helpTopicsShowsManual()
-{
-    StartApp();
-    QVERIFY(m_app->MainFrame()->RouteCommand(ID_HELP_FINDER));
-    auto* help = m_app->MainFrame()->findChild<CHelpWindow*>();
-    QVERIFY(help);
-    QVERIFY(help->isVisible());
-    const QString text = help->Browser()->toPlainText();
-    QVERIFY2(text.contains(QStringLiteral("The script language")), qPrintable(text.left(200)));
-    QVERIFY(text.contains(QStringLiteral("<CR>")));
-    // A second request brings the same window to the front.
-    m_app->MainFrame()->RouteCommand(ID_HELP);
-    QCOMPARE(m_app->MainFrame()->findChildren<CHelpWindow*>().size(), 1);
-}
-
-void tst_MainFrame::openFileAndRecentFiles()
-{
-    CScriptedDialogs dialogs;
-    StartApp({}, "[Recent%20File%20List]\nFile1=/data/old.txt\n");
-    CMainFrame* frame = m_app->MainFrame();
-    QCOMPARE(m_app->RecentFiles(), QStringList{"/data/old.txt"});
-    QVERIFY(frame->QueryCommand(ID_FILE_MRU_FILE1).bEnabled);
-    QVERIFY(!frame->QueryCommand(ID_FILE_MRU_FILE1 + 1).bEnabled);
-
-    dialogs.m_openAnswers = {QStringLiteral("/data/run 7.txt")};
-    QVERIFY(frame->RouteCommand(ID_FILE_OPEN));
-    auto* window = qobject_cast<CChildFrame*>(frame->MdiArea()->currentSubWindow());
-    QVERIFY(window);
-    QCOMPARE(window->DocumentPath(), QStringLiteral("/data/run 7.txt"));
-    // An opened text is not a connection.
-    QCOMPARE(m_app->m_bConnectRequested, 0);
-    QCOMPARE(m_app->RecentFiles(), (QStringList{"/data/run 7.txt", "/data/old.txt"}));
-
-    // The File menu lists them in place of "Recent File".
-    QMenu* file = frame->menuBar()->actions().first()->menu();
-    Q_EMIT file->aboutToShow();
-    QStringList entries;
-    for (const QAction* action : file->actions()) {
-        if (action->isVisible() && action->data().toInt() >= ID_FILE_MRU_FILE1 &&
-            action->data().toInt() < ID_FILE_MRU_FILE1 + 4)
-            entries.append(action->text());
-    }
-    QCOMPARE(entries, (QStringList{"&1 /data/run 7.txt", "&2 /data/old.txt"}));
-
-    QVERIFY(frame->close());
-    m_app->ExitInstance(0);
-    m_app.reset();
-    QCOMPARE(CProfile(ProfilePath()).GetProfileString(QStringLiteral("Recent File List"), QStringLiteral("File2")),
-             QStringLiteral("/data/old.txt"));
 }
 
 QTEST_MAIN(tst_MainFrame)

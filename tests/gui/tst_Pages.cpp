@@ -31,574 +31,497 @@ class tst_Pages : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void generalPageRoundTripAndTypedName();
-    void generalPageModifyMode();
+    void generalPageRoundTripTypedNameAndModifyMode()
+    {
+        CCommGeneralPage page;
+        CDriverParameter driver;
+        driver.m_strName = "Waage \xe4";
+        driver.m_strFileName = "kept.tbb";
+        driver.m_bExcel = 1;
+        page.SetData(driver);
+        QCOMPARE(page.m_pName->text(), QStringLiteral("Waage ä"));
+        // Loading keeps the stored file name; typing the name rewrites it.
+        QCOMPARE(page.m_pFileName->text(), QStringLiteral("kept.tbb"));
+        page.m_pName->clear();
+        QTest::keyClicks(page.m_pName, QStringLiteral("Lab 1"));
+        QCOMPARE(page.m_pFileName->text(), QStringLiteral("Lab 1.tbb"));
+        driver.m_bExcel = 0;
+        page.GetData(driver);
+        QCOMPARE(driver.m_strName, QByteArray("Lab 1"));
+        QCOMPARE(driver.m_strFileName, QByteArray("Lab 1.tbb"));
+        QCOMPARE(driver.m_bExcel, 1);
+        // Modify Instrument keeps the name and the file; the switch stays free.
+        QVERIFY(page.m_pName->isEnabled() && page.m_pFileName->isEnabled());
+        const CCommGeneralPage modifying(true);
+        QVERIFY(!modifying.m_pName->isEnabled() && !modifying.m_pFileName->isEnabled());
+        QVERIFY(modifying.m_pExcel->isEnabled());
+    }
 
-    void commPageDefaultRecord();
-    void commPageRoundTrip_data();
-    void commPageRoundTrip();
-    void commPageStoresChosenButtons();
-    void connectorSelection_data();
-    void connectorSelection();
-    void connectorEntries();
-    void connectorNameTakenWhenPicked();
-    void unpluggedConverterKeepsItsName();
-    void connectorKeptThroughOpenedList();
-    void connectorTyped_data();
-    void connectorTyped();
-    void connectorRefreshKeepsName();
+    void commPageDefaultRecord()
+    {
+        CCommPage page;
+        page.SetParameters(CCommParameter());
+        // An empty name is contained in every entry: the first one is chosen.
+        QCOMPARE(page.m_pConnector->currentText(), QStringLiteral("None"));
+        QVERIFY(!page.Button(CCommPage::Baud, 10)->isEnabled());
+        QVERIFY(!page.Button(CCommPage::Baud, 11)->isEnabled());
+        QVERIFY(page.Button(CCommPage::Flow, 3)->isHidden());
 
-    void settingsPageRoundTrip_data();
-    void settingsPageRoundTrip();
-    void settingsPageKeepsHiddenSwitches();
+        CCommParameter stored;
+        stored.m_nConnector = 4;
+        page.GetParameters(stored);
+        QCOMPARE(stored.m_nConnector, -1); // the name is always written
+        QCOMPARE(stored.m_strConnector, QByteArray());
+        QCOMPARE(stored.m_nBaudRate, 9600);
+        QCOMPARE(stored.m_nDataBits, 8);
+        QCOMPARE(stored.m_cParity, int('N'));
+        QCOMPARE(stored.m_nStopBits, 1);
+        QCOMPARE(stored.m_nFlowControl, 2);
+    }
 
-    void functionKeysEncodeAndDecode_data();
-    void functionKeysEncodeAndDecode();
-    void functionKeysNeedEightEntries();
-    void controlCodeInsertion();
+    void commPageRoundTrip_data()
+    {
+        QTest::addColumn<int>("baud");
+        QTest::addColumn<int>("dataBits");
+        QTest::addColumn<int>("parity");
+        QTest::addColumn<int>("stopBits");
+        QTest::addColumn<int>("flow");
+        QTest::addColumn<int>("checkedButtons");
 
-    void terminalPageBounds_data();
-    void terminalPageBounds();
-    void terminalPageEmulation();
-    void terminalPageLeavesOtherFields();
+        QTest::newRow("every group has its button") << 19200 << 7 << int('E') << 2 << 1 << 5;
+        QTest::newRow("Dtr/Dsr shows no button but is stored back") << 9600 << 8 << int('N') << 1 << 3 << 5;
+        QTest::newRow("a baud rate outside the list is kept") << 31250 << 8 << int('N') << 1 << 0 << 4;
+        QTest::newRow("an unknown parity letter is kept") << 9600 << 8 << int('X') << 1 << 0 << 4;
+        QTest::newRow("nine data bits are kept") << 9600 << 9 << int('S') << 1 << 0 << 4;
+    }
 
-    void sheetRefusesToLeaveBadPage();
+    void commPageRoundTrip()
+    {
+        QFETCH(int, baud);
+        QFETCH(int, dataBits);
+        QFETCH(int, parity);
+        QFETCH(int, stopBits);
+        QFETCH(int, flow);
+
+        CCommParameter record;
+        record.m_nBaudRate = baud;
+        record.m_nDataBits = dataBits;
+        record.m_cParity = parity;
+        record.m_nStopBits = stopBits;
+        record.m_nFlowControl = flow;
+        CCommPage page;
+        page.SetParameters(record);
+        int checked = 0;
+        for (int group = 0; group < CCommPage::GroupCount; ++group)
+            checked += page.ButtonGroup(CCommPage::Group(group))->checkedButton() ? 1 : 0;
+        QTEST(checked, "checkedButtons");
+
+        CCommParameter stored = record;
+        page.GetParameters(stored);
+        QCOMPARE(stored.m_nBaudRate, baud);
+        QCOMPARE(stored.m_nDataBits, dataBits);
+        QCOMPARE(stored.m_cParity, parity);
+        QCOMPARE(stored.m_nStopBits, stopBits);
+        QCOMPARE(stored.m_nFlowControl, flow);
+    }
+
+    void commPageStoresChosenButtons()
+    {
+        CCommPage page;
+        page.SetParameters(CCommParameter());
+        page.Button(CCommPage::Baud, 0)->click();
+        page.Button(CCommPage::DataBits, 2)->click();
+        page.Button(CCommPage::Parity, 4)->click();
+        page.Button(CCommPage::StopBits, 1)->click();
+        page.Button(CCommPage::Flow, 1)->click();
+        CCommParameter stored;
+        page.GetParameters(stored);
+        QCOMPARE(stored.m_nBaudRate, 110);
+        QCOMPARE(stored.m_nDataBits, 7);
+        QCOMPARE(stored.m_cParity, int('S'));
+        QCOMPARE(stored.m_nStopBits, 2);
+        QCOMPARE(stored.m_nFlowControl, 1);
+    }
+
+    void connectorSelection_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<QByteArray>("entry");
+        QTest::newRow("COM1 selects COM1, not COM10") << QByteArray("COM1") << QByteArray("COM1");
+        QTest::newRow("a device path selects itself") << QByteArray("/dev/ttyUSB0") << QByteArray("/dev/ttyUSB0");
+        QTest::newRow("a converter serial number") << QByteArray("FTVD0042") << QByteArray("FTVD0042");
+        QTest::newRow("an empty name is None") << QByteArray() << QByteArray("None");
+        // Names the list does not hold are shown as they are, never as another entry.
+        QTest::newRow("a bare device name is not its path") << QByteArray("ttyUSB0") << QByteArray();
+        QTest::newRow("part of a serial number is another converter") << QByteArray("VD0042") << QByteArray();
+        QTest::newRow("matching is case-sensitive") << QByteArray("com1") << QByteArray();
+    }
+
+    void connectorSelection()
+    {
+        QFETCH(QByteArray, name);
+        const QByteArrayList entries =
+            CCommPage::ConnectorEntries(true, "None", {"FTVD0042", "FT123456"}, {"/dev/ttyS0", "/dev/ttyUSB0"});
+        const int index = CCommPage::FindConnector(entries, name);
+        QTEST(index >= 0 ? entries.at(index) : QByteArray(), "entry");
+    }
+
+    void connectorEntries()
+    {
+        const QByteArrayList entries =
+            CCommPage::ConnectorEntries(true, "None", {"FTVD0042", "FT123456"}, {"/dev/ttyACM0"});
+        // None, the "VD" converters, the devices, COM1..COM255.
+        QCOMPARE(entries.mid(0, 4), (QByteArrayList{"None", "FTVD0042", "/dev/ttyACM0", "COM1"}));
+        QCOMPARE(entries.size(), 3 + 255);
+        QCOMPARE(entries.last(), QByteArray("COM255"));
+        QCOMPARE(CCommPage::ConnectorEntries(false, "None", {}, {}).first(), QByteArray("COM1"));
+    }
+
+    void connectorNameTakenWhenPicked()
+    {
+        CCommPage page;
+        page.SetParameters(CCommParameter());
+        const int com3 = page.m_pConnector->findText(QStringLiteral("COM3"));
+        // Selecting from the program does not change the name...
+        page.m_pConnector->setCurrentIndex(com3);
+        CCommParameter stored;
+        page.GetParameters(stored);
+        QCOMPARE(stored.m_strConnector, QByteArray());
+        // ...the user's choice does.
+        page.m_pConnector->activated(com3);
+        page.GetParameters(stored);
+        QCOMPARE(stored.m_strConnector, QByteArray("COM3"));
+    }
+
+    void unknownConnectorNameIsKept()
+    {
+        CCommParameter record;
+        record.m_nConnector = -1;
+        record.m_strConnector = "FTVD9999";
+        CCommPage page;
+        page.SetParameters(record);
+        // Shown right after "None", and kept, also through Refresh.
+        QCOMPARE(page.m_pConnector->currentIndex(), 1);
+        const int entries = page.m_pConnector->count();
+        QTest::mouseClick(page.m_pRefresh, Qt::LeftButton);
+        QCOMPARE(page.m_pConnector->count(), entries);
+        QCOMPARE(page.m_pConnector->currentText(), QStringLiteral("FTVD9999"));
+        QVERIFY(page.OnKillActive());
+        CCommParameter stored;
+        page.GetParameters(stored);
+        QCOMPARE(stored.m_strConnector, QByteArray("FTVD9999"));
+
+        // The empty name of a new driver stays empty when the focus passes.
+        QLineEdit focusElsewhere(&page);
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        page.SetParameters(CCommParameter());
+        page.m_pConnector->setFocus(Qt::MouseFocusReason);
+        focusElsewhere.setFocus(Qt::TabFocusReason);
+        QVERIFY(page.OnKillActive());
+        page.GetParameters(stored);
+        QCOMPARE(stored.m_strConnector, QByteArray());
+    }
+
+    void connectorTyped_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QByteArray>("stored");
+        QTest::addColumn<bool>("accepted");
+        QTest::newRow("a device path") << QStringLiteral("/dev/serial/by-id/usb-FTDI-if00") << QByteArray("/dev/serial/by-id/usb-FTDI-if00") << true;
+        QTest::newRow("a tty name") << QStringLiteral(" ttyACM3 ") << QByteArray("ttyACM3") << true;
+        QTest::newRow("a serial number") << QStringLiteral("FTVD1234") << QByteArray("FTVD1234") << true;
+        QTest::newRow("a COM port beyond 255 is refused") << QStringLiteral("COM256") << QByteArray() << false;
+        QTest::newRow("a relative path is refused") << QStringLiteral("dev/ttyS0") << QByteArray() << false;
+    }
+
+    void connectorTyped()
+    {
+        QFETCH(QString, typed);
+        QFETCH(bool, accepted);
+        CScriptedDialogs dialogs;
+        CCommParameter record;
+        record.m_nConnector = -1;
+        record.m_strConnector = "COM2";
+        CCommPage page;
+        page.SetParameters(record);
+        page.m_pConnector->lineEdit()->selectAll();
+        QTest::keyClicks(page.m_pConnector->lineEdit(), typed);
+        QCOMPARE(page.OnKillActive(), accepted);
+        QCOMPARE(dialogs.m_messages.size(), accepted ? 0 : 1);
+        if (!accepted) {
+            QVERIFY2(dialogs.m_messages.value(0).contains(typed), qPrintable(dialogs.m_messages.value(0)));
+            return;
+        }
+        CCommParameter result;
+        page.GetParameters(result);
+        QTEST(result.m_strConnector, "stored");
+    }
+
+    void settingsPageRoundTrip_data()
+    {
+        QTest::addColumn<int>("columns");
+        QTest::addColumn<int>("storedColumns");
+        QTest::newRow("80 stays 80") << 80 << 80;
+        QTest::newRow("100 loads as 132 and is stored as 132") << 100 << 132;
+    }
+
+    void settingsPageRoundTrip()
+    {
+        QFETCH(int, columns);
+        CTerminalParameter record;
+        record.m_nColumns = columns;
+        record.m_bReceiveCRLF = 0;
+        record.m_bSendCRLF = 1;
+        record.m_bShowControlChars = 1;
+        CSettingsPage page;
+        page.LoadFrom(record);
+        CTerminalParameter stored;
+        stored.m_nRows = 33;
+        page.SaveTo(stored);
+        QTEST(stored.m_nColumns, "storedColumns");
+        QCOMPARE(stored.m_bReceiveCRLF, 0);
+        QCOMPARE(stored.m_bSendCRLF, 1);
+        QCOMPARE(stored.m_bShowControlChars, 1);
+        QCOMPARE(stored.m_nRows, 33); // not this page's field
+        // A page that was never loaded stores 80.
+        CSettingsPage fresh;
+        fresh.SaveTo(stored);
+        QCOMPARE(stored.m_nColumns, 80);
+    }
+
+    void settingsPageKeepsHiddenSwitches()
+    {
+        CTerminalParameter record;
+        record.m_bLocalEcho = 1;
+        record.m_bLineWrap = 1;
+        CSettingsPage page;
+        page.LoadFrom(record);
+        QVERIFY(page.m_pLocalEcho->isHidden());
+        QVERIFY(page.m_pLineWrap->isHidden());
+        QVERIFY(page.m_pColumnsGroup->isHidden());
+        page.m_pReceiveCRLF->click(); // unticks "&Receiving"
+        CTerminalParameter stored;
+        page.SaveTo(stored);
+        QCOMPARE(stored.m_bReceiveCRLF, 0);
+        QCOMPARE(stored.m_bLocalEcho, 1);
+        QCOMPARE(stored.m_bLineWrap, 1);
+    }
+
+    void functionKeysEncodeAndDecode_data()
+    {
+        QTest::addColumn<QByteArray>("command");
+        QTest::addColumn<QString>("shown");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QByteArray>("stored");
+
+        QTest::newRow("a CR byte is shown as <CR>") << QByteArray("R\r") << "R<CR>" << "R<CR>" << QByteArray("R\r");
+        QTest::newRow("<SPC> is typed and stored as a space")
+            << QByteArray() << "" << "SEND<SPC>1" << QByteArray("SEND 1");
+        QTest::newRow("ESC sequences") << QByteArray("\x1b[2J") << "<ESC>[2J" << "<ESC>[2J" << QByteArray("\x1b[2J");
+        QTest::newRow("code page characters") << QByteArray("\xb5g") << "µg" << "µg" << QByteArray("\xb5g");
+    }
+
+    void functionKeysEncodeAndDecode()
+    {
+        QFETCH(QByteArray, command);
+        QFETCH(QString, typed);
+        QFETCH(QByteArray, stored);
+
+        CFunctionKeysParameter keys;
+        keys.AppendEmptyKeys();
+        keys.m_Commands[2] = command;
+        keys.m_Names[2] = "<CR>";
+        CFunctionKeysPage page;
+        page.LoadFrom(keys);
+        QTEST(page.m_commands.at(2)->text(), "shown");
+        page.m_commands.at(2)->setText(typed);
+        page.SaveTo(keys);
+        QCOMPARE(keys.m_Commands.at(2), stored);
+        // Names are stored exactly as typed.
+        QCOMPARE(keys.m_Names.at(2), QByteArray("<CR>"));
+    }
+
+    void functionKeysNeedEightEntries()
+    {
+        CFunctionKeysParameter keys;
+        keys.m_bShowKeys = 1;
+        keys.m_Names = {"A", "B"};
+        keys.m_Commands = {"a", "b"};
+        CFunctionKeysPage page;
+        page.LoadFrom(keys); // missing keys are empty
+        QCOMPARE(page.m_names.at(1)->text(), QStringLiteral("B"));
+        QCOMPARE(page.m_names.at(7)->text(), QString());
+        QVERIFY(page.m_pShowKeys->isChecked());
+        QVERIFY_THROWS_EXCEPTION(std::invalid_argument, page.SaveTo(keys));
+
+        // Sixteen entries: the first eight are edited, the rest kept.
+        CFunctionKeysParameter many;
+        many.AppendEmptyKeys();
+        many.AppendEmptyKeys();
+        many.m_Names[12] = "kept";
+        page.SaveTo(many);
+        QCOMPARE(many.m_Names.size(), 16);
+        QCOMPARE(many.m_Names.at(1), QByteArray("B"));
+        QCOMPARE(many.m_Names.at(12), QByteArray("kept"));
+    }
+
+    void controlCodeInsertion()
+    {
+        CFunctionKeysPage page;
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        page.m_pControlCodes->setCurrentRow(13); // <CR>
+        // Before any command field was left nothing is inserted.
+        page.OnAddControlCode();
+        for (const QLineEdit* command : std::as_const(page.m_commands))
+            QVERIFY(command->text().isEmpty());
+
+        page.m_commands.at(1)->setText(QStringLiteral("R"));
+        page.m_commands.at(1)->setFocus();
+        QTRY_VERIFY(page.m_commands.at(1)->hasFocus());
+        page.m_pControlCodes->setFocus(); // leaves the command field
+        QTRY_VERIFY(page.m_pControlCodes->hasFocus());
+        page.OnAddControlCode();
+        QCOMPARE(page.m_commands.at(1)->text(), QStringLiteral("R<CR>"));
+        QTRY_VERIFY(page.m_commands.at(1)->hasFocus());
+        QCOMPARE(page.m_commands.at(1)->cursorPosition(), 5);
+        // The field must be left again before the next insertion.
+        page.OnAddControlCode();
+        QCOMPARE(page.m_commands.at(1)->text(), QStringLiteral("R<CR>"));
+
+        // A long command is read up to 99 characters before the name is appended.
+        page.m_commands.at(0)->setText(QString(120, QLatin1Char('x')));
+        page.m_commands.at(0)->setFocus();
+        QTRY_VERIFY(page.m_commands.at(0)->hasFocus());
+        page.m_pAdd->setFocus();
+        QTRY_VERIFY(page.m_pAdd->hasFocus());
+        page.m_pAdd->click();
+        QCOMPARE(page.m_commands.at(0)->text(), QString(99, QLatin1Char('x')) + QStringLiteral("<CR>"));
+    }
+
+    void terminalPageBounds_data()
+    {
+        QTest::addColumn<QString>("columns");
+        QTest::addColumn<QString>("rows");
+        QTest::addColumn<QString>("message");
+
+        QTest::newRow("40 columns and 10 rows are accepted") << "40" << "10" << "";
+        QTest::newRow("132 columns and 60 rows are accepted") << "132" << "60" << "";
+        QTest::newRow("39 columns are refused") << "39" << "24" << "Please enter an integer between 40 and 132.";
+        QTest::newRow("133 columns are refused") << "133" << "24" << "Please enter an integer between 40 and 132.";
+        QTest::newRow("9 rows are refused") << "80" << "9" << "Please enter an integer between 10 and 60.";
+        QTest::newRow("61 rows are refused") << "80" << "61" << "Please enter an integer between 10 and 60.";
+        QTest::newRow("a text is not an integer") << "eighty" << "24" << "Please enter an integer.";
+        QTest::newRow("columns are checked before rows") << "1" << "1" << "Please enter an integer between 40 and 132.";
+    }
+
+    void terminalPageBounds()
+    {
+        QFETCH(QString, columns);
+        QFETCH(QString, rows);
+        QFETCH(QString, message);
+
+        CScriptedDialogs dialogs;
+        CTerminalPage page;
+        page.LoadFrom(CTerminalParameter());
+        page.m_pColumns->setText(columns);
+        page.m_pRows->setText(rows);
+        QCOMPARE(page.OnKillActive(), message.isEmpty());
+        QCOMPARE(dialogs.m_messages, message.isEmpty() ? QStringList() : QStringList{message});
+        CTerminalParameter stored;
+        stored.m_nColumns = 1;
+        page.SaveTo(stored);
+        // A refused value stores nothing new.
+        QCOMPARE(stored.m_nColumns, message.isEmpty() ? columns.toInt() : 80);
+    }
+
+    void terminalPageEmulation()
+    {
+        CScriptedDialogs dialogs;
+        CTerminalPage page;
+        CTerminalParameter record;
+        record.m_nEmulation = 4;
+        page.LoadFrom(record);
+        QCOMPARE(page.m_pEmulation->currentText(), QStringLiteral("VT100"));
+        page.m_pEmulation->setCurrentIndex(1);
+        QVERIFY(page.OnKillActive());
+        page.SaveTo(record);
+        QCOMPARE(record.m_nEmulation, 1); // TTY
+
+        page.m_pEmulation->setEditText(QStringLiteral("VT220"));
+        QVERIFY(page.OnKillActive());
+        page.SaveTo(record);
+        QCOMPARE(record.m_nEmulation, -1);
+        page.LoadFrom(record);
+        QCOMPARE(page.m_pEmulation->currentIndex(), -1);
+    }
+
+    void terminalPageLeavesOtherFields()
+    {
+        CScriptedDialogs dialogs;
+        CTerminalParameter record;
+        record.m_bSendCRLF = 1;
+        record.m_bLineWrap = 1;
+        record.m_bShowControlChars = 1;
+        record.m_bBlockCursor = 1;
+        CTerminalPage page;
+        page.LoadFrom(record);
+        page.m_pLocalEcho->click();
+        page.m_pScrollbar->click();
+        QVERIFY(page.OnKillActive());
+        CTerminalParameter stored = record;
+        page.SaveTo(stored);
+        QCOMPARE(stored.m_bLocalEcho, 1);
+        QCOMPARE(stored.m_bScrollbar, 0);
+        QCOMPARE(stored.m_bBlockCursor, 1);
+        QCOMPARE(stored.m_bSendCRLF, 1);
+        QCOMPARE(stored.m_bLineWrap, 1);
+        QCOMPARE(stored.m_bShowControlChars, 1);
+    }
+
+    void sheetRefusesToLeaveBadPage()
+    {
+        CScriptedDialogs dialogs;
+        CPropSheet sheet(QStringLiteral("Communication Setup"), nullptr, 1);
+        auto* comm = new CCommPage;
+        auto* terminal = new CTerminalPage;
+        sheet.AddPage(comm);
+        sheet.AddPage(terminal);
+        terminal->LoadFrom(CTerminalParameter());
+        QCOMPARE(sheet.GetActiveIndex(), 1); // the start page
+        terminal->m_pRows->setText(QStringLiteral("99"));
+
+        sheet.SetActivePage(0);
+        sheet.show();
+        // Leaving the page with a bad value keeps it in front.
+        auto* tabs = sheet.findChild<QTabWidget*>();
+        sheet.SetActivePage(1);
+        tabs->setCurrentIndex(0);
+        QCOMPARE(sheet.GetActiveIndex(), 1);
+        QCOMPARE(dialogs.m_messages.size(), 1);
+        // OK does not close the sheet either.
+        sheet.accept();
+        QVERIFY(sheet.isVisible());
+        QCOMPARE(dialogs.m_messages.size(), 2);
+        terminal->m_pRows->setText(QStringLiteral("25"));
+        sheet.accept();
+        QCOMPARE(sheet.result(), int(QDialog::Accepted));
+        QCOMPARE(sheet.m_nLastActivePage, 1);
+    }
 };
 
 // ---------------------------------------------------------------------------
 
-void tst_Pages::generalPageRoundTripAndTypedName()
-{
-    CCommGeneralPage page;
-    CDriverParameter driver;
-    driver.m_strName = "Waage \xe4";
-    driver.m_strFileName = "kept.tbb";
-    driver.m_bExcel = 1;
-    page.SetData(driver);
-    QCOMPARE(page.m_pName->text(), QStringLiteral("Waage ä"));
-    // Loading keeps the stored file name; typing the name rewrites it.
-    QCOMPARE(page.m_pFileName->text(), QStringLiteral("kept.tbb"));
-    page.m_pName->clear();
-    QTest::keyClicks(page.m_pName, QStringLiteral("Lab 1"));
-    QCOMPARE(page.m_pFileName->text(), QStringLiteral("Lab 1.tbb"));
-    driver.m_bExcel = 0;
-    page.GetData(driver);
-    QCOMPARE(driver.m_strName, QByteArray("Lab 1"));
-    QCOMPARE(driver.m_strFileName, QByteArray("Lab 1.tbb"));
-    QCOMPARE(driver.m_bExcel, 1);
-}
-
-void tst_Pages::generalPageModifyMode()
-{
-    const CCommGeneralPage adding(false);
-    QVERIFY(adding.m_pName->isEnabled());
-    QVERIFY(adding.m_pFileName->isEnabled());
-    const CCommGeneralPage modifying(true);
-    QVERIFY(!modifying.m_pName->isEnabled());
-    QVERIFY(!modifying.m_pFileName->isEnabled());
-    QVERIFY(modifying.m_pExcel->isEnabled());
-}
+// ---------------------------------------------------------------------------
 
 // ---------------------------------------------------------------------------
 
-void tst_Pages::commPageDefaultRecord()
-{
-    CCommPage page;
-    page.SetParameters(CCommParameter());
-    // An empty name is contained in every entry: the first one is chosen.
-    QCOMPARE(page.m_pConnector->currentText(), QStringLiteral("None"));
-    QVERIFY(!page.Button(CCommPage::Baud, 10)->isEnabled());
-    QVERIFY(!page.Button(CCommPage::Baud, 11)->isEnabled());
-    QVERIFY(page.Button(CCommPage::Flow, 3)->isHidden());
-
-    CCommParameter stored;
-    stored.m_nConnector = 4;
-    page.GetParameters(stored);
-    QCOMPARE(stored.m_nConnector, -1); // the name is always written
-    QCOMPARE(stored.m_strConnector, QByteArray());
-    QCOMPARE(stored.m_nBaudRate, 9600);
-    QCOMPARE(stored.m_nDataBits, 8);
-    QCOMPARE(stored.m_cParity, int('N'));
-    QCOMPARE(stored.m_nStopBits, 1);
-    QCOMPARE(stored.m_nFlowControl, 2);
-}
-
-void tst_Pages::commPageRoundTrip_data()
-{
-    QTest::addColumn<int>("baud");
-    QTest::addColumn<int>("dataBits");
-    QTest::addColumn<int>("parity");
-    QTest::addColumn<int>("stopBits");
-    QTest::addColumn<int>("flow");
-    QTest::addColumn<int>("checkedButtons");
-
-    QTest::newRow("every group has its button") << 19200 << 7 << int('E') << 2 << 1 << 5;
-    QTest::newRow("Dtr/Dsr shows no button but is stored back") << 9600 << 8 << int('N') << 1 << 3 << 5;
-    QTest::newRow("a baud rate outside the list is kept") << 31250 << 8 << int('N') << 1 << 0 << 4;
-    QTest::newRow("an unknown parity letter is kept") << 9600 << 8 << int('X') << 1 << 0 << 4;
-    QTest::newRow("nine data bits are kept") << 9600 << 9 << int('S') << 1 << 0 << 4;
-}
-
-void tst_Pages::commPageRoundTrip()
-{
-    QFETCH(int, baud);
-    QFETCH(int, dataBits);
-    QFETCH(int, parity);
-    QFETCH(int, stopBits);
-    QFETCH(int, flow);
-    QFETCH(int, checkedButtons);
-
-    CCommParameter record;
-    record.m_nBaudRate = baud;
-    record.m_nDataBits = dataBits;
-    record.m_cParity = parity;
-    record.m_nStopBits = stopBits;
-    record.m_nFlowControl = flow;
-    CCommPage page;
-    page.SetParameters(record);
-    int checked = 0;
-    for (int group = 0; group < CCommPage::GroupCount; ++group)
-        checked += page.ButtonGroup(CCommPage::Group(group))->checkedButton() ? 1 : 0;
-    QCOMPARE(checked, checkedButtons);
-
-    CCommParameter stored = record;
-    page.GetParameters(stored);
-    QCOMPARE(stored.m_nBaudRate, baud);
-    QCOMPARE(stored.m_nDataBits, dataBits);
-    QCOMPARE(stored.m_cParity, parity);
-    QCOMPARE(stored.m_nStopBits, stopBits);
-    QCOMPARE(stored.m_nFlowControl, flow);
-}
-
-void tst_Pages::commPageStoresChosenButtons()
-{
-    CCommPage page;
-    page.SetParameters(CCommParameter());
-    page.Button(CCommPage::Baud, 0)->click();
-    page.Button(CCommPage::DataBits, 2)->click();
-    page.Button(CCommPage::Parity, 4)->click();
-    page.Button(CCommPage::StopBits, 1)->click();
-    page.Button(CCommPage::Flow, 1)->click();
-    CCommParameter stored;
-    page.GetParameters(stored);
-    QCOMPARE(stored.m_nBaudRate, 110);
-    QCOMPARE(stored.m_nDataBits, 7);
-    QCOMPARE(stored.m_cParity, int('S'));
-    QCOMPARE(stored.m_nStopBits, 2);
-    QCOMPARE(stored.m_nFlowControl, 1);
-}
-
-void tst_Pages::connectorSelection_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QByteArray>("entry");
-    QTest::newRow("COM1 selects COM1, not COM10") << QByteArray("COM1") << QByteArray("COM1");
-    QTest::newRow("a device path selects itself") << QByteArray("/dev/ttyUSB0") << QByteArray("/dev/ttyUSB0");
-    QTest::newRow("a converter serial number") << QByteArray("FTVD0042") << QByteArray("FTVD0042");
-    QTest::newRow("an empty name is None") << QByteArray() << QByteArray("None");
-    // Names the list does not hold are shown as they are, never as another entry.
-    QTest::newRow("a bare device name is not its path") << QByteArray("ttyUSB0") << QByteArray();
-    QTest::newRow("part of a serial number is another converter") << QByteArray("VD0042") << QByteArray();
-    QTest::newRow("matching is case-sensitive") << QByteArray("com1") << QByteArray();
-}
-
-void tst_Pages::connectorSelection()
-{
-    QFETCH(QByteArray, name);
-    QFETCH(QByteArray, entry);
-    const QByteArrayList entries =
-        CCommPage::ConnectorEntries(true, "None", {"FTVD0042", "FT123456"}, {"/dev/ttyS0", "/dev/ttyUSB0"});
-    const int index = CCommPage::FindConnector(entries, name);
-    QCOMPARE(index >= 0 ? entries.at(index) : QByteArray(), entry);
-}
-
-void tst_Pages::connectorEntries()
-{
-    const QByteArrayList entries =
-        CCommPage::ConnectorEntries(true, "None", {"FTVD0042", "FT123456"}, {"/dev/ttyACM0"});
-    // None, the "VD" converters, the devices, COM1..COM255.
-    QCOMPARE(entries.mid(0, 4), (QByteArrayList{"None", "FTVD0042", "/dev/ttyACM0", "COM1"}));
-    QCOMPARE(entries.size(), 3 + 255);
-    QCOMPARE(entries.last(), QByteArray("COM255"));
-    QCOMPARE(CCommPage::ConnectorEntries(false, "None", {}, {}).first(), QByteArray("COM1"));
-}
-
-void tst_Pages::connectorNameTakenWhenPicked()
-{
-    CCommPage page;
-    page.SetParameters(CCommParameter());
-    const int com3 = page.m_pConnector->findText(QStringLiteral("COM3"));
-    // Selecting from the program does not change the name...
-    page.m_pConnector->setCurrentIndex(com3);
-    CCommParameter stored;
-    page.GetParameters(stored);
-    QCOMPARE(stored.m_strConnector, QByteArray());
-    // ...the user's choice does.
-    page.m_pConnector->activated(com3);
-    page.GetParameters(stored);
-    QCOMPARE(stored.m_strConnector, QByteArray("COM3"));
-}
-
-void tst_Pages::unpluggedConverterKeepsItsName()
-{
-    CCommParameter record;
-    record.m_nConnector = -1;
-    record.m_strConnector = "FTVD9999";
-    CCommPage page;
-    page.SetParameters(record);
-    // Shown right after "None", and kept.
-    QCOMPARE(page.m_pConnector->currentIndex(), 1);
-    QCOMPARE(page.m_pConnector->currentText(), QStringLiteral("FTVD9999"));
-    QVERIFY(page.OnKillActive());
-    CCommParameter stored;
-    page.GetParameters(stored);
-    QCOMPARE(stored.m_strConnector, QByteArray("FTVD9999"));
-}
-
-void tst_Pages::connectorKeptThroughOpenedList()
-{
-    // A line the list does not know (the simulator's link): the list is
-    // opened, closed with Esc, the focus leaves, the page is left.
-    CCommParameter record;
-    record.m_nConnector = -1;
-    record.m_strConnector = "/tmp/demo/balance-sim-tty";
-    CCommPage page;
-    page.SetParameters(record);
-    QLineEdit focusElsewhere(&page);
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
-    page.m_pConnector->setFocus(Qt::MouseFocusReason);
-    page.m_pConnector->showPopup();
-    QTest::keyClick(page.m_pConnector->view(), Qt::Key_Escape);
-    QTRY_VERIFY(!page.m_pConnector->view()->isVisible());
-    focusElsewhere.setFocus(Qt::TabFocusReason);
-    QVERIFY(page.OnKillActive());
-    CCommParameter stored;
-    page.GetParameters(stored);
-    QCOMPARE(stored.m_strConnector, record.m_strConnector);
-    // The empty name of a new driver stays empty too.
-    page.SetParameters(CCommParameter());
-    page.m_pConnector->setFocus(Qt::MouseFocusReason);
-    focusElsewhere.setFocus(Qt::TabFocusReason);
-    QVERIFY(page.OnKillActive());
-    page.GetParameters(stored);
-    QCOMPARE(stored.m_strConnector, QByteArray());
-}
-
-void tst_Pages::connectorTyped_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QByteArray>("stored");
-    QTest::addColumn<bool>("accepted");
-    QTest::newRow("a device path") << QStringLiteral("/dev/serial/by-id/usb-FTDI-if00") << QByteArray("/dev/serial/by-id/usb-FTDI-if00") << true;
-    QTest::newRow("a tty name") << QStringLiteral(" ttyACM3 ") << QByteArray("ttyACM3") << true;
-    QTest::newRow("a serial number") << QStringLiteral("FTVD1234") << QByteArray("FTVD1234") << true;
-    QTest::newRow("a COM port beyond 255 is refused") << QStringLiteral("COM256") << QByteArray() << false;
-    QTest::newRow("a relative path is refused") << QStringLiteral("dev/ttyS0") << QByteArray() << false;
-}
-
-void tst_Pages::connectorTyped()
-{
-    QFETCH(QString, typed);
-    QFETCH(QByteArray, stored);
-    QFETCH(bool, accepted);
-    CScriptedDialogs dialogs;
-    CCommParameter record;
-    record.m_nConnector = -1;
-    record.m_strConnector = "COM2";
-    CCommPage page;
-    page.SetParameters(record);
-    page.m_pConnector->lineEdit()->selectAll();
-    QTest::keyClicks(page.m_pConnector->lineEdit(), typed);
-    QCOMPARE(page.OnKillActive(), accepted);
-    QCOMPARE(dialogs.m_messages.size(), accepted ? 0 : 1);
-    if (!accepted) {
-        QVERIFY2(dialogs.m_messages.value(0).contains(typed), qPrintable(dialogs.m_messages.value(0)));
-        return;
-    }
-    CCommParameter result;
-    page.GetParameters(result);
-    QCOMPARE(result.m_strConnector, stored);
-}
-
-void tst_Pages::connectorRefreshKeepsName()
-{
-    CCommParameter record;
-    record.m_nConnector = -1;
-    record.m_strConnector = "/dev/orvalis-gone";
-    CCommPage page;
-    page.SetParameters(record);
-    const int entries = page.m_pConnector->count();
-    QTest::mouseClick(page.m_pRefresh, Qt::LeftButton);
-    QCOMPARE(page.m_pConnector->count(), entries);
-    QCOMPARE(page.m_pConnector->currentText(), QStringLiteral("/dev/orvalis-gone"));
-    QVERIFY(page.OnKillActive());
-    CCommParameter stored;
-    page.GetParameters(stored);
-    QCOMPARE(stored.m_strConnector, record.m_strConnector);
-}
+// ---------------------------------------------------------------------------
 
 // ---------------------------------------------------------------------------
 
-void tst_Pages::settingsPageRoundTrip_data()
-{
-    QTest::addColumn<int>("columns");
-    QTest::addColumn<int>("storedColumns");
-    QTest::newRow("80 stays 80") << 80 << 80;
-    QTest::newRow("100 loads as 132 and is stored as 132") << 100 << 132;
-}
-
-void tst_Pages::settingsPageRoundTrip()
-{
-    QFETCH(int, columns);
-    QFETCH(int, storedColumns);
-    CTerminalParameter record;
-    record.m_nColumns = columns;
-    record.m_bReceiveCRLF = 0;
-    record.m_bSendCRLF = 1;
-    record.m_bShowControlChars = 1;
-    CSettingsPage page;
-    page.LoadFrom(record);
-    CTerminalParameter stored;
-    stored.m_nRows = 33;
-    page.SaveTo(stored);
-    QCOMPARE(stored.m_nColumns, storedColumns);
-    QCOMPARE(stored.m_bReceiveCRLF, 0);
-    QCOMPARE(stored.m_bSendCRLF, 1);
-    QCOMPARE(stored.m_bShowControlChars, 1);
-    QCOMPARE(stored.m_nRows, 33); // not this page's field
-    // A page that was never loaded stores 80.
-    CSettingsPage fresh;
-    fresh.SaveTo(stored);
-    QCOMPARE(stored.m_nColumns, 80);
-}
-
-void tst_Pages::settingsPageKeepsHiddenSwitches()
-{
-    CTerminalParameter record;
-    record.m_bLocalEcho = 1;
-    record.m_bLineWrap = 1;
-    CSettingsPage page;
-    page.LoadFrom(record);
-    QVERIFY(page.m_pLocalEcho->isHidden());
-    QVERIFY(page.m_pLineWrap->isHidden());
-    QVERIFY(page.m_pColumnsGroup->isHidden());
-    page.m_pReceiveCRLF->click(); // unticks "&Receiving"
-    CTerminalParameter stored;
-    page.SaveTo(stored);
-    QCOMPARE(stored.m_bReceiveCRLF, 0);
-    QCOMPARE(stored.m_bLocalEcho, 1);
-    QCOMPARE(stored.m_bLineWrap, 1);
-}
-
 // ---------------------------------------------------------------------------
-
-void tst_Pages::functionKeysEncodeAndDecode_data()
-{
-    QTest::addColumn<QByteArray>("command");
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QByteArray>("stored");
-
-    QTest::newRow("a CR byte is shown as <CR>") << QByteArray("R\r") << "R<CR>" << "R<CR>" << QByteArray("R\r");
-    QTest::newRow("<SPC> is typed and stored as a space")
-        << QByteArray() << "" << "SEND<SPC>1" << QByteArray("SEND 1");
-    QTest::newRow("ESC sequences") << QByteArray("\x1b[2J") << "<ESC>[2J" << "<ESC>[2J" << QByteArray("\x1b[2J");
-    QTest::newRow("code page characters") << QByteArray("\xb5g") << "µg" << "µg" << QByteArray("\xb5g");
-}
-
-void tst_Pages::functionKeysEncodeAndDecode()
-{
-    QFETCH(QByteArray, command);
-    QFETCH(QString, shown);
-    QFETCH(QString, typed);
-    QFETCH(QByteArray, stored);
-
-    CFunctionKeysParameter keys;
-    keys.AppendEmptyKeys();
-    keys.m_Commands[2] = command;
-    keys.m_Names[2] = "<CR>";
-    CFunctionKeysPage page;
-    page.LoadFrom(keys);
-    QCOMPARE(page.m_commands.at(2)->text(), shown);
-    page.m_commands.at(2)->setText(typed);
-    page.SaveTo(keys);
-    QCOMPARE(keys.m_Commands.at(2), stored);
-    // Names are stored exactly as typed.
-    QCOMPARE(keys.m_Names.at(2), QByteArray("<CR>"));
-}
-
-void tst_Pages::functionKeysNeedEightEntries()
-{
-    CFunctionKeysParameter keys;
-    keys.m_bShowKeys = 1;
-    keys.m_Names = {"A", "B"};
-    keys.m_Commands = {"a", "b"};
-    CFunctionKeysPage page;
-    page.LoadFrom(keys); // missing keys are empty
-    QCOMPARE(page.m_names.at(1)->text(), QStringLiteral("B"));
-    QCOMPARE(page.m_names.at(7)->text(), QString());
-    QVERIFY(page.m_pShowKeys->isChecked());
-    QVERIFY_THROWS_EXCEPTION(std::invalid_argument, page.SaveTo(keys));
-
-    // Sixteen entries: the first eight are edited, the rest kept.
-    CFunctionKeysParameter many;
-    many.AppendEmptyKeys();
-    many.AppendEmptyKeys();
-    many.m_Names[12] = "kept";
-    page.SaveTo(many);
-    QCOMPARE(many.m_Names.size(), 16);
-    QCOMPARE(many.m_Names.at(1), QByteArray("B"));
-    QCOMPARE(many.m_Names.at(12), QByteArray("kept"));
-}
-
-void tst_Pages::controlCodeInsertion()
-{
-    CFunctionKeysPage page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
-    page.m_pControlCodes->setCurrentRow(13); // <CR>
-    // Before any command field was left nothing is inserted.
-    page.OnAddControlCode();
-    for (const QLineEdit* command : std::as_const(page.m_commands))
-        QVERIFY(command->text().isEmpty());
-
-    page.m_commands.at(1)->setText(QStringLiteral("R"));
-    page.m_commands.at(1)->setFocus();
-    QTRY_VERIFY(page.m_commands.at(1)->hasFocus());
-    page.m_pControlCodes->setFocus(); // leaves the command field
-    QTRY_VERIFY(page.m_pControlCodes->hasFocus());
-    page.OnAddControlCode();
-    QCOMPARE(page.m_commands.at(1)->text(), QStringLiteral("R<CR>"));
-    QTRY_VERIFY(page.m_commands.at(1)->hasFocus());
-    QCOMPARE(page.m_commands.at(1)->cursorPosition(), 5);
-    // The field must be left again before the next insertion.
-    page.OnAddControlCode();
-    QCOMPARE(page.m_commands.at(1)->text(), QStringLiteral("R<CR>"));
-
-    // A long command is read up to 99 characters before the name is appended.
-    page.m_commands.at(0)->setText(QString(120, QLatin1Char('x')));
-    page.m_commands.at(0)->setFocus();
-    QTRY_VERIFY(page.m_commands.at(0)->hasFocus());
-    page.m_pAdd->setFocus();
-    QTRY_VERIFY(page.m_pAdd->hasFocus());
-    page.m_pAdd->click();
-    QCOMPARE(page.m_commands.at(0)->text(), QString(99, QLatin1Char('x')) + QStringLiteral("<CR>"));
-}
-
-// ---------------------------------------------------------------------------
-
-void tst_Pages::terminalPageBounds_data()
-{
-    QTest::addColumn<QString>("columns");
-    QTest::addColumn<QString>("rows");
-    QTest::addColumn<QString>("message");
-
-    QTest::newRow("40 columns and 10 rows are accepted") << "40" << "10" << "";
-    QTest::newRow("132 columns and 60 rows are accepted") << "132" << "60" << "";
-    QTest::newRow("39 columns are refused") << "39" << "24" << "Please enter an integer between 40 and 132.";
-    QTest::newRow("133 columns are refused") << "133" << "24" << "Please enter an integer between 40 and 132.";
-    QTest::newRow("9 rows are refused") << "80" << "9" << "Please enter an integer between 10 and 60.";
-    QTest::newRow("61 rows are refused") << "80" << "61" << "Please enter an integer between 10 and 60.";
-    QTest::newRow("a text is not an integer") << "eighty" << "24" << "Please enter an integer.";
-    QTest::newRow("columns are checked before rows") << "1" << "1" << "Please enter an integer between 40 and 132.";
-}
-
-void tst_Pages::terminalPageBounds()
-{
-    QFETCH(QString, columns);
-    QFETCH(QString, rows);
-    QFETCH(QString, message);
-
-    CScriptedDialogs dialogs;
-    CTerminalPage page;
-    page.LoadFrom(CTerminalParameter());
-    page.m_pColumns->setText(columns);
-    page.m_pRows->setText(rows);
-    QCOMPARE(page.OnKillActive(), message.isEmpty());
-    QCOMPARE(dialogs.m_messages, message.isEmpty() ? QStringList() : QStringList{message});
-    CTerminalParameter stored;
-    stored.m_nColumns = 1;
-    page.SaveTo(stored);
-    // A refused value stores nothing new.
-    QCOMPARE(stored.m_nColumns, message.isEmpty() ? columns.toInt() : 80);
-}
-
-void tst_Pages::terminalPageEmulation()
-{
-    CScriptedDialogs dialogs;
-    CTerminalPage page;
-    CTerminalParameter record;
-    record.m_nEmulation = 4;
-    page.LoadFrom(record);
-    QCOMPARE(page.m_pEmulation->currentText(), QStringLiteral("VT100"));
-    page.m_pEmulation->setCurrentIndex(1);
-    QVERIFY(page.OnKillActive());
-    page.SaveTo(record);
-    QCOMPARE(record.m_nEmulation, 1); // TTY
-
-    page.m_pEmulation->setEditText(QStringLiteral("VT220"));
-    QVERIFY(page.OnKillActive());
-    page.SaveTo(record);
-    QCOMPARE(record.m_nEmulation, -1);
-    page.LoadFrom(record);
-    QCOMPARE(page.m_pEmulation->currentIndex(), -1);
-}
-
-void tst_Pages::terminalPageLeavesOtherFields()
-{
-    CScriptedDialogs dialogs;
-    CTerminalParameter record;
-    record.m_bSendCRLF = 1;
-    record.m_bLineWrap = 1;
-    record.m_bShowControlChars = 1;
-    record.m_bBlockCursor = 1;
-    CTerminalPage page;
-    page.LoadFrom(record);
-    page.m_pLocalEcho->click();
-    page.m_pScrollbar->click();
-    QVERIFY(page.OnKillActive());
-    CTerminalParameter stored = record;
-    page.SaveTo(stored);
-    QCOMPARE(stored.m_bLocalEcho, 1);
-    QCOMPARE(stored.m_bScrollbar, 0);
-    QCOMPARE(stored.m_bBlockCursor, 1);
-    QCOMPARE(stored.m_bSendCRLF, 1);
-    QCOMPARE(stored.m_bLineWrap, 1);
-    QCOMPARE(stored.m_bShowControlChars, 1);
-}
-
-// ---------------------------------------------------------------------------
-
-void tst_Pages::sheetRefusesToLeaveBadPage()
-{
-    CScriptedDialogs dialogs;
-    CPropSheet sheet(QStringLiteral("Communication Setup"), nullptr, 1);
-    auto* comm = new CCommPage;
-    auto* terminal = new CTerminalPage;
-    sheet.AddPage(comm);
-    sheet.AddPage(terminal);
-    terminal->LoadFrom(CTerminalParameter());
-    QCOMPARE(sheet.GetActiveIndex(), 1); // the start page
-    terminal->m_pRows->setText(QStringLiteral("99"));
-
-    sheet.SetActivePage(0);
-    sheet.show();
-    // Leaving the page with a bad value keeps it in front.
-    auto* tabs = sheet.findChild<QTabWidget*>();
-    sheet.SetActivePage(1);
-    tabs->setCurrentIndex(0);
-    QCOMPARE(sheet.GetActiveIndex(), 1);
-    QCOMPARE(dialogs.m_messages.size(), 1);
-    // OK does not close the sheet either.
-    sheet.accept();
-    QVERIFY(sheet.isVisible());
-    QCOMPARE(dialogs.m_messages.size(), 2);
-    terminal->m_pRows->setText(QStringLiteral("25"));
-    sheet.accept();
-    QCOMPARE(sheet.result(), int(QDialog::Accepted));
-    QCOMPARE(sheet.m_nLastActivePage, 1);
-}
 
 QTEST_MAIN(tst_Pages)
 #include "tst_Pages.moc"

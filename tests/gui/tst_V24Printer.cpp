@@ -29,17 +29,212 @@ class tst_V24Printer : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
+    void initTestCase()
+    {
+        m_server = std::make_unique<CCupsTestServer>();
+    }
 
-    void itemInExtrasTogglesWithCheckMark();
-    void toggledTwiceLeavesNothingOpen();
-    void enabledOnlyForASuitablePrinter();
-    void refusedJobToldOnceAndBytesCollected();
-    void settingsSheetWritesTheFileAndTheLineTakesIt();
-    void damagedSettingsFileIsNotWrittenOver();
-    void bothLinesFloodedLoseNothing();
+    void init()
+    {
+        m_home = std::make_unique<QTemporaryDir>();
+        qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
+        m_instrument = std::make_unique<CPtyPair>();
+        m_printer = std::make_unique<CPtyPair>();
+        QVERIFY(m_instrument->IsOpen() && m_printer->IsOpen());
+        m_instrument->CloseSlave();
+        m_printer->CloseSlave();
+        m_dialogs = std::make_unique<CScriptedDialogs>();
+
+        CPrinterSettingsFile printer;
+        printer.m_Driver.m_strName = "Balance printer";
+        printer.m_Comm.m_nConnector = -1;
+        printer.m_Comm.m_strConnector = m_printer->SlaveName().toLocal8Bit();
+        printer.m_Terminal.m_bReceiveCRLF = 1;
+        QVERIFY(printer.Store(Home(QStringLiteral("v24print.drv"))).IsOk());
+    }
+
+    void cleanup()
+    {
+        m_app.reset();
+        for (const QString& queue : std::as_const(m_queues))
+            m_server->RemoveQueue(queue);
+        m_queues.clear();
+        m_dialogs.reset();
+        m_instrument.reset();
+        m_printer.reset();
+        m_home.reset();
+        qunsetenv("ORVALIS_HOME");
+    }
+
+    void itemInExtrasTogglesWithCheckMark()
+    {
+        RequireScheduler();
+        AddQueue(QStringLiteral("Epson_LQ-570"));
+        COrvalisView* view = Start();
+        QVERIFY(view);
+        QVERIFY(Item());
+        QCOMPARE(Item()->text(), QStringLiteral("V24 &Printer"));
+        QVERIFY(Frame()->QueryCommand(ID_V24_PRINTER).bEnabled);
+        QVERIFY(!Item()->isChecked());
+        // Probing the printer opened no job.
+        QVERIFY(m_server->Jobs(QStringLiteral("Epson_LQ-570")).isEmpty());
+
+        QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
+        CPrinterForwarding& forwarding = view->V24Printer().Forwarding();
+        QVERIFY(Item()->isChecked());
+        QVERIFY(forwarding.PrinterComm()->IsPortOpen());
+        QVERIFY(forwarding.Printer()->IsJobOpen());
+        const int jobId = forwarding.Printer()->GetJobId();
+        QCOMPARE(forwarding.Settings().m_Driver.m_strName, QByteArray("Balance printer"));
+
+        QVERIFY(m_printer->WriteMaster("A\rB"));
+        QTRY_COMPARE(forwarding.PrinterBytes(), QByteArray("A\r\nB"));
+        QVERIFY(m_instrument->WriteMaster("reading\r\n"));
+        QTRY_COMPARE(view->toPlainText(), QStringLiteral("reading\n"));
+
+        QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
+        QVERIFY(!Item()->isChecked());
+        QVERIFY(forwarding.PrinterComm() == nullptr);
+        QVERIFY(m_server->WaitForCompletedJob(QStringLiteral("Epson_LQ-570"), jobId));
+        QCOMPARE(m_server->QueueFileBytes(QStringLiteral("Epson_LQ-570")), QByteArray("A\r\nB"));
+        QVERIFY(view->m_comm.IsPortOpen());
+    }
+
+    void enabledOnlyForASuitablePrinter()
+    {
+        RequireScheduler();
+        AddQueue(QStringLiteral("EPSON_LQ-570"));
+        QVERIFY(Start());
+        QVERIFY(!Frame()->QueryCommand(ID_V24_PRINTER).bEnabled);
+        // The settings can be edited all the same.
+        QVERIFY(Frame()->QueryCommand(ID_V24_PRINTER_SETTINGS).bEnabled);
+        m_app.reset();
+
+        // Any printer that takes raw data, when the profile says so.
+        QVERIFY(Start("V24AnyRawPrinter=1\n"));
+        QVERIFY(Frame()->QueryCommand(ID_V24_PRINTER).bEnabled);
+    }
+
+    void refusedJobToldOnceAndBytesCollected()
+    {
+        RequireScheduler();
+        AddQueue(QStringLiteral("Epson_LQ-570"));
+        COrvalisView* view = Start();
+        QVERIFY(view);
+        QVERIFY(m_server->RejectJobs(QStringLiteral("Epson_LQ-570")));
+        QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
+        QVERIFY(Item()->isChecked());
+        QVERIFY2(StatusText().startsWith(
+                     QStringLiteral("V24 Printer: nothing is printed: \"Epson_LQ-570\" refused the print job")),
+                 qPrintable(StatusText()));
+
+        Frame()->SetPaneText(CMainFrame::PaneMessage, QStringLiteral("other news"));
+        QVERIFY(m_printer->WriteMaster("A\rB"));
+        QTRY_COMPARE(view->V24Printer().Forwarding().PrinterBytes(), QByteArray("A\r\nB"));
+        QCOMPARE(StatusText(), QStringLiteral("other news"));
+    }
+
+    void settingsSheetWritesTheFileAndTheLineTakesIt()
+    {
+        COrvalisView* view = Start("V24AnyRawPrinter=1\n");
+        QVERIFY(view);
+        // Cancel leaves the file as it was.
+        QFile file(Home(QStringLiteral("v24print.drv")));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray before = file.readAll();
+        file.close();
+        QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER_SETTINGS));
+        QCOMPARE(m_dialogs->m_nExecCalls, 1);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), before);
+        file.close();
+
+        // Forwarding on (no printer here: the bytes are only collected).
+        view->OnV24Printer();
+        QVERIFY(view->V24Printer().IsOn());
+        QString shownConnector;
+        m_dialogs->m_onExec = [&shownConnector](QDialog& dialog) {
+            auto* sheet = qobject_cast<CPrinterSheet*>(&dialog);
+            CCommParameter comm;
+            sheet->m_pCommPage->GetParameters(comm);
+            shownConnector = QString::fromLocal8Bit(comm.GetConnector());
+            sheet->m_pSettingsPage->m_pReceiveCRLF->setChecked(false);
+            return int(QDialog::Accepted);
+        };
+        QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER_SETTINGS));
+        QCOMPARE(shownConnector, m_printer->SlaveName());
+
+        CPrinterSettingsFile stored;
+        QVERIFY(stored.Load(Home(QStringLiteral("v24print.drv"))).IsOk());
+        QCOMPARE(stored.m_Terminal.m_bReceiveCRLF, 0);
+        QCOMPARE(stored.m_Driver.m_strName, QByteArray("Balance printer"));
+        QCOMPARE(stored.m_Comm.GetConnector(), m_printer->SlaveName().toLocal8Bit());
+        // The line open now was reopened with the new settings.
+        QVERIFY(view->V24Printer().Forwarding().PrinterComm()->IsPortOpen());
+        QVERIFY(m_printer->WriteMaster("A\rB"));
+        QTRY_COMPARE(view->V24Printer().Forwarding().PrinterBytes(), QByteArray("A\rB"));
+    }
+
+    void damagedSettingsFileIsNotWrittenOver()
+    {
+        QVERIFY(Start());
+        QFile file(Home(QStringLiteral("v24print.drv")));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        const QByteArray damaged = file.read(3);
+        QVERIFY(file.resize(3));
+        file.close();
+        QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER_SETTINGS));
+        QCOMPARE(m_dialogs->m_nExecCalls, 0);
+        QCOMPARE(m_dialogs->m_messages.size(), 1);
+        QVERIFY2(m_dialogs->m_messages.front().contains(QStringLiteral("v24print.drv")),
+                 qPrintable(m_dialogs->m_messages.front()));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), damaged);
+    }
+
+    void bothLinesFloodedLoseNothing()
+    {
+        RequireScheduler();
+        AddQueue(QStringLiteral("Epson_LQ-570"));
+        COrvalisView* view = Start();
+        QVERIFY(view);
+        QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
+        CPrinterForwarding& forwarding = view->V24Printer().Forwarding();
+        const int jobId = forwarding.Printer()->GetJobId();
+
+        // Lines of text on both, all bytes told apart by their position.
+        QByteArray instrumentStream;
+        QByteArray printerStream;
+        for (int i = 0; instrumentStream.size() < 1024 * 1024; ++i)
+            instrumentStream += QByteArray::number(i).rightJustified(8, '0') + " g\r\n";
+        for (int i = 0; printerStream.size() < 1024 * 1024; ++i)
+            printerStream += "Line " + QByteArray::number(i).rightJustified(8, '0') + '\r';
+        QByteArray printed = printerStream;
+        printed.replace("\r", "\r\n");
+
+        bool instrumentSent = false;
+        bool printerSent = false;
+        std::thread instrumentWriter([&] { instrumentSent = m_instrument->WriteMaster(instrumentStream, 60000); });
+        std::thread printerWriter([&] { printerSent = m_printer->WriteMaster(printerStream, 60000); });
+        const bool arrived = QTest::qWaitFor(
+            [&] {
+                return view->Pipeline().TotalBytes() >= instrumentStream.size() &&
+                       forwarding.PrinterBytes().size() >= printed.size();
+            },
+            60000);
+        instrumentWriter.join();
+        printerWriter.join();
+        QVERIFY(instrumentSent && printerSent);
+        QVERIFY(arrived);
+        QCOMPARE(view->Pipeline().TotalBytes(), qint64(instrumentStream.size()));
+        QVERIFY(forwarding.PrinterBytes() == printed);
+        view->Appender().Flush();
+        QVERIFY(view->toPlainText().endsWith(QString::fromLatin1(instrumentStream.right(13)).replace("\r\n", "\n")));
+
+        QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
+        QVERIFY(m_server->WaitForCompletedJob(QStringLiteral("Epson_LQ-570"), jobId, 30000));
+        QVERIFY(m_server->QueueFileBytes(QStringLiteral("Epson_LQ-570")) == printed);
+    }
 
 private:
     COrvalisView* Start(const QByteArray& profile = {});
@@ -67,43 +262,6 @@ private:
     QStringList m_queues;
 };
 
-void tst_V24Printer::initTestCase()
-{
-    m_server = std::make_unique<CCupsTestServer>();
-}
-
-void tst_V24Printer::init()
-{
-    m_home = std::make_unique<QTemporaryDir>();
-    qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
-    m_instrument = std::make_unique<CPtyPair>();
-    m_printer = std::make_unique<CPtyPair>();
-    QVERIFY(m_instrument->IsOpen() && m_printer->IsOpen());
-    m_instrument->CloseSlave();
-    m_printer->CloseSlave();
-    m_dialogs = std::make_unique<CScriptedDialogs>();
-
-    CPrinterSettingsFile printer;
-    printer.m_Driver.m_strName = "Balance printer";
-    printer.m_Comm.m_nConnector = -1;
-    printer.m_Comm.m_strConnector = m_printer->SlaveName().toLocal8Bit();
-    printer.m_Terminal.m_bReceiveCRLF = 1;
-    QVERIFY(printer.Store(Home(QStringLiteral("v24print.drv"))).IsOk());
-}
-
-void tst_V24Printer::cleanup()
-{
-    m_app.reset();
-    for (const QString& queue : std::as_const(m_queues))
-        m_server->RemoveQueue(queue);
-    m_queues.clear();
-    m_dialogs.reset();
-    m_instrument.reset();
-    m_printer.reset();
-    m_home.reset();
-    qunsetenv("ORVALIS_HOME");
-}
-
 COrvalisView* tst_V24Printer::Start(const QByteArray& profile)
 {
     CDriverFile records;
@@ -122,196 +280,6 @@ COrvalisView* tst_V24Printer::Start(const QByteArray& profile)
     if (!m_app->InitInstance({QStringLiteral("/Dlab.tbb")}))
         return nullptr;
     return qobject_cast<COrvalisView*>(Frame()->ActiveView());
-}
-
-void tst_V24Printer::itemInExtrasTogglesWithCheckMark()
-{
-    RequireScheduler();
-    AddQueue(QStringLiteral("Epson_LQ-570"));
-    COrvalisView* view = Start();
-    QVERIFY(view);
-    QVERIFY(Item());
-    QCOMPARE(Item()->text(), QStringLiteral("V24 &Printer"));
-    QVERIFY(Frame()->QueryCommand(ID_V24_PRINTER).bEnabled);
-    QVERIFY(!Item()->isChecked());
-    // Probing the printer opened no job.
-    QVERIFY(m_server->Jobs(QStringLiteral("Epson_LQ-570")).isEmpty());
-
-    QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
-    CPrinterForwarding& forwarding = view->V24Printer().Forwarding();
-    QVERIFY(Item()->isChecked());
-    QVERIFY(forwarding.PrinterComm()->IsPortOpen());
-    QVERIFY(forwarding.Printer()->IsJobOpen());
-    const int jobId = forwarding.Printer()->GetJobId();
-    QCOMPARE(forwarding.Settings().m_Driver.m_strName, QByteArray("Balance printer"));
-
-    QVERIFY(m_printer->WriteMaster("A\rB"));
-    QTRY_COMPARE(forwarding.PrinterBytes(), QByteArray("A\r\nB"));
-    QVERIFY(m_instrument->WriteMaster("reading\r\n"));
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("reading\n"));
-
-    QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
-    QVERIFY(!Item()->isChecked());
-    QVERIFY(forwarding.PrinterComm() == nullptr);
-    QVERIFY(m_server->WaitForCompletedJob(QStringLiteral("Epson_LQ-570"), jobId));
-    QCOMPARE(m_server->QueueFileBytes(QStringLiteral("Epson_LQ-570")), QByteArray("A\r\nB"));
-    QVERIFY(view->m_comm.IsPortOpen());
-}
-
-void tst_V24Printer::toggledTwiceLeavesNothingOpen()
-{
-    RequireScheduler();
-    AddQueue(QStringLiteral("Epson_LQ-570"));
-    COrvalisView* view = Start();
-    QVERIFY(view);
-    QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
-    QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
-    const CPrinterForwarding& forwarding = view->V24Printer().Forwarding();
-    QVERIFY(!forwarding.IsOn());
-    QVERIFY(forwarding.PrinterComm() == nullptr);
-    QVERIFY(forwarding.Printer() == nullptr);
-    QVERIFY(!Item()->isChecked());
-    QVERIFY(!Frame()->QueryCommand(ID_V24_PRINTER).bChecked);
-    // The empty job was withdrawn: nothing waits on the printer.
-    const QList<CCupsTestServer::Job> jobs = m_server->Jobs(QStringLiteral("Epson_LQ-570"));
-    QCOMPARE(jobs.size(), 1);
-    QCOMPARE(jobs.front().state, int(IPP_JSTATE_CANCELED));
-}
-
-void tst_V24Printer::enabledOnlyForASuitablePrinter()
-{
-    RequireScheduler();
-    AddQueue(QStringLiteral("EPSON_LQ-570"));
-    QVERIFY(Start());
-    QVERIFY(!Frame()->QueryCommand(ID_V24_PRINTER).bEnabled);
-    // The settings can be edited all the same.
-    QVERIFY(Frame()->QueryCommand(ID_V24_PRINTER_SETTINGS).bEnabled);
-    m_app.reset();
-
-    // Any printer that takes raw data, when the profile says so.
-    QVERIFY(Start("V24AnyRawPrinter=1\n"));
-    QVERIFY(Frame()->QueryCommand(ID_V24_PRINTER).bEnabled);
-}
-
-void tst_V24Printer::refusedJobToldOnceAndBytesCollected()
-{
-    RequireScheduler();
-    AddQueue(QStringLiteral("Epson_LQ-570"));
-    COrvalisView* view = Start();
-    QVERIFY(view);
-    QVERIFY(m_server->RejectJobs(QStringLiteral("Epson_LQ-570")));
-    QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
-    QVERIFY(Item()->isChecked());
-    QVERIFY2(StatusText().startsWith(
-                 QStringLiteral("V24 Printer: nothing is printed: \"Epson_LQ-570\" refused the print job")),
-             qPrintable(StatusText()));
-
-    Frame()->SetPaneText(CMainFrame::PaneMessage, QStringLiteral("other news"));
-    QVERIFY(m_printer->WriteMaster("A\rB"));
-    QTRY_COMPARE(view->V24Printer().Forwarding().PrinterBytes(), QByteArray("A\r\nB"));
-    QCOMPARE(StatusText(), QStringLiteral("other news"));
-}
-
-void tst_V24Printer::settingsSheetWritesTheFileAndTheLineTakesIt()
-{
-    COrvalisView* view = Start("V24AnyRawPrinter=1\n");
-    QVERIFY(view);
-    // Cancel leaves the file as it was.
-    QFile file(Home(QStringLiteral("v24print.drv")));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray before = file.readAll();
-    file.close();
-    QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER_SETTINGS));
-    QCOMPARE(m_dialogs->m_nExecCalls, 1);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), before);
-    file.close();
-
-    // Forwarding on (no printer here: the bytes are only collected).
-    view->OnV24Printer();
-    QVERIFY(view->V24Printer().IsOn());
-    QString shownConnector;
-    m_dialogs->m_onExec = [&shownConnector](QDialog& dialog) {
-        auto* sheet = qobject_cast<CPrinterSheet*>(&dialog);
-        CCommParameter comm;
-        sheet->m_pCommPage->GetParameters(comm);
-        shownConnector = QString::fromLocal8Bit(comm.GetConnector());
-        sheet->m_pSettingsPage->m_pReceiveCRLF->setChecked(false);
-        return int(QDialog::Accepted);
-    };
-    QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER_SETTINGS));
-    QCOMPARE(shownConnector, m_printer->SlaveName());
-
-    CPrinterSettingsFile stored;
-    QVERIFY(stored.Load(Home(QStringLiteral("v24print.drv"))).IsOk());
-    QCOMPARE(stored.m_Terminal.m_bReceiveCRLF, 0);
-    QCOMPARE(stored.m_Driver.m_strName, QByteArray("Balance printer"));
-    QCOMPARE(stored.m_Comm.GetConnector(), m_printer->SlaveName().toLocal8Bit());
-    // The line open now was reopened with the new settings.
-    QVERIFY(view->V24Printer().Forwarding().PrinterComm()->IsPortOpen());
-    QVERIFY(m_printer->WriteMaster("A\rB"));
-    QTRY_COMPARE(view->V24Printer().Forwarding().PrinterBytes(), QByteArray("A\rB"));
-}
-
-void tst_V24Printer::damagedSettingsFileIsNotWrittenOver()
-{
-    QVERIFY(Start());
-    QFile file(Home(QStringLiteral("v24print.drv")));
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    const QByteArray damaged = file.read(3);
-    QVERIFY(file.resize(3));
-    file.close();
-    QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER_SETTINGS));
-    QCOMPARE(m_dialogs->m_nExecCalls, 0);
-    QCOMPARE(m_dialogs->m_messages.size(), 1);
-    QVERIFY2(m_dialogs->m_messages.front().contains(QStringLiteral("v24print.drv")),
-             qPrintable(m_dialogs->m_messages.front()));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), damaged);
-}
-
-void tst_V24Printer::bothLinesFloodedLoseNothing()
-{
-    RequireScheduler();
-    AddQueue(QStringLiteral("Epson_LQ-570"));
-    COrvalisView* view = Start();
-    QVERIFY(view);
-    QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
-    CPrinterForwarding& forwarding = view->V24Printer().Forwarding();
-    const int jobId = forwarding.Printer()->GetJobId();
-
-    // Lines of text on both, all bytes told apart by their position.
-    QByteArray instrumentStream;
-    QByteArray printerStream;
-    for (int i = 0; instrumentStream.size() < 1024 * 1024; ++i)
-        instrumentStream += QByteArray::number(i).rightJustified(8, '0') + " g\r\n";
-    for (int i = 0; printerStream.size() < 1024 * 1024; ++i)
-        printerStream += "Line " + QByteArray::number(i).rightJustified(8, '0') + '\r';
-    QByteArray printed = printerStream;
-    printed.replace("\r", "\r\n");
-
-    bool instrumentSent = false;
-    bool printerSent = false;
-    std::thread instrumentWriter([&] { instrumentSent = m_instrument->WriteMaster(instrumentStream, 60000); });
-    std::thread printerWriter([&] { printerSent = m_printer->WriteMaster(printerStream, 60000); });
-    const bool arrived = QTest::qWaitFor(
-        [&] {
-            return view->Pipeline().TotalBytes() >= instrumentStream.size() &&
-                   forwarding.PrinterBytes().size() >= printed.size();
-        },
-        60000);
-    instrumentWriter.join();
-    printerWriter.join();
-    QVERIFY(instrumentSent && printerSent);
-    QVERIFY(arrived);
-    QCOMPARE(view->Pipeline().TotalBytes(), qint64(instrumentStream.size()));
-    QVERIFY(forwarding.PrinterBytes() == printed);
-    view->Appender().Flush();
-    QVERIFY(view->toPlainText().endsWith(QString::fromLatin1(instrumentStream.right(13)).replace("\r\n", "\n")));
-
-    QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
-    QVERIFY(m_server->WaitForCompletedJob(QStringLiteral("Epson_LQ-570"), jobId, 30000));
-    QVERIFY(m_server->QueueFileBytes(QStringLiteral("Epson_LQ-570")) == printed);
 }
 
 QTEST_MAIN(tst_V24Printer)

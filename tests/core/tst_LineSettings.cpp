@@ -1,0 +1,249 @@
+// The line settings' vocabulary: parity and flow-control words, connector
+// names, and the device control block they give.
+
+#include "CCommParameter.h"
+#include "CConnectorName.h"
+#include "CDeviceControlBlock.h"
+#include "CLineSettingsText.h"
+
+#include <QTest>
+
+#include <cstring>
+
+Q_DECLARE_METATYPE(CConnectorName::Kind)
+
+namespace {
+
+QByteArray Bytes(const CDeviceControlBlock& block)
+{
+    return QByteArray(reinterpret_cast<const char*>(&block), sizeof block);
+}
+
+quint32 FlagWord(const CDeviceControlBlock& block)
+{
+    quint32 word;
+    std::memcpy(&word, reinterpret_cast<const char*>(&block) + 8, 4);
+    return word;
+}
+
+} // namespace
+
+class tst_LineSettings : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void parityWords_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("parity");
+        QTest::addColumn<QString>("written");
+        QTest::newRow("letter") << "E" << int('E') << "E";
+        QTest::newRow("lower-case letter") << "o" << int('O') << "O";
+        QTest::newRow("word in any case") << "sPaCe" << int('S') << "S";
+        QTest::newRow("none") << "none" << int('N') << "N";
+        QTest::newRow("unknown word") << "even-ish" << -1 << "";
+        QTest::newRow("empty text") << "" << -1 << "";
+    }
+
+    void parityWords()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, parity);
+        QCOMPARE(CLineSettingsText::ParseParity(text), parity);
+        QTEST(CLineSettingsText::ParityToString(parity), "written");
+    }
+
+    void flowControlWords_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("flowControl");
+        QTest::addColumn<QString>("written");
+        QTest::newRow("none is 0") << "None" << 0 << "None";
+        QTest::newRow("xon/xoff is 1") << "xon/xoff" << 1 << "Xon/Xoff";
+        QTest::newRow("rts/cts is 2") << "RTS/CTS" << 2 << "Rts/Cts";
+        QTest::newRow("unknown word") << "hardware" << -1 << "";
+    }
+
+    void flowControlWords()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, flowControl);
+        QCOMPARE(CLineSettingsText::ParseFlowControl(text), flowControl);
+        QTEST(CLineSettingsText::FlowControlToString(flowControl), "written");
+        QCOMPARE(CLineSettingsText::FlowControlToString(4), QString());
+    }
+
+    void summary()
+    {
+        CCommParameter line;
+        QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("9600 8N1 Rts/Cts"));
+        line.m_nBaudRate = 115200;
+        line.m_nDataBits = 7;
+        line.m_cParity = 'E';
+        line.m_nStopBits = 2;
+        line.m_nFlowControl = 0;
+        QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("115200 7E2 None"));
+        // A damaged record still says what it holds.
+        line.m_cParity = 'Q';
+        line.m_nFlowControl = 9;
+        QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("115200 7?2 ?"));
+    }
+
+    void shortConnector_data()
+    {
+        QTest::addColumn<QString>("connector");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("port name") << "COM1" << "COM1";
+        QTest::newRow("longest kept whole") << "/dev/serial/by-id/ab" << "/dev/serial/by-id/ab";
+        QTest::newRow("one longer: start and name kept")
+            << "/work/build/demo/balance-sim-tty" << QStringLiteral("/work/\u2026lance-sim-tty");
+    }
+
+    void shortConnector()
+    {
+        QFETCH(QString, connector);
+        QTEST(CLineSettingsText::ShortConnector(connector), "shown");
+    }
+
+    void parse_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<CConnectorName::Kind>("kind");
+        QTest::addColumn<QByteArray>("devicePath");
+        QTest::addColumn<QByteArray>("serialNumber");
+        QTest::addColumn<QByteArray>("written");
+
+        using N = CConnectorName;
+        QTest::newRow("None in any case never opens") << QByteArray("nOnE") << N::None << QByteArray() << QByteArray() << QByteArray("None");
+        QTest::newRow("com12 in lower case is written COM12")
+            << QByteArray("com12") << N::ComPort << QByteArray("/dev/ttyS11") << QByteArray() << QByteArray("COM12");
+        QTest::newRow("COM255 is the last port")
+            << QByteArray("COM255") << N::ComPort << QByteArray("/dev/ttyS254") << QByteArray() << QByteArray("COM255");
+        QTest::newRow("COM256 is no port") << QByteArray("COM256") << N::Invalid << QByteArray() << QByteArray() << QByteArray("COM256");
+        QTest::newRow("COM007 with leading zeros is no port")
+            << QByteArray("COM007") << N::Invalid << QByteArray() << QByteArray() << QByteArray("COM007");
+        QTest::newRow("an absolute path opens as it stands")
+            << QByteArray("/dev/ttyUSB0") << N::DevicePath << QByteArray("/dev/ttyUSB0") << QByteArray() << QByteArray("/dev/ttyUSB0");
+        QTest::newRow("a bare name lives below /dev")
+            << QByteArray("ttyACM1") << N::DevicePath << QByteArray("/dev/ttyACM1") << QByteArray() << QByteArray("/dev/ttyACM1");
+        QTest::newRow("a path naming FTDI is still a path")
+            << QByteArray("/dev/serial/by-id/usb-FTDI_FT232R_USB_UART_A5-if00-port0") << N::DevicePath
+            << QByteArray("/dev/serial/by-id/usb-FTDI_FT232R_USB_UART_A5-if00-port0") << QByteArray()
+            << QByteArray("/dev/serial/by-id/usb-FTDI_FT232R_USB_UART_A5-if00-port0");
+        QTest::newRow("FT in a name selects the USB converter")
+            << QByteArray("FT12AB34") << N::UsbConverter << QByteArray() << QByteArray("FT12AB34") << QByteArray("FT12AB34");
+        QTest::newRow("VD anywhere selects the USB converter")
+            << QByteArray("XVD99") << N::UsbConverter << QByteArray() << QByteArray("XVD99") << QByteArray("XVD99");
+        QTest::newRow("ft in lower case is a device name, the rule is case-sensitive")
+            << QByteArray("ft12") << N::DevicePath << QByteArray("/dev/ft12") << QByteArray() << QByteArray("/dev/ft12");
+        QTest::newRow("a relative path is refused")
+            << QByteArray("../etc/passwd") << N::Invalid << QByteArray() << QByteArray() << QByteArray("../etc/passwd");
+    }
+
+    void parse()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(CConnectorName::Kind, kind);
+        QFETCH(QByteArray, written);
+
+        const CConnectorName name = CConnectorName::Parse(text);
+        QCOMPARE(name.GetKind(), kind);
+        QTEST(name.GetDevicePath(), "devicePath");
+        QTEST(name.GetSerialNumber(), "serialNumber");
+        QCOMPARE(name.CanOpen(), kind != CConnectorName::None && kind != CConnectorName::Invalid);
+        QCOMPARE(name.ToString(), written);
+
+        const CConnectorName again = CConnectorName::Parse(name.ToString());
+        QCOMPARE(again.GetKind(), kind);
+        QCOMPARE(again.ToString(), written);
+    }
+
+    void fromComNumber_data()
+    {
+        QTest::addColumn<int>("number");
+        QTest::addColumn<bool>("valid");
+        QTest::addColumn<QByteArray>("written");
+        QTest::newRow("3 is COM3") << 3 << true << QByteArray("COM3");
+        QTest::newRow("0 is no port") << 0 << false << QByteArray("COM0");
+    }
+
+    void fromComNumber()
+    {
+        QFETCH(int, number);
+        QFETCH(bool, valid);
+        const CConnectorName name = CConnectorName::FromComNumber(number);
+        QCOMPARE(name.CanOpen(), valid);
+        QCOMPARE(name.GetComNumber(), valid ? number : 0);
+        QTEST(name.ToString(), "written");
+    }
+
+    void defaultRecordGivesTheGoldenBlock()
+    {
+        CDeviceControlBlock block;
+        block.ApplyLineSettings(CCommParameter());
+        // Length 28, 9600 baud, flags 0x2017 (binary, parity check, CTS flow, DTR
+        // enable, RTS handshake), XonLim 6348, XoffLim 25395, 8 data bits, no
+        // parity, one stop bit, XON 0x11, XOFF 0x13.
+        const QByteArray golden = QByteArray::fromHex("1c000000" "80250000" "17200000" "0000" "cc18" "3363"
+                                                      "08" "00" "00" "11" "13" "00" "00" "00" "0000");
+        QCOMPARE(Bytes(block).toHex(' '), golden.toHex(' '));
+    }
+
+    void flowControl_data()
+    {
+        QTest::addColumn<int>("flow");
+        QTest::addColumn<quint32>("flags");
+        QTest::newRow("none: DTR and RTS enabled") << 0 << 0x1013u;
+        QTest::newRow("Xon/Xoff adds XON/XOFF out and in") << 1 << 0x1313u;
+        QTest::newRow("Rts/Cts: CTS flow and RTS handshake") << 2 << 0x2017u;
+        QTest::newRow("Dtr/Dsr: RTS/CTS with XON/XOFF, no DSR flow") << 3 << 0x2317u;
+        QTest::newRow("an unknown code is none") << 9 << 0x1013u;
+    }
+
+    void flowControl()
+    {
+        QFETCH(int, flow);
+        QFETCH(quint32, flags);
+        CCommParameter parameters;
+        parameters.m_nFlowControl = flow;
+        CDeviceControlBlock block;
+        // Flags set before (DSR sensitivity, abort on error) stay.
+        block.fDsrSensitivity = 1;
+        block.fAbortOnError = 1;
+        block.ApplyLineSettings(parameters);
+        QCOMPARE(FlagWord(block), flags | 0x40u | 0x4000u);
+    }
+
+    void characterFormat_data()
+    {
+        QTest::addColumn<int>("parity");
+        QTest::addColumn<int>("stopBits");
+        QTest::addColumn<int>("parityCode");
+        QTest::addColumn<int>("stopCode");
+        QTest::newRow("even, two stop bits") << int('E') << 2 << 2 << 2;
+        QTest::newRow("mark") << int('M') << 1 << 3 << 0;
+        QTest::newRow("space") << int('S') << 1 << 4 << 0;
+        QTest::newRow("none") << int('N') << 2 << 0 << 2;
+        QTest::newRow("parity X and stop bits 3 keep the block's") << int('X') << 3 << 2 << 1;
+        QTest::newRow("lower-case e is no parity letter") << int('e') << 0 << 2 << 1;
+    }
+
+    void characterFormat()
+    {
+        QFETCH(int, parity);
+        QFETCH(int, stopBits);
+        CCommParameter parameters;
+        parameters.m_cParity = parity;
+        parameters.m_nStopBits = stopBits;
+        CDeviceControlBlock block;
+        block.Parity = CDeviceControlBlock::EvenParity;
+        block.StopBits = CDeviceControlBlock::OneAndHalfStopBits;
+        block.ApplyLineSettings(parameters);
+        QTEST(int(block.Parity), "parityCode");
+        QTEST(int(block.StopBits), "stopCode");
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_LineSettings)
+#include "tst_LineSettings.moc"

@@ -1,0 +1,195 @@
+// The instrument window's text tools: the hex dump, time stamps at line
+// starts, line breaks after the names of received line ends.
+
+#include "CHexDump.h"
+#include "CLineStamper.h"
+#include "CNameLineBreaks.h"
+#include "PipelineFakes.h"
+
+#include <QtTest>
+
+namespace {
+
+// The row as a reader of hex dumps expects it, written out independently.
+QString Expected(qint64 offset, const QByteArray& bytes)
+{
+    QString hex;
+    QString text;
+    for (int i = 0; i < 16; ++i) {
+        if (i == 8)
+            hex += QLatin1Char(' ');
+        if (i < bytes.size()) {
+            const auto b = static_cast<unsigned char>(bytes[i]);
+            hex += QString::asprintf(" %02x", b);
+            text += (b >= 32 && b <= 126) ? QChar(b) : QChar(u'.');
+        } else {
+            hex += QLatin1String("   ");
+        }
+    }
+    return QString::asprintf("%08llx ", static_cast<long long>(offset)) + hex + QLatin1String("  ") + text;
+}
+
+} // namespace
+
+class tst_TextTools : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void stampsTheFirstByteOfEveryLine_data()
+    {
+        QTest::addColumn<bool>("names");
+        QTest::addColumn<QByteArrayList>("pieces");
+        QTest::addColumn<QByteArray>("expected");
+        const QByteArray s1 = "2026-11-23 14:05:31.001 ", s2 = "2026-11-23 14:05:31.002 ",
+                         s3 = "2026-11-23 14:05:31.003 ";
+        QTest::newRow("CR LF ends a line once") << false << QByteArrayList{"a\r\nb\r\n"} << s1 + "a\r\n" + s2 + "b\r\n";
+        QTest::newRow("CR LF split between pieces is one line end")
+            << false << QByteArrayList{"a\r", "\nb"} << s1 + "a\r\n" + s2 + "b";
+        QTest::newRow("lone CR and lone LF each end a line")
+            << false << QByteArrayList{"a\rb\nc"} << s1 + "a\r" + s2 + "b\n" + s3 + "c";
+        QTest::newRow("a line continued in the next piece keeps its stamp")
+            << false << QByteArrayList{"12.", "5 g\r\n"} << s1 + "12.5 g\r\n";
+        QTest::newRow("no stamp waits for a line that has not begun") << false << QByteArrayList{"x\r\n"} << s1 + "x\r\n";
+        QTest::newRow("shown names <CR><LF> end a line once")
+            << true << QByteArrayList{"a<CR><LF>b<CR>"} << s1 + "a<CR><LF>" + s2 + "b<CR>";
+        QTest::newRow("<LF> name in the next piece stays with its <CR>")
+            << true << QByteArrayList{"<STX>a<CR>", "<LF>b<CR>"} << s1 + "<STX>a<CR><LF>" + s2 + "b<CR>";
+        QTest::newRow("lone <LF> name ends a line") << true << QByteArrayList{"a<LF>b"} << s1 + "a<LF>" + s2 + "b";
+    }
+
+    void stampsTheFirstByteOfEveryLine()
+    {
+        QFETCH(bool, names);
+        QFETCH(QByteArrayList, pieces);
+        CTextBuffer buffer;
+        QDateTime now(QDate(2026, 11, 23), QTime(14, 5, 31));
+        CLineStamper stamper(buffer, [&] { return now = now.addMSecs(1); });
+        stamper.SetControlNames(names);
+        for (const QByteArray& piece : pieces)
+            stamper.AppendBytes(piece);
+        QTEST(buffer.m_text, "expected");
+    }
+
+    void formatsLocalTimeToTheMillisecond()
+    {
+        QCOMPARE(CLineStamper::Stamp(QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5, 7))), QByteArray("2026-01-02 03:04:05.007 "));
+    }
+
+    void switchedOnMidLineStampsFromTheNextLine()
+    {
+        CTextBuffer buffer;
+        const QDateTime now(QDate(2026, 11, 23), QTime(14, 5, 31));
+        CLineStamper stamper(buffer, [&] { return now; });
+        stamper.SetOn(false);
+        stamper.AppendBytes("a\r\nb");
+        stamper.SetOn(true);
+        stamper.AppendBytes("c\r\nd");
+        stamper.SetOn(false);
+        stamper.AppendBytes("e\r");
+        stamper.SetOn(true);
+        // The LF of the CR LF seen while off still belongs to that line end.
+        stamper.AppendBytes("\nf");
+        const QByteArray s = CLineStamper::Stamp(now);
+        QCOMPARE(buffer.m_text, "a\r\nbc\r\n" + s + "de\r\n" + s + "f");
+    }
+
+    // Line breaks after the names of received line ends, with control
+    // characters shown, and taking them out again.
+    void add_data()
+    {
+        QTest::addColumn<QStringList>("pieces");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("breaks after CR LF, not between them")
+            << QStringList{"A<CR><LF>B<CR><LF>"} << QStringLiteral("A<CR><LF>\nB<CR><LF>\n");
+        QTest::newRow("breaks after a lone CR") << QStringList{"A<CR>B"} << QStringLiteral("A<CR>\nB");
+        QTest::newRow("breaks after a lone LF") << QStringList{"A<LF>B<LF>"} << QStringLiteral("A<LF>\nB<LF>\n");
+        QTest::newRow("a CR ending a piece waits for the LF of the next")
+            << QStringList{"A<CR>", "<LF>B"} << QStringLiteral("A<CR><LF>\nB");
+        QTest::newRow("a CR ending a piece breaks before other text")
+            << QStringList{"A<CR>", "B<CR>", ""} << QStringLiteral("A<CR>\nB<CR>");
+        QTest::newRow("other names and brackets stay as they are")
+            << QStringList{"<STX>1<2>3<ETX><C<L"} << QStringLiteral("<STX>1<2>3<ETX><C<L");
+        QTest::newRow("names split between pieces are not names") << QStringList{"A<C", "R>B"} << QStringLiteral("A<CR>B");
+    }
+
+    void add()
+    {
+        QFETCH(QStringList, pieces);
+        CNameLineBreaks breaks;
+        QString result;
+        for (const QString& piece : pieces)
+            result += breaks.Add(piece);
+        QTEST(result, "shown");
+    }
+
+    void removeUndoesAdd_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("line ends") << QStringLiteral("A<CR><LF>B<CR>C<LF>D");
+        QTest::newRow("names at the end") << QStringLiteral("A<CR><LF>");
+        QTest::newRow("no names") << QStringLiteral("plain <text>");
+        QTest::newRow("a real break not after a name stays") << QStringLiteral("typed\nline<CR><LF>");
+    }
+
+    void removeUndoesAdd()
+    {
+        QFETCH(QString, text);
+        QCOMPARE(CNameLineBreaks::Remove(CNameLineBreaks().Add(text)), text);
+    }
+
+    void resetForgetsWaitingCR()
+    {
+        CNameLineBreaks breaks;
+        QCOMPARE(breaks.Add(QStringLiteral("A<CR>")), QStringLiteral("A<CR>"));
+        breaks.Reset();
+        QCOMPARE(breaks.Add(QStringLiteral("B")), QStringLiteral("B"));
+    }
+
+    void everyByteValueInRowsOfSixteen()
+    {
+        QByteArray all;
+        for (int b = 0; b < 256; ++b)
+            all += char(b);
+        CHexDump dump;
+        QStringList rows;
+        // Pieces that cut rows anywhere.
+        for (qsizetype pos = 0; pos < all.size(); pos += 7)
+            rows += dump.Append(all.mid(pos, 7));
+        QCOMPARE(rows.size(), 16);
+        QVERIFY(!dump.HasPartialRow());
+        for (int r = 0; r < 16; ++r)
+            QCOMPARE(rows.at(r), Expected(16 * r, all.mid(16 * r, 16)));
+        QCOMPARE(rows.at(0), QStringLiteral("00000000  00 01 02 03 04 05 06 07  08 09 0a 0b 0c 0d 0e 0f  ................"));
+        QCOMPARE(rows.at(3), QStringLiteral("00000030  30 31 32 33 34 35 36 37  38 39 3a 3b 3c 3d 3e 3f  0123456789:;<=>?"));
+        QCOMPARE(rows.at(7).right(16), QStringLiteral("pqrstuvwxyz{|}~."));
+        QCOMPARE(rows.at(15).right(16), QStringLiteral("................"));
+        QCOMPARE(dump.EndOffset(), qint64(256));
+    }
+
+    void rowFillingAcrossPiecesKeepsItsColumns()
+    {
+        CHexDump dump;
+        QVERIFY(dump.Append("AB\r").isEmpty());
+        QCOMPARE(dump.PartialRow(), Expected(0, "AB\r"));
+        const QString full = Expected(0, "AB\r\n0123456789ab");
+        // The printable column begins where it begins in a full row.
+        QCOMPARE(dump.PartialRow().indexOf(QLatin1String("AB.")), full.indexOf(QLatin1String("AB..")));
+        const QStringList rows = dump.Append("\n0123456789abcd");
+        QCOMPARE(rows, QStringList{full});
+        QCOMPARE(dump.PartialRow(), Expected(16, "cd"));
+    }
+
+    void skippedBytesMoveTheOffset()
+    {
+        CHexDump dump;
+        dump.Append("12345");
+        dump.Skip(100);
+        QVERIFY(!dump.HasPartialRow());
+        QCOMPARE(dump.Append("0123456789abcdefX"), QStringList{Expected(105, "0123456789abcdef")});
+        QCOMPARE(dump.EndOffset(), qint64(122));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_TextTools)
+#include "tst_TextTools.moc"
