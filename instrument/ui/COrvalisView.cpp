@@ -1131,6 +1131,9 @@ void COrvalisView::StopWaitingForLine()
 void COrvalisView::OnReconnected(const QString& message)
 {
     ClearLineProblem();
+    // The readings have a gap: the window says so until the line is opened
+    // or lost again, however little of the status bar the message gets.
+    ShowMessageLine(message);
     SetLineState();
     EnableWindow(false);
     m_terminalParam.m_bLocalEcho = 0;

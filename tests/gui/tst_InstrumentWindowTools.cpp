@@ -441,6 +441,9 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBack()
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("before\nhalf"));
 
     m_pty->CloseMaster();
+    // The device is gone, its node with it (a stale link could meet another
+    // test's pty that took the same number).
+    QVERIFY(QFile::remove(link));
     QTRY_VERIFY(view->IsWaitingForLine());
     const QString status = Frame()->GetPaneText(CMainFrame::PaneMessage);
     QVERIFY2(status.endsWith(QStringLiteral("Waiting for %1\u2026").arg(link)), qPrintable(status));
@@ -454,11 +457,12 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBack()
     CPtyPair again;
     QVERIFY(again.IsOpen());
     again.CloseSlave();
-    QVERIFY(QFile::remove(link));
     QVERIFY(QFile::link(again.SlaveName(), link));
     QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * CDeviceWatch::LongestWaitMs());
     QVERIFY(!view->IsWaitingForLine());
-    QVERIFY(Frame()->GetPaneText(CMainFrame::PaneMessage).startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
+    const QString reconnected = Frame()->GetPaneText(CMainFrame::PaneMessage);
+    QVERIFY(reconnected.startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
+    QCOMPARE(view->findChild<QLabel*>(QStringLiteral("MessageLine"))->text(), reconnected);
     QVERIFY(pane->text().contains(QStringLiteral("  connected")));
     QVERIFY(view->LineProblem().isEmpty());
     QVERIFY(!view->IsWindowEnabled());
@@ -480,10 +484,12 @@ void tst_InstrumentWindowTools::reconnectSwitchedOffLeavesTheLineClosed()
                  .value(QStringLiteral("Lab/ReconnectAutomatically"))
                  .toBool());
     m_pty->CloseMaster();
+    // The device is gone, its node with it (a stale link could meet another
+    // test's pty that took the same number).
+    QVERIFY(QFile::remove(link));
     QTRY_VERIFY(!view->m_comm.IsPortOpen());
     CPtyPair again;
     again.CloseSlave();
-    QVERIFY(QFile::remove(link));
     QVERIFY(QFile::link(again.SlaveName(), link));
     QTest::qWait(CDeviceWatch::LongestWaitMs() + 300);
     QVERIFY(!view->IsWaitingForLine());
