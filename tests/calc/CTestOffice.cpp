@@ -110,6 +110,10 @@ CExcel::COffice CTestOffice::Office() const
 
 bool CTestOffice::Start(int seconds)
 {
+    // The program ignores SIGPIPE when the UNO runtime starts, unless it
+    // has a handler of its own; the test framework's crash handler is one,
+    // and a write to a killed office would end the test. As in the program:
+    ::signal(SIGPIPE, SIG_IGN);
     const QDeadlineTimer deadline(qint64(seconds) * 1000);
     QStringList arguments = Arguments();
     arguments << QStringLiteral("--norestore") << QStringLiteral("--nologo") << QStringLiteral("--nodefault")
