@@ -7,7 +7,10 @@
 #include "CByteSource.h"
 #include "CCellSink.h"
 #include "CCommandSink.h"
+#include "CDriverParameter.h"
+#include "CReceivePipeline.h"
 #include "CScript.h"
+#include "CTerminalParameter.h"
 #include "CTextSink.h"
 
 #include <QByteArrayList>
@@ -79,3 +82,30 @@ inline void FillScript(CScript& script, bool registered, const QByteArray& endOf
     for (const QByteArrayList& sequence : sequences)
         script.m_Sequences.append(std::make_shared<CStringArray>(sequence));
 }
+
+// A window's received-data pipeline: the channel a block list, the text in a
+// buffer.
+struct PipelineWindow
+{
+    PipelineWindow()
+        : pipeline(script, display, driver)
+    {
+        pipeline.SetByteSource(&source);
+        pipeline.SetTextSink(&text);
+    }
+
+    // One notification per pass until the channel has nothing left.
+    void Pass(const QByteArrayList& blocks)
+    {
+        source.m_blocks = blocks;
+        while (!source.m_blocks.isEmpty())
+            pipeline.OnCommEvent();
+    }
+
+    CScript script;
+    CTerminalParameter display;
+    CDriverParameter driver;
+    CReceivePipeline pipeline;
+    CBlockSource source;
+    CTextBuffer text;
+};

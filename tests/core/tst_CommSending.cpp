@@ -75,6 +75,17 @@ CCommParameter Line(const QString& path)
     return line;
 }
 
+// A channel with an owner that records its events, open on a pty.
+struct SendingLine
+{
+    SendingLine() { comm.Create(&owner); }
+    bool Open() { return pty.IsOpen() && comm.OpenPort(Line(pty.SlaveName())); }
+
+    CPtyPair pty;
+    CComm comm;
+    COwner owner{comm};
+};
+
 } // namespace
 
 class tst_CommSending : public QObject
@@ -90,12 +101,9 @@ private Q_SLOTS:
 
     void fileTransferPostsItsEventsToTheOwner()
     {
-        CPtyPair pty;
-        QVERIFY(pty.IsOpen());
-        CComm comm;
-        COwner owner(comm);
-        comm.Create(&owner);
-        QVERIFY(comm.OpenPort(Line(pty.SlaveName())));
+        SendingLine line;
+        QVERIFY(line.Open());
+        auto& [pty, comm, owner] = line;
         const QByteArray content(5000, 'x');
 
         QCOMPARE(comm.SendFile(WriteFile(QStringLiteral("five.bin"), content)), 1);
@@ -118,15 +126,12 @@ private Q_SLOTS:
 
     void typedTextAndCommandsWaitForTheEndOfTheFile()
     {
-        CPtyPair pty;
-        QVERIFY(pty.IsOpen());
-        CComm comm;
-        COwner owner(comm);
-        comm.Create(&owner);
+        SendingLine line;
+        auto& [pty, comm, owner] = line;
         CTerminalParameter terminal;
         terminal.m_bSendCRLF = 1;
         comm.SetTerminalParameter(terminal);
-        QVERIFY(comm.OpenPort(Line(pty.SlaveName())));
+        QVERIFY(line.Open());
 
         // Until the owner has handled the end event the channel counts as sending.
         comm.SendFile(WriteFile(QStringLiteral("file.txt"), "FILE"));
@@ -139,12 +144,9 @@ private Q_SLOTS:
 
     void closeKeepingOutputLeavesTheBytesToTheLine()
     {
-        CPtyPair pty;
-        QVERIFY(pty.IsOpen());
-        CComm comm;
-        COwner owner(comm);
-        comm.Create(&owner);
-        QVERIFY(comm.OpenPort(Line(pty.SlaveName())));
+        SendingLine line;
+        QVERIFY(line.Open());
+        auto& [pty, comm, owner] = line;
         // More than the instrument's end holds before it reads: the rest waits
         // in the line, where a purging close would throw it away.
         const QByteArray bytes(12000, 'b');

@@ -39,35 +39,19 @@ QStringList Lines(const QString& path)
 }
 
 // The received bytes of a window in plain mode with its spreadsheet switch on.
-struct Window
+struct Window : PipelineWindow
 {
     explicit Window(CCellSink* cells)
-        : pipeline(script, display, driver)
     {
         driver.m_bExcel = 1;
-        pipeline.SetByteSource(&source);
-        pipeline.SetTextSink(&text);
         pipeline.SetCellSink(cells);
     }
     // The passes, then the window's event loop (which hands the cells on).
     void Receive(const QByteArray& bytes)
     {
-        Pass(bytes);
+        Pass({bytes});
         QCoreApplication::processEvents();
     }
-    void Pass(const QByteArray& bytes)
-    {
-        source.m_blocks = {bytes};
-        while (!source.m_blocks.isEmpty())
-            pipeline.OnCommEvent();
-    }
-
-    CScript script;
-    CTerminalParameter display;
-    CDriverParameter driver;
-    CReceivePipeline pipeline;
-    CBlockSource source;
-    CTextBuffer text;
 };
 
 struct Output
@@ -342,7 +326,7 @@ void tst_ExcelOutput::journalSurvivesAKilledProgram()
         QByteArray rows;
         for (int i = 1; i <= 40; ++i)
             rows += QByteArray::number(i) + "\t" + QByteArray::number(i * 0.5) + "\r\n";
-        window.Pass(rows + "41\t");
+        window.Pass({rows + "41\t"});
         ::kill(::getpid(), SIGKILL);
         ::_exit(1);
     }

@@ -10,32 +10,17 @@
 
 namespace {
 
-struct Window
+struct Window : PipelineWindow
 {
     Window()
-        : pipeline(script, display, driver)
     {
         display.m_bReceiveCRLF = 0;
-        pipeline.SetByteSource(&source);
-        pipeline.SetTextSink(&text);
         pipeline.SetCommandTarget(&commands);
         pipeline.SetSleeper([this](quint32 ms) { sleeps.append(ms); });
     }
 
-    // One notification per pass until the channel has nothing left.
-    void Receive(const QByteArrayList& blocks)
-    {
-        source.m_blocks = blocks;
-        while (!source.m_blocks.isEmpty())
-            pipeline.OnCommEvent();
-    }
+    void Receive(const QByteArrayList& blocks) { Pass(blocks); }
 
-    CScript script;
-    CTerminalParameter display;
-    CDriverParameter driver;
-    CReceivePipeline pipeline;
-    CBlockSource source;
-    CTextBuffer text;
     CCommandRecorder commands;
     QList<quint32> sleeps;
 };
