@@ -25,6 +25,7 @@
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
 #include "COrvalisView.h"
+#include "CStallWatch.h"
 #include "CTestOffice.h"
 
 #include <QApplication>
@@ -81,24 +82,12 @@ Run Measure(CBenchPty& pty, COrvalisView* view, const QByteArray& stream, Done d
     Run run;
     const qint64 cellsBefore = view->m_pExcel->Thread().CellsWritten();
     QElapsedTimer clock;
-    QElapsedTimer sinceTick;
-    QEventLoop loop;
-    QTimer ticker;
-    ticker.setTimerType(Qt::PreciseTimer);
-    ticker.setInterval(TimerIntervalMs);
-    QObject::connect(&ticker, &QTimer::timeout, &loop, [&] {
-        run.longestStallMs = qMax(run.longestStallMs, sinceTick.elapsed() - TimerIntervalMs);
-        sinceTick.restart();
-        if (done())
-            loop.quit();
-    });
-    QTimer::singleShot(120000, &loop, &QEventLoop::quit);
+    CStallWatch watch(TimerIntervalMs);
     clock.start();
-    sinceTick.start();
-    ticker.start();
     std::thread writer = BenchFlood::Write(pty.master, stream);
-    loop.exec();
+    watch.Run(120000, [&](qint64) { return done(); });
     run.seconds = clock.nsecsElapsed() / 1e9;
+    run.longestStallMs = watch.LongestMs();
     writer.join();
     // The last pass's cells are handed on once the event loop runs again.
     QApplication::processEvents();

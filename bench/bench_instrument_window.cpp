@@ -9,13 +9,14 @@
 //
 // build/bench/bench_instrument_window [MEGABYTES] [plain|script]
 
-#include "CBenchApplication.h"
 #include "BenchBalance.h"
+#include "CBenchApplication.h"
 #include "CBenchFlood.h"
 #include "CDriverFile.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
 #include "COrvalisView.h"
+#include "CStallWatch.h"
 
 #include <QApplication>
 #include <QDir>
@@ -89,31 +90,21 @@ WindowFigures WindowRun(const QString& home, const QByteArray& slave, int master
     // Script mode shows fewer bytes than arrive; the count is what the line delivered.
     const qint64 expected = stream.size();
     QElapsedTimer clock;
-    QElapsedTimer sinceTick;
-    QEventLoop loop;
     qint64 lastSecond = -1;
-    QTimer ticker;
-    ticker.setTimerType(Qt::PreciseTimer);
-    ticker.setInterval(TimerIntervalMs);
-    QObject::connect(&ticker, &QTimer::timeout, &loop, [&] {
-        figures.longestStallMs = qMax(figures.longestStallMs, sinceTick.elapsed() - TimerIntervalMs);
-        sinceTick.restart();
+    CStallWatch watch(TimerIntervalMs);
+    clock.start();
+    std::thread writer = BenchFlood::Write(master, stream);
+    watch.Run(120000, [&](qint64) {
         const qint64 total = view->Pipeline().TotalBytes();
         if (!figures.rssHalfKb && total >= expected / 2)
             figures.rssHalfKb = BenchFlood::StatusKilobytes("VmRSS:");
-        if (total >= expected)
-            loop.quit();
         if (qEnvironmentVariableIsSet("BENCH_TRACE") && clock.elapsed() / 1000 != lastSecond) {
             lastSecond = clock.elapsed() / 1000;
             std::fprintf(stderr, "%lld s: %lld bytes, %d lines\n", lastSecond, total, view->blockCount());
         }
+        return total >= expected;
     });
-    QTimer::singleShot(120000, &loop, &QEventLoop::quit);
-    clock.start();
-    sinceTick.start();
-    ticker.start();
-    std::thread writer = BenchFlood::Write(master, stream);
-    loop.exec();
+    figures.longestStallMs = watch.LongestMs();
     view->Appender().Flush();
     const double seconds = clock.nsecsElapsed() / 1e9;
     writer.join();

@@ -12,14 +12,15 @@
 //
 // build/bench/bench_mqtt_window [SECONDS] [off]   ("off": no broker, the window alone)
 
-#include "CBenchApplication.h"
 #include "../tests/mqtt/MqttTestBroker.h"
 #include "../tests/mqtt/MqttTestSubscriber.h"
+#include "CBenchApplication.h"
 #include "CBenchPty.h"
 #include "CDriverFile.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
 #include "COrvalisView.h"
+#include "CStallWatch.h"
 
 #include <QApplication>
 #include <QDir>
@@ -149,15 +150,10 @@ int main(int argc, char* argv[])
     SchedTimes lastTimes = SchedTimes::Now(sched);
     qint64 lastSecond = -1;
     QElapsedTimer clock;
-    QElapsedTimer sinceTick;
     QElapsedTimer sinceWritten;
-    QEventLoop loop;
-    QTimer ticker;
-    ticker.setTimerType(Qt::PreciseTimer);
-    ticker.setInterval(TimerIntervalMs);
-    QObject::connect(&ticker, &QTimer::timeout, &loop, [&] {
-        const qint64 stallMs = sinceTick.elapsed() - TimerIntervalMs;
-        sinceTick.restart();
+    CStallWatch watch(TimerIntervalMs);
+    clock.start();
+    watch.Run(seconds * 1000 + 60000, [&](qint64 stallMs) {
         const SchedTimes times = SchedTimes::Now(sched);
         if (stallMs > longest.ms)
             longest = {stallMs, (times.running - lastTimes.running) / 1000000, (times.queued - lastTimes.queued) / 1000000};
@@ -171,21 +167,15 @@ int main(int argc, char* argv[])
         if (written && !sinceWritten.isValid())
             sinceWritten.start();
         const qsizetype received = publishing ? subscriber.Count() : 0;
-        if (publishing ? received >= total : view->Pipeline().TotalBytes() >= totalBytes)
-            loop.quit();
+        const bool done = publishing ? received >= total : view->Pipeline().TotalBytes() >= totalBytes;
         if (qEnvironmentVariableIsSet("BENCH_TRACE") && clock.elapsed() / 1000 != lastSecond) {
             lastSecond = clock.elapsed() / 1000;
             std::fprintf(stderr, "%lld s: %lld bytes in, %lld waiting, %lld received, %s\n", lastSecond,
                          view->Pipeline().TotalBytes(), view->Publishing().Publisher().Waiting(), qint64(received),
                          qPrintable(view->Publishing().PaneText()));
         }
+        return done;
     });
-    QTimer::singleShot(seconds * 1000 + 60000, &loop, &QEventLoop::quit);
-    clock.start();
-    sinceTick.start();
-    ticker.start();
-    loop.exec();
-    ticker.stop();
     const double elapsed = clock.nsecsElapsed() / 1e9;
     writer.join();
 

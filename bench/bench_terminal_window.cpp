@@ -16,6 +16,7 @@
 #include "CBenchPty.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
+#include "CStallWatch.h"
 #include "CTermView.h"
 #include "CTerminalDisplay.h"
 #include "CTerminalFile.h"
@@ -111,27 +112,17 @@ WindowFigures WindowRun(const QString& home, const CBenchPty& pty, const QByteAr
     const qint64 expected = initial + stream.size();
     const int refreshesBefore = view->Display()->RefreshCount();
     QElapsedTimer clock;
-    QElapsedTimer sinceTick;
-    QEventLoop loop;
-    QTimer ticker;
-    ticker.setTimerType(Qt::PreciseTimer);
-    ticker.setInterval(TimerIntervalMs);
-    QObject::connect(&ticker, &QTimer::timeout, &loop, [&] {
-        figures.longestStallMs = qMax(figures.longestStallMs, sinceTick.elapsed() - TimerIntervalMs);
-        sinceTick.restart();
+    CStallWatch watch(TimerIntervalMs);
+    const double cpuStart = ProcessCpuSeconds();
+    clock.start();
+    std::thread writer = BenchFlood::Write(pty.master, stream);
+    watch.Run(120000, [&](qint64) {
         const qint64 total = screen.BytesWritten();
         if (!figures.rssHalfKb && total - initial >= stream.size() / 2)
             figures.rssHalfKb = BenchFlood::StatusKilobytes("VmRSS:");
-        if (total >= expected)
-            loop.quit();
+        return total >= expected;
     });
-    QTimer::singleShot(120000, &loop, &QEventLoop::quit);
-    const double cpuStart = ProcessCpuSeconds();
-    clock.start();
-    sinceTick.start();
-    ticker.start();
-    std::thread writer = BenchFlood::Write(pty.master, stream);
-    loop.exec();
+    figures.longestStallMs = watch.LongestMs();
     const double seconds = clock.nsecsElapsed() / 1e9;
     figures.mbPerCpuSecond = (screen.BytesWritten() - initial) / 1e6 / (ProcessCpuSeconds() - cpuStart);
     writer.join();
