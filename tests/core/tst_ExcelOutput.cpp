@@ -234,6 +234,8 @@ void tst_ExcelOutput::unreachableProgramNamesTheJournal()
     Window(&out.output).Receive("1\t2\r\n");
     QCOMPARE(Lines(out.output.JournalPath()), QStringList{"1,2"});
     QCOMPARE(out.messages.size(), 1);
+    // No call after the failed connect: the cells went nowhere else.
+    QCOMPARE(out.sheet->Calls(), QStringList{"connect"});
 }
 
 void tst_ExcelOutput::hungProgramAtConnectIsGivenUpAndTakenBackWhenItAnswers()

@@ -1,5 +1,6 @@
 // The connection thread between a window and its spreadsheet program, on a
-// fake program that can hang, vanish or refuse cells.
+// fake program that can hang or refuse cells. A program that vanishes or
+// cannot be reached is tst_ExcelOutput's, with the journal.
 
 #include "CExcelThread.h"
 #include "FakeSpreadsheetLink.h"
@@ -174,37 +175,6 @@ private Q_SLOTS:
         sheet->Release();
         QVERIFY(QTest::qWaitFor([&] { return sheet.use_count() == 1; }, 10000));
         QCOMPARE(sheet->Cells(), QStringList{"1,1:stuck"});
-    }
-
-    void lostLinkIsToldOnceAndTakesNoMoreCells()
-    {
-        Link link;
-        link.sheet->nGoneAfter = 3;
-        QSignalSpy lost(&link.thread, &CExcelThread::lost);
-        link.thread.Start();
-        for (int row = 1; row <= 10; ++row) {
-            link.thread.Put(row, 1, "v");
-            QTest::qWait(1);
-        }
-        QTRY_COMPARE_WITH_TIMEOUT(lost.size(), 1, 10000);
-        QTest::qWait(50);
-        QCOMPARE(lost.size(), 1);
-        QCOMPARE(lost.first().first().toString(), QStringLiteral("the document was closed"));
-        QCOMPARE(link.sheet->Cells().size(), 3);
-        QCOMPARE(link.thread.Put(11, 1, "v"), CExcelThread::Gone);
-    }
-
-    void unreachableProgramIsToldWithItsReason()
-    {
-        Link link;
-        link.sheet->bConnects = false;
-        QSignalSpy failed(&link.thread, &CExcelThread::connectFailed);
-        link.thread.Put(1, 1, "early");
-        link.thread.Start();
-        QVERIFY(failed.wait(10000));
-        QCOMPARE(failed.first().first().toString(), QStringLiteral("LibreOffice Calc is not installed"));
-        QCOMPARE(link.thread.Put(2, 1, "late"), CExcelThread::Gone);
-        QCOMPARE(link.sheet->Calls(), QStringList{"connect"});
     }
 
     void refusedCellsAreToldOnceAndTheRestWritten()
