@@ -194,15 +194,8 @@ private Q_SLOTS:
 
     void consumesExactlyTheLinesItUsed()
     {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("p.txt"));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(QByteArray("A\r\nD7\nB\n\nC\rD\nlast"));
-        file.close();
-
         CPlaybackFile playback;
-        QVERIFY(playback.Open(path));
+        QVERIFY(playback.Open(WriteFile(QStringLiteral("p.txt"), "A\r\nD7\nB\n\nC\rD\nlast")));
         QList<quint32> sleeps;
         const auto sleep = [&](quint32 ms) { sleeps.append(ms); };
         QCOMPARE(playback.NextLine(sleep), QByteArray("A"));
