@@ -83,9 +83,8 @@ private Q_SLOTS:
             {true, QByteArray("\0\xff\x1b@", 4), QByteArray("\0\xff\x1b@", 4)}, // NUL and high bytes kept
         };
         for (const auto& row : rows) {
-            WriteSettings(m_printer->SlaveName().toLocal8Bit(), row.receiveCrLf);
             CPrinterForwarding forwarding;
-            forwarding.SwitchOn(SettingsPath(), {});
+            forwarding.SwitchOn(Settings(m_printer->SlaveName().toLocal8Bit(), row.receiveCrLf), {});
             QVERIFY(forwarding.IsOn());
             QVERIFY(forwarding.PrinterComm()->IsPortOpen());
             QCOMPARE(forwarding.Settings().m_Driver.m_strName, QByteArray("Printer line"));
@@ -111,10 +110,10 @@ private Q_SLOTS:
 
     void toggledTwiceLeavesNothingOpen()
     {
-        WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
+        const QString settings = Settings(m_printer->SlaveName().toLocal8Bit(), true);
         CPrinterForwarding forwarding;
         for (int round = 0; round < 2; ++round) {
-            forwarding.SwitchOn(SettingsPath(), {});
+            forwarding.SwitchOn(settings, {});
             QVERIFY(forwarding.PrinterComm() != nullptr);
             QVERIFY(forwarding.Printer() != nullptr);
             forwarding.SwitchOff();
@@ -131,10 +130,9 @@ private Q_SLOTS:
 
     void printerLineThatCannotOpenIsTold()
     {
-        WriteSettings("/dev/orvalis-no-such-printer-line", true);
         CPrinterForwarding forwarding;
         QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-        forwarding.SwitchOn(SettingsPath(), {});
+        forwarding.SwitchOn(Settings("/dev/orvalis-no-such-printer-line", true), {});
         QVERIFY(forwarding.IsOn());
         QVERIFY(!forwarding.PrinterComm()->IsPortOpen());
         QCOMPARE(problems.size(), 1);
@@ -156,9 +154,8 @@ private Q_SLOTS:
         line.m_nConnector = -1;
         QVERIFY(instrument.OpenPort(line));
 
-        WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
         CPrinterForwarding forwarding;
-        forwarding.SwitchOn(SettingsPath(), {});
+        forwarding.SwitchOn(Settings(m_printer->SlaveName().toLocal8Bit(), true), {});
         QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
         QVERIFY(m_printer->WriteMaster("before"));
         QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), QByteArray("before"), 5000);
@@ -179,11 +176,10 @@ private Q_SLOTS:
     {
         RequireScheduler();
         AddQueue(QStringLiteral("Epson_LQ-570"));
-        WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
 
         CPrinterForwarding forwarding;
         QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-        forwarding.SwitchOn(SettingsPath(), {});
+        forwarding.SwitchOn(Settings(m_printer->SlaveName().toLocal8Bit(), true), {});
         QVERIFY(forwarding.Printer()->IsJobOpen());
         const int jobId = forwarding.Printer()->GetJobId();
         // One byte at a time: each is written into the job as it arrives.
@@ -201,10 +197,9 @@ private Q_SLOTS:
 
     void noPrinterToldOnceAndBytesCollected()
     {
-        WriteSettings(m_printer->SlaveName().toLocal8Bit(), false);
         CPrinterForwarding forwarding;
         QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-        forwarding.SwitchOn(SettingsPath(), {});
+        forwarding.SwitchOn(Settings(m_printer->SlaveName().toLocal8Bit(), false), {});
         QVERIFY(!forwarding.Printer()->IsJobOpen());
         for (int i = 0; i < 3; ++i)
             QVERIFY(m_printer->WriteMaster("line\r"));
@@ -334,7 +329,8 @@ private Q_SLOTS:
     }
 
 private:
-    void WriteSettings(const QByteArray& connector, bool receiveCrLf);
+    // Writes the printer line's settings file and gives its path.
+    QString Settings(const QByteArray& connector, bool receiveCrLf);
     QString SettingsPath() const { return m_folder->filePath(QStringLiteral("v24print.drv")); }
     void AddQueue(const QString& name)
     {
@@ -361,7 +357,7 @@ private:
     QStringList m_queues;
 };
 
-void tst_PrinterForwarding::WriteSettings(const QByteArray& connector, bool receiveCrLf)
+QString tst_PrinterForwarding::Settings(const QByteArray& connector, bool receiveCrLf)
 {
     CPrinterSettingsFile file;
     file.m_Driver.m_strName = "Printer line";
@@ -369,7 +365,7 @@ void tst_PrinterForwarding::WriteSettings(const QByteArray& connector, bool rece
     file.m_Comm.m_nConnector = -1;
     file.m_Comm.m_nBaudRate = 9600;
     file.m_Terminal.m_bReceiveCRLF = receiveCrLf ? 1 : 0;
-    QVERIFY(file.Store(SettingsPath()).IsOk());
+    return file.Store(SettingsPath()).IsOk() ? SettingsPath() : QStringLiteral("<not written>");
 }
 
 QTEST_GUILESS_MAIN(tst_PrinterForwarding)
