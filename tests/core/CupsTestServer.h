@@ -166,7 +166,7 @@ private:
     }
 
     // The scheduler's configuration and the smallest driver whose one filter
-    // copies raw data unchanged, from tests/data/cups; %1 stands for the
+    // copies raw data unchanged, from tests/core/data/cups; %1 stands for the
     // socket in cupsd.conf and for the folder in cups-files.conf.
     bool WriteConfiguration()
     {
@@ -182,7 +182,7 @@ private:
         const std::pair<const char*, QString> files[] = {
             {"cupsd.conf", SocketPath()}, {"cups-files.conf", root}, {"raw-copy.ppd", QString()}};
         for (const auto& [name, value] : files) {
-            QFile source(QStringLiteral(ORVALIS_TEST_DATA "/cups/") + QLatin1String(name));
+            QFile source(QStringLiteral(ORVALIS_SOURCE_DIR "/tests/core/data/cups/") + QLatin1String(name));
             QFile target(m_folder.filePath(QLatin1String(name)));
             if (!source.open(QIODevice::ReadOnly) || !target.open(QIODevice::WriteOnly))
                 return false;
