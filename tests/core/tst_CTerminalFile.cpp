@@ -78,34 +78,31 @@ private Q_SLOTS:
         QCOMPARE(read.m_FunctionKeys.GetCommand(7), QByteArray("STAT?\r"));
     }
 
-    void unopenableFileIsReported_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("storing");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("missing file is not read")
-            << "missing.drv" << false << "Cannot open %1: No such file or directory";
-        QTest::newRow("file in a missing folder is not written")
-            << "no/such/folder.drv" << true << "Cannot open %1: No such file or directory";
-        QTest::newRow("a folder is not written")
-            << "" << true << "Cannot open %1: a folder, not a regular file";
-        QTest::newRow("a device is not written")
-            << "/dev/full" << true << "Cannot open %1: a character device, not a regular file";
-    }
-
+    // A missing file is not read; a file in a missing folder, a folder and a
+    // device are not written. The records stay as they were.
     void unopenableFileIsReported()
     {
-        QFETCH(QString, name);
-        QFETCH(bool, storing);
-        QFETCH(QString, message);
-        const QString path = name.isEmpty()         ? m_pDir->path()
-                             : name.startsWith('/') ? name
-                                                    : m_pDir->filePath(name);
-        CTerminalFile file = Vt100Terminal();
-        const CFileResult result = storing ? file.Store(path) : file.Load(path);
-        QCOMPARE(result.GetStatus(), CFileResult::Status::NotOpened);
-        QCOMPARE(result.Message(), message.arg(path));
-        CompareRecords(file, Vt100Terminal());
+        const struct
+        {
+            QString name;
+            bool storing;
+            QString message;
+        } rows[] = {
+            {"missing.drv", false, "Cannot open %1: No such file or directory"},
+            {"no/such/folder.drv", true, "Cannot open %1: No such file or directory"},
+            {"", true, "Cannot open %1: a folder, not a regular file"},
+            {"/dev/full", true, "Cannot open %1: a character device, not a regular file"},
+        };
+        for (const auto& row : rows) {
+            const QString path = row.name.isEmpty()         ? m_pDir->path()
+                                 : row.name.startsWith('/') ? row.name
+                                                            : m_pDir->filePath(row.name);
+            CTerminalFile file = Vt100Terminal();
+            const CFileResult result = row.storing ? file.Store(path) : file.Load(path);
+            QCOMPARE(result.GetStatus(), CFileResult::Status::NotOpened);
+            QCOMPARE(result.Message(), row.message.arg(path));
+            CompareRecords(file, Vt100Terminal());
+        }
     }
 
 private:
