@@ -88,22 +88,14 @@ private Q_SLOTS:
         QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("115200 7?2 ?"));
     }
 
-    void shortConnector_data()
-    {
-        QTest::addColumn<QString>("connector");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("port name") << "COM1"
-                                   << "COM1";
-        QTest::newRow("longest kept whole") << "/dev/serial/by-id/ab"
-                                            << "/dev/serial/by-id/ab";
-        QTest::newRow("one longer: start and name kept")
-            << "/work/build/demo/balance-sim-tty" << QStringLiteral("/work/\u2026lance-sim-tty");
-    }
-
+    // The longest connector is kept whole; one longer keeps its start and its name.
     void shortConnector()
     {
-        QFETCH(QString, connector);
-        QTEST(CLineSettingsText::ShortConnector(connector), "shown");
+        QCOMPARE(CLineSettingsText::ShortConnector(QStringLiteral("COM1")), QStringLiteral("COM1"));
+        QCOMPARE(CLineSettingsText::ShortConnector(QStringLiteral("/dev/serial/by-id/ab")),
+                 QStringLiteral("/dev/serial/by-id/ab"));
+        QCOMPARE(CLineSettingsText::ShortConnector(QStringLiteral("/work/build/demo/balance-sim-tty")),
+                 QStringLiteral("/work/\u2026lance-sim-tty"));
     }
 
     // The kind of a connector name, its device path or serial number, and the
@@ -146,23 +138,16 @@ private Q_SLOTS:
         }
     }
 
-    void fromComNumber_data()
-    {
-        QTest::addColumn<int>("number");
-        QTest::addColumn<bool>("valid");
-        QTest::addColumn<QByteArray>("written");
-        QTest::newRow("3 is COM3") << 3 << true << QByteArray("COM3");
-        QTest::newRow("0 is no port") << 0 << false << QByteArray("COM0");
-    }
-
     void fromComNumber()
     {
-        QFETCH(int, number);
-        QFETCH(bool, valid);
-        const CConnectorName name = CConnectorName::FromComNumber(number);
-        QCOMPARE(name.CanOpen(), valid);
-        QCOMPARE(name.GetComNumber(), valid ? number : 0);
-        QTEST(name.ToString(), "written");
+        const CConnectorName com3 = CConnectorName::FromComNumber(3);
+        QVERIFY(com3.CanOpen());
+        QCOMPARE(com3.GetComNumber(), 3);
+        QCOMPARE(com3.ToString(), QByteArray("COM3"));
+        const CConnectorName com0 = CConnectorName::FromComNumber(0);
+        QVERIFY(!com0.CanOpen());
+        QCOMPARE(com0.GetComNumber(), 0);
+        QCOMPARE(com0.ToString(), QByteArray("COM0"));
     }
 
     void defaultRecordGivesTheGoldenBlock()
