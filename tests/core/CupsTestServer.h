@@ -19,11 +19,9 @@
 
 #include <cups/cups.h>
 
-#include <sys/prctl.h>
 #include <csignal>
+#include <sys/prctl.h>
 #include <unistd.h>
-
-#include <memory>
 
 class CCupsTestServer
 {
@@ -49,17 +47,15 @@ public:
     // filter: raw documents pass through it unchanged.
     bool AddQueue(const QString& name)
     {
-        const QStringList arguments{QStringLiteral("-p"), name, QStringLiteral("-v"),
-                                    QStringLiteral("file://") + QueueFile(name), QStringLiteral("-P"),
-                                    m_folder.filePath(QStringLiteral("raw-copy.ppd")), QStringLiteral("-E")};
+        const QStringList arguments{QStringLiteral("-p"), name,
+                                    QStringLiteral("-v"), QStringLiteral("file://") + QueueFile(name),
+                                    QStringLiteral("-P"), m_folder.filePath(QStringLiteral("raw-copy.ppd")),
+                                    QStringLiteral("-E")};
         return RunAdmin(Admin, arguments) && RunAdmin(Admin, {QStringLiteral("-d"), name});
     }
     bool RemoveQueue(const QString& name) { return RunAdmin(Admin, {QStringLiteral("-x"), name}); }
     // The queue refuses new jobs (cupsreject).
-    bool RejectJobs(const QString& name)
-    {
-        return RunAdmin(QStringLiteral("/usr/sbin/cupsreject"), {name});
-    }
+    bool RejectJobs(const QString& name) { return RunAdmin("/usr/sbin/cupsreject", {name}); }
     QString QueueFile(const QString& name) const { return m_folder.filePath(name + QStringLiteral(".prn")); }
     QByteArray QueueFileBytes(const QString& name) const
     {
@@ -112,9 +108,10 @@ private:
         }
         for (const char* path : {Daemon, Admin, CopyFilter}) {
             if (!QFileInfo::exists(QString::fromLatin1(path))) {
-                m_strSkipReason = QStringLiteral("%1 is not installed (Debian packages cups-daemon, cups-client, "
-                                                 "cups-core-drivers; tools/install-deps.sh installs them)")
-                                      .arg(QString::fromLatin1(path));
+                m_strSkipReason =
+                    QStringLiteral("%1 is not installed (Debian packages cups-daemon, cups-client, "
+                                   "cups-core-drivers; tools/install-deps.sh installs them)")
+                        .arg(QString::fromLatin1(path));
                 return;
             }
         }
@@ -137,8 +134,9 @@ private:
         // A test that dies does not leave its scheduler behind.
         m_process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
         m_process.start(QString::fromLatin1(Daemon),
-                        {QStringLiteral("-f"), QStringLiteral("-c"), m_folder.filePath(QStringLiteral("cupsd.conf")),
-                         QStringLiteral("-s"), m_folder.filePath(QStringLiteral("cups-files.conf"))});
+                        {QStringLiteral("-f"), QStringLiteral("-c"),
+                         m_folder.filePath(QStringLiteral("cupsd.conf")), QStringLiteral("-s"),
+                         m_folder.filePath(QStringLiteral("cups-files.conf"))});
         if (!m_process.waitForStarted(5000) || !WaitUntilListening(10000)) {
             m_strSkipReason = QStringLiteral("cupsd did not start: %1 %2")
                                   .arg(QString::fromLocal8Bit(m_process.readAll()), ErrorLogTail());
@@ -167,6 +165,9 @@ private:
         cupsSetServer(nullptr);
     }
 
+    // The scheduler's configuration and the smallest driver whose one filter
+    // copies raw data unchanged, from tests/core/data/cups; %1 stands for the
+    // socket in cupsd.conf and for the folder in cups-files.conf.
     bool WriteConfiguration()
     {
         // The copying filter runs as the scheduler's user lp and reads the
@@ -178,46 +179,19 @@ private:
         const QString root = m_folder.path();
         for (const char* sub : {"spool", "cache", "state", "log", "tmp"})
             QDir(root).mkdir(QString::fromLatin1(sub));
-        const QString conf = QStringLiteral("Listen %1\n"
-                                            "LogLevel debug\n"
-                                            "Browsing No\n"
-                                            "WebInterface No\n"
-                                            "DefaultAuthType None\n"
-                                            "<Location />\n  Order allow,deny\n  Allow all\n</Location>\n"
-                                            "<Location /admin>\n  Order allow,deny\n  Allow all\n</Location>\n")
-                                 .arg(SocketPath());
-        const QString files = QStringLiteral("FileDevice Yes\n"
-                                             "ServerRoot %1\n"
-                                             "RequestRoot %1/spool\n"
-                                             "CacheDir %1/cache\n"
-                                             "StateDir %1/state\n"
-                                             "TempDir %1/tmp\n"
-                                             "Printcap %1/printcap\n"
-                                             "ErrorLog %1/log/error_log\n"
-                                             "AccessLog %1/log/access_log\n"
-                                             "PageLog %1/log/page_log\n")
-                                  .arg(root);
-        // The smallest driver whose one filter copies raw data unchanged.
-        const QString ppd = QStringLiteral("*PPD-Adobe: \"4.3\"\n*FormatVersion: \"4.3\"\n*FileVersion: \"1.0\"\n"
-                                           "*LanguageVersion: English\n*LanguageEncoding: ISOLatin1\n"
-                                           "*PCFileName: \"RAWCOPY.PPD\"\n*Manufacturer: \"Test\"\n"
-                                           "*Product: \"(Raw copy)\"\n*ModelName: \"Raw copy\"\n"
-                                           "*NickName: \"Raw copy\"\n*ShortNickName: \"Raw copy\"\n"
-                                           "*PSVersion: \"(3010.000) 0\"\n"
-                                           "*cupsFilter: \"application/vnd.cups-raw 0 gziptoany\"\n"
-                                           "*OpenUI *PageSize: PickOne\n*DefaultPageSize: A4\n*PageSize A4: \"\"\n"
-                                           "*CloseUI: *PageSize\n*OpenUI *PageRegion: PickOne\n"
-                                           "*DefaultPageRegion: A4\n*PageRegion A4: \"\"\n*CloseUI: *PageRegion\n"
-                                           "*DefaultImageableArea: A4\n*ImageableArea A4: \"0 0 595 842\"\n"
-                                           "*DefaultPaperDimension: A4\n*PaperDimension A4: \"595 842\"\n");
-        return WriteFile(QStringLiteral("cupsd.conf"), conf) && WriteFile(QStringLiteral("cups-files.conf"), files) &&
-               WriteFile(QStringLiteral("raw-copy.ppd"), ppd);
-    }
-
-    bool WriteFile(const QString& name, const QString& text)
-    {
-        QFile file(m_folder.filePath(name));
-        return file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) == text.toUtf8().size();
+        const std::pair<const char*, QString> files[] = {
+            {"cupsd.conf", SocketPath()}, {"cups-files.conf", root}, {"raw-copy.ppd", QString()}};
+        for (const auto& [name, value] : files) {
+            QFile source(QStringLiteral(ORVALIS_SOURCE_DIR "/tests/core/data/cups/") + QLatin1String(name));
+            QFile target(m_folder.filePath(QLatin1String(name)));
+            if (!source.open(QIODevice::ReadOnly) || !target.open(QIODevice::WriteOnly))
+                return false;
+            const QByteArray text =
+                QString::fromUtf8(source.readAll()).replace(QStringLiteral("%1"), value).toUtf8();
+            if (target.write(text) != text.size())
+                return false;
+        }
+        return true;
     }
 
     bool WaitUntilListening(int timeoutMs)
@@ -225,8 +199,8 @@ private:
         QElapsedTimer timer;
         timer.start();
         while (timer.elapsed() < timeoutMs && m_process.state() == QProcess::Running) {
-            if (http_t* http = httpConnect2(SocketPath().toLocal8Bit().constData(), ippPort(), nullptr, AF_UNSPEC,
-                                            HTTP_ENCRYPTION_NEVER, 1, 500, nullptr)) {
+            if (http_t* http = httpConnect2(SocketPath().toLocal8Bit().constData(), ippPort(), nullptr,
+                                            AF_UNSPEC, HTTP_ENCRYPTION_NEVER, 1, 500, nullptr)) {
                 httpClose(http);
                 return true;
             }
@@ -235,11 +209,11 @@ private:
         return false;
     }
 
-    bool RunAdmin(const QString& program, const QStringList& arguments)
+    bool RunAdmin(const char* program, const QStringList& arguments)
     {
         QProcess admin;
         admin.setProcessChannelMode(QProcess::MergedChannels);
-        admin.start(program, arguments);
+        admin.start(QString::fromLatin1(program), arguments);
         if (!admin.waitForFinished(10000)) {
             admin.kill();
             admin.waitForFinished(2000);
@@ -248,12 +222,8 @@ private:
         const QByteArray output = admin.readAll();
         // The driver is only there to copy; its deprecation note is no failure.
         if (admin.exitCode() != 0)
-            qWarning("%s: %s", qPrintable(program), output.constData());
+            qWarning("%s: %s", program, output.constData());
         return admin.exitStatus() == QProcess::NormalExit && admin.exitCode() == 0;
-    }
-    bool RunAdmin(const char* program, const QStringList& arguments)
-    {
-        return RunAdmin(QString::fromLatin1(program), arguments);
     }
 
     QString ErrorLogTail() const

@@ -78,6 +78,12 @@ ReadResult Read(const QByteArray& bytes, const QString& reader)
     return result;
 }
 
+// Bytes() with "CLASS" standing for the tag of a new class CStringArray.
+QByteArray Tagged(QByteArray text)
+{
+    return Bytes(text.replace("CLASS ", "FF FF 00 00 0C 00 'CStringArray' "));
+}
+
 std::shared_ptr<CStringArray> Sequence(const QByteArrayList& commands)
 {
     return std::make_shared<CStringArray>(commands);
@@ -100,74 +106,70 @@ private Q_SLOTS:
         QCOMPARE(Read(bytes, "word").value, QByteArray("9600"));
     }
 
-    void writesStringLengthForms_data()
-    {
-        QTest::addColumn<int>("length");
-        QTest::addColumn<QByteArray>("prefix");
-        QTest::newRow("empty string is one zero byte") << 0 << Bytes("00");
-        QTest::newRow("254 bytes fit the one-byte length") << 254 << Bytes("FE");
-        QTest::newRow("255 bytes take FF and 16 bits") << 255 << Bytes("FF FF 00");
-        QTest::newRow("0xFFFD bytes still take 16 bits") << 0xFFFD << Bytes("FF FD FF");
-        QTest::newRow("0xFFFE bytes take FF FFFF and 32 bits") << 0xFFFE << Bytes("FF FF FF FE FF 00 00");
-    }
-
+    // The length prefix of a string of each length form; the last byte is
+    // not ASCII.
     void writesStringLengthForms()
     {
-        QFETCH(int, length);
-        QFETCH(QByteArray, prefix);
-        QByteArray text(length, 'x');
-        if (length > 0)
-            text[length - 1] = '\xE9';
-        const QByteArray bytes = Written([&](CArchive& ar) { ar.WriteString(text); });
-        QCOMPARE(bytes.left(prefix.size()), prefix);
-        QCOMPARE(bytes.mid(prefix.size()), text);
-        QCOMPARE(Read(bytes, "string").value, text);
-    }
-
-    void readsStringForms_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QByteArray>("text");
-        QTest::newRow("one-byte length") << Bytes("04 'COM3'") << QByteArray("COM3");
-        QTest::newRow("FF and a 16-bit length") << Bytes("FF 04 00 'COM3'") << QByteArray("COM3");
-        QTest::newRow("FF FFFF and a 32-bit length") << Bytes("FF FF FF 04 00 00 00 'COM3'") << QByteArray("COM3");
-        QTest::newRow("FF FFFF FFFFFFFF and a 64-bit length")
-            << Bytes("FF FF FF FF FF FF FF 04 00 00 00 00 00 00 00 'COM3'") << QByteArray("COM3");
-        QTest::newRow("UTF-16 with a one-byte length")
-            << Bytes("FF FE FF 04 43 00 4F 00 4D 00 33 00") << QByteArray("COM3");
-        QTest::newRow("UTF-16 with a 16-bit length")
-            << Bytes("FF FE FF FF 02 00 41 00 42 00") << QByteArray("AB");
-        QTest::newRow("UTF-16 euro sign becomes byte 0x80") << Bytes("FF FE FF 01 AC 20") << QByteArray("\x80");
-        QTest::newRow("UTF-16 character outside the code page becomes ?")
-            << Bytes("FF FE FF 03 41 00 2D 4E 42 00") << QByteArray("A?B");
+        const struct
+        {
+            int length;
+            QByteArray prefix;
+        } rows[] = {
+            {0, Bytes("00")},
+            {254, Bytes("FE")},
+            {255, Bytes("FF FF 00")},
+            {0xFFFD, Bytes("FF FD FF")},
+            {0xFFFE, Bytes("FF FF FF FE FF 00 00")},
+        };
+        for (const auto& row : rows) {
+            QByteArray text(row.length, 'x');
+            if (row.length > 0)
+                text[row.length - 1] = '\xE9';
+            const QByteArray bytes = Written([&](CArchive& ar) { ar.WriteString(text); });
+            QCOMPARE(bytes.left(row.prefix.size()), row.prefix);
+            QCOMPARE(bytes.mid(row.prefix.size()), text);
+            QCOMPARE(Read(bytes, "string").value, text);
+        }
     }
 
     void readsStringForms()
     {
-        QFETCH(QByteArray, bytes);
-        const ReadResult result = Read(bytes, "string");
-        QCOMPARE(result.error, QString());
-        QTEST(result.value, "text");
-    }
-
-    void countForms_data()
-    {
-        QTest::addColumn<quint32>("count");
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("zero") << 0u << Bytes("00 00");
-        QTest::newRow("0xFFFE fits 16 bits") << 0xFFFEu << Bytes("FE FF");
-        QTest::newRow("0xFFFF takes FFFF and 32 bits") << 0xFFFFu << Bytes("FF FF FF FF 00 00");
+        const struct
+        {
+            const char* bytes;
+            QByteArray text;
+        } rows[] = {
+            // One-byte length, FF and 16 bits, FF FFFF and 32 bits, ... and 64 bits.
+            {"04 'COM3'", "COM3"},
+            {"FF 04 00 'COM3'", "COM3"},
+            {"FF FF FF 04 00 00 00 'COM3'", "COM3"},
+            {"FF FF FF FF FF FF FF 04 00 00 00 00 00 00 00 'COM3'", "COM3"},
+            // UTF-16 with a one-byte and a 16-bit length.
+            {"FF FE FF 04 43 00 4F 00 4D 00 33 00", "COM3"},
+            {"FF FE FF FF 02 00 41 00 42 00", "AB"},
+            // The euro sign becomes byte 0x80, a character outside the code page ?.
+            {"FF FE FF 01 AC 20", "\x80"},
+            {"FF FE FF 03 41 00 2D 4E 42 00", "A?B"},
+        };
+        for (const auto& row : rows) {
+            const ReadResult result = Read(Bytes(row.bytes), "string");
+            QVERIFY2(result.error.isEmpty() && result.value == row.text, row.bytes);
+        }
     }
 
     void countForms()
     {
-        QFETCH(quint32, count);
-        QFETCH(QByteArray, bytes);
-        QCOMPARE(Written([&](CArchive& ar) { ar.WriteCount(count); }), bytes);
-        // Enough room behind the count for that many one-byte elements.
-        const ReadResult result = Read(bytes + QByteArray(int(count), '\0'), "count");
-        QCOMPARE(result.error, QString());
-        QCOMPARE(result.value, QByteArray::number(count));
+        const struct
+        {
+            quint32 count;
+            const char* bytes;
+        } rows[] = {{0, "00 00"}, {0xFFFE, "FE FF"}, {0xFFFF, "FF FF FF FF 00 00"}};
+        for (const auto& row : rows) {
+            QCOMPARE(Written([&](CArchive& ar) { ar.WriteCount(row.count); }), Bytes(row.bytes));
+            // Enough room behind the count for that many one-byte elements.
+            const ReadResult result = Read(Bytes(row.bytes) + QByteArray(int(row.count), '\0'), "count");
+            QVERIFY2(result.error.isEmpty() && result.value == QByteArray::number(row.count), row.bytes);
+        }
     }
 
     void writesSequencesWithObjectTags()
@@ -199,83 +201,66 @@ private Q_SLOTS:
         QCOMPARE(read[4], read[1]);
     }
 
-    void readsSequenceTags_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QByteArray>("sequences");
-        const char* newClass = "FF FF 00 00 0C 00 'CStringArray'";
-        QTest::newRow("new class, then class references")
-            << Bytes(QByteArray(newClass) + " 01 00 01 'a' 01 80 02 00 01 'b' 01 'c'") << QByteArray("a|b/c");
-        QTest::newRow("null tag") << Bytes("00 00") << QByteArray("null");
-        QTest::newRow("back reference to the first object")
-            << Bytes(QByteArray(newClass) + " 01 00 01 'a' 02 00") << QByteArray("a|a");
-        QTest::newRow("long-form object reference")
-            << Bytes(QByteArray(newClass) + " 01 00 01 'a' FF 7F 02 00 00 00") << QByteArray("a|a");
-        QTest::newRow("long-form class reference")
-            << Bytes(QByteArray(newClass) + " 01 00 01 'a' FF 7F 01 00 00 80 01 00 01 'b'") << QByteArray("a|b");
-        QTest::newRow("long-form null reference") << Bytes("FF 7F 00 00 00 00") << QByteArray("null");
-        QTest::newRow("reference to an object read after a class reference")
-            << Bytes(QByteArray(newClass) + " 00 00 01 80 01 00 01 'b' 03 00") << QByteArray("|b|b");
-    }
-
+    // The sequences read, joined by '/' and '|'; "CLASS" stands for a new class
+    // CStringArray.
     void readsSequenceTags()
     {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QByteArray, sequences);
-        const ReadResult result = Read(bytes, "sequences");
-        QCOMPARE(result.error, QString());
-        QCOMPARE(result.value, sequences);
+        const struct
+        {
+            QByteArray bytes;
+            QByteArray sequences;
+        } rows[] = {
+            // A new class, then class references.
+            {"CLASS 01 00 01 'a' 01 80 02 00 01 'b' 01 'c'", "a|b/c"},
+            {"00 00", "null"},
+            // Back references to the first object, short and long form.
+            {"CLASS 01 00 01 'a' 02 00", "a|a"},
+            {"CLASS 01 00 01 'a' FF 7F 02 00 00 00", "a|a"},
+            // Long-form class and null references.
+            {"CLASS 01 00 01 'a' FF 7F 01 00 00 80 01 00 01 'b'", "a|b"},
+            {"FF 7F 00 00 00 00", "null"},
+            // A reference to an object read after a class reference.
+            {"CLASS 00 00 01 80 01 00 01 'b' 03 00", "|b|b"},
+        };
+        for (const auto& row : rows) {
+            const ReadResult result = Read(Tagged(row.bytes), "sequences");
+            QVERIFY2(result.error.isEmpty() && result.value == row.sequences, row.bytes);
+        }
     }
 
-    void rejectsDamagedInput_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("reader");
-        QTest::addColumn<qint64>("offset");
-        QTest::addColumn<QString>("reason");
-        const char* newClass = "FF FF 00 00 0C 00 'CStringArray'";
-        QTest::newRow("word cut short") << Bytes("01") << "word" << 0ll << "end of the file in a 16-bit word";
-        QTest::newRow("string length beyond the end of the file")
-            << Bytes("FF 40 9C 'abc'") << "string" << 0ll << "string length 40000 beyond the end of the file";
-        QTest::newRow("string length prefix cut short")
-            << Bytes("FF 40") << "string" << 0ll << "end of the file in a string length";
-        QTest::newRow("UTF-16 string needs two bytes a character")
-            << Bytes("FF FE FF 03 41 00 42 00") << "string" << 0ll << "string length 3 beyond the end of the file";
-        QTest::newRow("64-bit string length")
-            << Bytes("FF FF FF FF FF FF FF 00 00 00 00 00 00 00 80")
-            << "string" << 0ll << "string length 9223372036854775808 beyond the end of the file";
-        QTest::newRow("count beyond the end of the file")
-            << Bytes("FF FF FF FF FF 7F 00") << "count" << 0ll << "array count 2147483647 beyond the end of the file";
-        QTest::newRow("unknown class name")
-            << Bytes("FF FF 00 00 08 00 'CObArray' 00 00") << "sequences" << 0ll
-            << "unknown class \"CObArray\" (only CStringArray is expected)";
-        QTest::newRow("other schema")
-            << Bytes("FF FF 01 00 0C 00 'CStringArray' 00 00") << "sequences" << 0ll
-            << "CStringArray with schema 1 (only schema 0 is known)";
-        QTest::newRow("class name beyond the end of the file")
-            << Bytes("FF FF 00 00 40 9C 'CString'") << "sequences" << 0ll << "end of the file in a class name";
-        QTest::newRow("class reference before any class")
-            << Bytes("01 80 00 00") << "sequences" << 0ll << "class reference 1 to no class read before";
-        QTest::newRow("object reference before any object")
-            << Bytes("05 00") << "sequences" << 0ll << "object reference 5 to no object read before";
-        QTest::newRow("object reference naming the class")
-            << Bytes(QByteArray(newClass) + " 00 00 01 00") << "sequences" << 20ll << "object reference 1 names a class";
-        QTest::newRow("class reference naming an object")
-            << Bytes(QByteArray(newClass) + " 00 00 02 80") << "sequences" << 20ll
-            << "class reference 2 to no class read before";
-        QTest::newRow("sequence count beyond the end of the file")
-            << Bytes(QByteArray(newClass) + " 10 27 01 'a'") << "sequences" << 18ll
-            << "array count 10000 beyond the end of the file";
-    }
-
+    // The reason and offset of each damage; "CLASS" stands for a new class CStringArray.
     void rejectsDamagedInput()
     {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, reader);
-        QFETCH(qint64, offset);
-        const ReadResult result = Read(bytes, reader);
-        QTEST(result.error, "reason");
-        QCOMPARE(result.offset, offset);
+        const struct
+        {
+            QByteArray bytes;
+            const char* reader;
+            qint64 offset;
+            QString reason;
+        } rows[] = {
+            {"01", "word", 0, "end of the file in a 16-bit word"},
+            {"FF 40 9C 'abc'", "string", 0, "string length 40000 beyond the end of the file"},
+            {"FF 40", "string", 0, "end of the file in a string length"},
+            // UTF-16 needs two bytes a character.
+            {"FF FE FF 03 41 00 42 00", "string", 0, "string length 3 beyond the end of the file"},
+            {"FF FF FF FF FF FF FF 00 00 00 00 00 00 00 80", "string", 0,
+             "string length 9223372036854775808 beyond the end of the file"},
+            {"FF FF FF FF FF 7F 00", "count", 0, "array count 2147483647 beyond the end of the file"},
+            {"FF FF 00 00 08 00 'CObArray' 00 00", "sequences", 0,
+             "unknown class \"CObArray\" (only CStringArray is expected)"},
+            {"FF FF 01 00 0C 00 'CStringArray' 00 00", "sequences", 0,
+             "CStringArray with schema 1 (only schema 0 is known)"},
+            {"FF FF 00 00 40 9C 'CString'", "sequences", 0, "end of the file in a class name"},
+            {"01 80 00 00", "sequences", 0, "class reference 1 to no class read before"},
+            {"05 00", "sequences", 0, "object reference 5 to no object read before"},
+            {"CLASS 00 00 01 00", "sequences", 20, "object reference 1 names a class"},
+            {"CLASS 00 00 02 80", "sequences", 20, "class reference 2 to no class read before"},
+            {"CLASS 10 27 01 'a'", "sequences", 18, "array count 10000 beyond the end of the file"},
+        };
+        for (const auto& row : rows) {
+            const ReadResult result = Read(Tagged(row.bytes), row.reader);
+            QVERIFY2(result.error == row.reason && result.offset == row.offset, qPrintable(result.error));
+        }
     }
 
     void sequentialDeviceFailsAtItsEnd()
@@ -309,29 +294,21 @@ private Q_SLOTS:
         for (CArchive::Mode mode : {CArchive::store, CArchive::load}) {
             for (bool aborted : {false, true}) {
                 CArchive ar(&buffer, mode);
-                if (aborted)
-                    ar.Abort(CArchiveException("test", 0));
-                else
+                QVERIFY(!ar.HasError());
+                if (aborted) {
+                    // The first error is kept.
+                    ar.Abort(CArchiveException("first", 12));
+                    ar.Abort(CArchiveException("second", 40));
+                    QVERIFY(ar.HasError() && ar.ErrorReason() == "first" && ar.ErrorOffset() == 12);
+                } else {
                     ar.Close();
+                }
                 QVERIFY(ar.IsClosed());
                 for (const auto& primitive : primitives)
                     QVERIFY_THROWS_EXCEPTION(CArchiveException, primitive(ar));
             }
         }
         QCOMPARE(buffer.pos(), 0);
-    }
-
-    void abortKeepsTheFirstError()
-    {
-        QBuffer buffer;
-        buffer.open(QIODevice::ReadOnly);
-        CArchive ar(&buffer, CArchive::load);
-        QVERIFY(!ar.HasError());
-        ar.Abort(CArchiveException("first", 12));
-        ar.Abort(CArchiveException("second", 40));
-        QVERIFY(ar.HasError());
-        QCOMPARE(ar.ErrorReason(), QString("first"));
-        QCOMPARE(ar.ErrorOffset(), 12);
     }
 
     void writeFailureNamesTheDeviceError()

@@ -64,11 +64,12 @@ void tst_CCommandHistory::settingsKeptPerDriver()
     const QString path = dir.filePath(QStringLiteral("Orvalis.ini"));
     CInstrumentViewSettings defaults;
     defaults.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Balance"));
-    QVERIFY(!defaults.m_bTimeStamps);
-    QVERIFY(!defaults.m_bTimeStampColumn);
-    QVERIFY(!defaults.m_bHexBytes);
-    QVERIFY(defaults.m_bCommandLine);
-    QVERIFY(defaults.m_bReconnect);
+    // Time stamps, time stamp column, hex bytes, command line, reconnect.
+    const auto flags = [](const CInstrumentViewSettings& v) {
+        return QList<bool>{v.m_bTimeStamps, v.m_bTimeStampColumn, v.m_bHexBytes, v.m_bCommandLine,
+                           v.m_bReconnect};
+    };
+    QCOMPARE(flags(defaults), (QList<bool>{false, false, false, true, true}));
 
     CInstrumentViewSettings balance;
     balance.m_bTimeStamps = true;
@@ -76,23 +77,20 @@ void tst_CCommandHistory::settingsKeptPerDriver()
     balance.m_bHexBytes = true;
     balance.m_bCommandLine = false;
     balance.m_bReconnect = false;
-    balance.m_commandHistory = {QStringLiteral("SI"), QStringLiteral("a, \"b\"<CR>"), QStringLiteral("x=1;y")};
+    balance.m_commandHistory = {QStringLiteral("SI"), QStringLiteral("a, \"b\"<CR>"),
+                                QStringLiteral("x=1;y")};
     {
         QSettings settings(path, QSettings::IniFormat);
         balance.Save(settings, QStringLiteral("Balance"));
     }
     CInstrumentViewSettings read;
     read.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Balance"));
-    QVERIFY(read.m_bTimeStamps);
-    QVERIFY(read.m_bTimeStampColumn);
-    QVERIFY(read.m_bHexBytes);
-    QVERIFY(!read.m_bCommandLine);
-    QVERIFY(!read.m_bReconnect);
+    QCOMPARE(flags(read), (QList<bool>{true, true, true, false, false}));
     QCOMPARE(read.m_commandHistory, balance.m_commandHistory);
 
     CInstrumentViewSettings other;
     other.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Meter"));
-    QVERIFY(!other.m_bTimeStamps);
+    QCOMPARE(flags(other), flags(defaults));
     QVERIFY(other.m_commandHistory.isEmpty());
 }
 

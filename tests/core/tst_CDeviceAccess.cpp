@@ -10,8 +10,6 @@
 #include <cerrno>
 #include <cstdint>
 
-Q_DECLARE_METATYPE(CDeviceAccess::Facts)
-
 namespace {
 
 CDeviceAccess::Facts DeniedNode(const QString& group, bool bListed, bool bNow, unsigned mode = S_IFCHR | 0660)
@@ -48,51 +46,41 @@ class tst_CDeviceAccess : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void text_data()
-    {
-        QTest::addColumn<CDeviceAccess::Facts>("facts");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("not in the group that owns the node")
-            << DeniedNode("dialout", false, false)
-            << "Permission denied on /dev/ttyUSB0: your user is not in the group dialout "
-               "(run: sudo adduser $USER dialout, then log in again)";
-        QTest::newRow("names the node's own group, not dialout")
-            << DeniedNode("uucp", false, false)
-            << "Permission denied on /dev/ttyUSB0: your user is not in the group uucp "
-               "(run: sudo adduser $USER uucp, then log in again)";
-        QTest::newRow("added to the group, session older than that")
-            << DeniedNode("dialout", true, false)
-            << "Permission denied on /dev/ttyUSB0: your user was added to the group dialout after this session "
-               "started (log out and log in again)";
-        QTest::newRow("group may not write: no group advice")
-            << DeniedNode("dialout", false, false, S_IFCHR | 0640)
-            << "Permission denied on /dev/ttyUSB0 (crw-r-----, owner root, group dialout)";
-        QTest::newRow("root's group is no advice")
-            << DeniedNode("root", false, false)
-            << "Permission denied on /dev/ttyUSB0 (crw-rw----, owner root, group root)";
-        QTest::newRow("in the group and refused all the same")
-            << DeniedNode("dialout", true, true)
-            << "Permission denied on /dev/ttyUSB0 (crw-rw----, owner root, group dialout)";
-        CDeviceAccess::Facts unknown = DeniedNode("dialout", false, false);
-        unknown.bNodeKnown = false;
-        QTest::newRow("node that cannot be looked at") << unknown << "Cannot open /dev/ttyUSB0: Permission denied";
-        QTest::newRow("busy, held by another program")
-            << BusyNode("minicom", 4711, false)
-            << "Cannot open /dev/ttyUSB0: Device or resource busy (in use by minicom, process 4711)";
-        QTest::newRow("busy, held by a process without a name")
-            << BusyNode(QString(), 4711, false)
-            << "Cannot open /dev/ttyUSB0: Device or resource busy (in use by another program, process 4711)";
-        QTest::newRow("busy, held by this program")
-            << BusyNode("orvalis", 1, true)
-            << "Cannot open /dev/ttyUSB0: Device or resource busy (already open in this program)";
-        QTest::newRow("busy, holder unknown")
-            << BusyNode(QString(), 0, false) << "Cannot open /dev/ttyUSB0: Device or resource busy";
-    }
-
     void text()
     {
-        QFETCH(CDeviceAccess::Facts, facts);
-        QTEST(CDeviceAccess::Text(facts), "text");
+        const QString denied = QStringLiteral("Permission denied on /dev/ttyUSB0");
+        const QString busy = QStringLiteral("Cannot open /dev/ttyUSB0: Device or resource busy");
+        CDeviceAccess::Facts unknown = DeniedNode("dialout", false, false);
+        unknown.bNodeKnown = false;
+        const struct
+        {
+            CDeviceAccess::Facts facts;
+            QString text;
+        } rows[] = {
+            // Not in the group that owns the node: its own group, not always dialout.
+            {DeniedNode("dialout", false, false), denied + ": your user is not in the group dialout (run: "
+                                                           "sudo adduser $USER dialout, then log in again)"},
+            {DeniedNode("uucp", false, false),
+             denied +
+                 ": your user is not in the group uucp (run: sudo adduser $USER uucp, then log in again)"},
+            // Added to the group, the session older than that.
+            {DeniedNode("dialout", true, false), denied +
+                                                     ": your user was added to the group dialout after this "
+                                                     "session started (log out and log in again)"},
+            // No group advice: the group may not write, root's group, in the group all the same.
+            {DeniedNode("dialout", false, false, S_IFCHR | 0640),
+             denied + " (crw-r-----, owner root, group dialout)"},
+            {DeniedNode("root", false, false), denied + " (crw-rw----, owner root, group root)"},
+            {DeniedNode("dialout", true, true), denied + " (crw-rw----, owner root, group dialout)"},
+            {unknown, "Cannot open /dev/ttyUSB0: Permission denied"}, // a node that cannot be looked at
+            // Busy: held by another program, one without a name, this program, no one known.
+            {BusyNode("minicom", 4711, false), busy + " (in use by minicom, process 4711)"},
+            {BusyNode(QString(), 4711, false), busy + " (in use by another program, process 4711)"},
+            {BusyNode("orvalis", 1, true), busy + " (already open in this program)"},
+            {BusyNode(QString(), 0, false), busy},
+        };
+        for (const auto& row : rows)
+            QCOMPARE(CDeviceAccess::Text(row.facts), row.text);
     }
 
     void modeText()

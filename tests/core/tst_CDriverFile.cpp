@@ -32,8 +32,9 @@ CDriverFile LabDriver()
     file.m_Script.m_bRegistered = 1;
     file.m_Script.m_strEndOfString = "<LF>";
     file.m_Script.m_InputStrings = {"S", "~"};
-    file.m_Script.m_Sequences = {std::make_shared<CStringArray>(QByteArrayList{"SkipCharacters(3)", "TrimLeft()"}),
-                                 std::make_shared<CStringArray>(QByteArrayList{"ChangeCharacters(., ,)"})};
+    file.m_Script.m_Sequences = {
+        std::make_shared<CStringArray>(QByteArrayList{"SkipCharacters(3)", "TrimLeft()"}),
+        std::make_shared<CStringArray>(QByteArrayList{"ChangeCharacters(., ,)"})};
     return file;
 }
 
@@ -81,17 +82,14 @@ private Q_SLOTS:
         QCOMPARE(read.m_Comm.GetConnector(), QByteArray("FT4711AB"));
         QCOMPARE(read.m_Script.GetCommand(1, 0), QByteArray("ChangeCharacters(., ,)"));
         QCOMPARE(StoredFile(read), produced);
-    }
 
-    void referenceApiLoadsIntoTheCallersRecords()
-    {
+        // The same through the records of a caller.
         CDriverParameter driver;
         CCommParameter comm;
         CTerminalParameter terminal;
         CFunctionKeysParameter keys;
         CScript script;
-        const CFileResult result = CDriverFile::Load(GoldenPath("Lab.tbb"), driver, comm, terminal, keys, script);
-        QVERIFY2(result.IsOk(), qPrintable(result.Message()));
+        QVERIFY(CDriverFile::Load(GoldenPath("Lab.tbb"), driver, comm, terminal, keys, script).IsOk());
         QCOMPARE(driver.GetExcel(), 1);
         QCOMPARE(comm.m_nBaudRate, 4800);
         QCOMPARE(terminal.m_bShowControlChars, 1);
@@ -150,7 +148,8 @@ private Q_SLOTS:
             const QByteArray context = "cut at " + QByteArray::number(cut) + ": " + result.Message().toUtf8();
             QVERIFY2(result.GetStatus() == CFileResult::Status::Damaged, context);
             QVERIFY2(result.GetOffset() >= 0 && result.GetOffset() <= cut, context);
-            QVERIFY2(result.Message().startsWith(QStringLiteral("lab.tbb: damaged at byte %1 (").arg(result.GetOffset())),
+            QVERIFY2(result.Message().startsWith(
+                         QStringLiteral("lab.tbb: damaged at byte %1 (").arg(result.GetOffset())),
                      context);
             if (cut >= driverEnd)
                 QCOMPARE(read.m_Driver.GetFileName(), QByteArray("Lab scale.tbb"));
@@ -165,32 +164,31 @@ private Q_SLOTS:
         }
     }
 
-    void hugeClaimsFailFast_data()
+    void hugeClaimsFailFast()
     {
-        QTest::addColumn<QByteArray>("file");
-        QTest::addColumn<QString>("message");
         CDriverFile lab = LabDriver();
         const QByteArray whole = StoredFile(lab);
         const qsizetype keys = Stored(lab.m_Driver).size() + Stored(lab.m_Comm).size() + 20;
-        // The names count of the function keys becomes FFFF + 0x7FFFFFFF.
-        QByteArray hugeCount = whole.left(keys + 4) + Bytes("FF FF FF FF FF 7F") + whole.mid(keys + 6);
-        QTest::newRow("count of two billion names")
-            << hugeCount << QStringLiteral("lab.tbb: damaged at byte %1 (array count 2147483647 beyond the end of the file)")
-                                .arg(keys + 4);
-        // The driver name claims 40000 bytes.
-        QByteArray hugeName = Bytes("FF 40 9C") + whole.mid(1);
-        QTest::newRow("name of 40000 bytes")
-            << hugeName << QString("lab.tbb: damaged at byte 0 (string length 40000 beyond the end of the file)");
-    }
-
-    void hugeClaimsFailFast()
-    {
-        QFETCH(QByteArray, file);
-        QElapsedTimer timer;
-        timer.start();
-        CDriverFile read;
-        QTEST(LoadBytes(file, read).Message(), "message");
-        QVERIFY(timer.elapsed() < 1000);
+        const struct
+        {
+            QByteArray file;
+            QString message;
+        } rows[] = {
+            // The names count of the function keys becomes FFFF + 0x7FFFFFFF.
+            {whole.left(keys + 4) + Bytes("FF FF FF FF FF 7F") + whole.mid(keys + 6),
+             QStringLiteral("lab.tbb: damaged at byte %1 (array count 2147483647 beyond the end of the file)")
+                 .arg(keys + 4)},
+            // The driver name claims 40000 bytes.
+            {Bytes("FF 40 9C") + whole.mid(1),
+             "lab.tbb: damaged at byte 0 (string length 40000 beyond the end of the file)"},
+        };
+        for (const auto& row : rows) {
+            QElapsedTimer timer;
+            timer.start();
+            CDriverFile read;
+            QCOMPARE(LoadBytes(row.file, read).Message(), row.message);
+            QVERIFY(timer.elapsed() < 1000);
+        }
     }
 
     void printerSettingsHaveNoFunctionKeys()
@@ -222,35 +220,35 @@ private Q_SLOTS:
         QCOMPARE(missing.m_Comm.m_nBaudRate, 1200);
     }
 
-    void exampleDriversRewriteTheirInstrumentsStrings_data()
-    {
-        QTest::addColumn<QString>("example");
-        QTest::addColumn<QByteArray>("received");
-        QTest::addColumn<QByteArray>("shown");
-        QTest::newRow("balance weight loses its leading spaces, unit in its own cell")
-            << "Balance.tbb" << QByteArray("  12.345 g\r\n") << QByteArray("12.345\tg\r\n");
-        QTest::newRow("balance error line is marked") << "Balance.tbb" << QByteArray("ES\r\n") << QByteArray("*ES\r\n");
-        QTest::newRow("meter value loses its frame")
-            << "Meter.tbb" << QByteArray("\x02+012.34 V\x03") << QByteArray("+012.34V\r");
-    }
-
     void exampleDriversRewriteTheirInstrumentsStrings()
     {
-        QFETCH(QString, example);
-        QFETCH(QByteArray, received);
-        CDriverFile file;
-        const CFileResult result = file.Load(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/") + example);
-        QVERIFY2(result.IsOk(), qPrintable(result.Message()));
-        const CScript& script = file.m_Script;
-        int startChar = 0;
-        int endChar = 0;
-        int index = -1;
-        QVERIFY(script.MatchStart(received.front(), startChar, endChar, index));
-        QCOMPARE(char(endChar), received.back());
-        QByteArray output = received;
-        for (int i = 0; i < script.GetCommandCount(index); ++i)
-            script.ExecuteCommand(script.GetCommand(index, i), QByteArray(output), output);
-        QTEST(output, "shown");
+        const struct
+        {
+            QString example;
+            QByteArray received, shown;
+        } rows[] = {
+            // The balance's weight loses its leading spaces, the unit goes to its own
+            // cell; an error line is marked. The meter's value loses its frame.
+            {"Balance.tbb", "  12.345 g\r\n", "12.345\tg\r\n"},
+            {"Balance.tbb", "ES\r\n", "*ES\r\n"},
+            {"Meter.tbb", "\x02+012.34 V\x03", "+012.34V\r"},
+        };
+        for (const auto& row : rows) {
+            CDriverFile file;
+            const CFileResult result =
+                file.Load(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/") + row.example);
+            QVERIFY2(result.IsOk(), qPrintable(result.Message()));
+            const CScript& script = file.m_Script;
+            int startChar = 0;
+            int endChar = 0;
+            int index = -1;
+            QVERIFY(script.MatchStart(row.received.front(), startChar, endChar, index));
+            QCOMPARE(char(endChar), row.received.back());
+            QByteArray output = row.received;
+            for (int i = 0; i < script.GetCommandCount(index); ++i)
+                script.ExecuteCommand(script.GetCommand(index, i), QByteArray(output), output);
+            QCOMPARE(output, row.shown);
+        }
     }
 };
 

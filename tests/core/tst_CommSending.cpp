@@ -27,10 +27,7 @@ struct CPosted
 class COwner : public QObject
 {
 public:
-    explicit COwner(CComm& comm)
-        : m_comm(comm)
-    {
-    }
+    explicit COwner(CComm& comm) : m_comm(comm) {}
 
     bool event(QEvent* e) override
     {
@@ -110,17 +107,14 @@ private Q_SLOTS:
         QCOMPARE(pty.ReadMaster(content.size()), content);
         QVERIFY(owner.WaitForEnd());
 
-        QCOMPARE(owner.m_posted.size(), 4);
-        const qint64 sent[] = {2048, 4096, 6144};
-        for (int i = 0; i < 3; ++i) {
-            QCOMPARE(owner.m_posted.at(i).name, QByteArray("de.Veldrane.SendProgress"));
-            QCOMPARE(owner.m_posted.at(i).wParam, sent[i]);
-            QCOMPARE(owner.m_posted.at(i).lParam, qint64(5000));
-            QCOMPARE(owner.m_posted.at(i).channel, &comm);
+        QStringList posted;
+        for (const CPosted& event : owner.m_posted) {
+            posted.append(QStringLiteral("%1 %2 %3").arg(event.name).arg(event.wParam).arg(event.lParam));
+            QCOMPARE(event.channel, &comm);
         }
-        QCOMPARE(owner.m_posted.last().name, QByteArray("de.Veldrane.EndOfTransmission"));
-        QCOMPARE(owner.m_posted.last().wParam, qint64(0));
-        QCOMPARE(owner.m_posted.last().lParam, qint64(0));
+        QCOMPARE(posted,
+                 (QStringList{"de.Veldrane.SendProgress 2048 5000", "de.Veldrane.SendProgress 4096 5000",
+                              "de.Veldrane.SendProgress 6144 5000", "de.Veldrane.EndOfTransmission 0 0"}));
         QCOMPARE(comm.Sender().Progress().Position(), 100);
     }
 

@@ -16,13 +16,23 @@
 
 namespace {
 
-class CRecordingOutput : public CByteOutput
+// Records what the sender puts on the line; given the slave end of a pty it
+// also writes there, as the channel does on a line.
+class CLineOutput : public CByteOutput
 {
 public:
+    explicit CLineOutput(int fd = -1) : m_nFd(fd) {}
     void SetOutput(const QByteArray& bytes) override
     {
         if (m_hook)
             m_hook(bytes);
+        qsizetype done = 0;
+        while (m_nFd >= 0 && done < bytes.size()) {
+            const ssize_t n = ::write(m_nFd, bytes.constData() + done, size_t(bytes.size() - done));
+            if (n <= 0)
+                break;
+            done += n;
+        }
         QMutexLocker lock(&m_mutex);
         m_writes.append(bytes);
     }
@@ -36,35 +46,9 @@ public:
     std::function<void(const QByteArray&)> m_hook;
 
 private:
+    int m_nFd;
     QMutex m_mutex;
     QByteArrayList m_writes;
-};
-
-// Writes to the slave end of a pty, as the channel does on a line.
-class CPtyOutput : public CByteOutput
-{
-public:
-    explicit CPtyOutput(int fd)
-        : m_nFd(fd)
-    {
-    }
-    void SetOutput(const QByteArray& bytes) override
-    {
-        if (m_hook)
-            m_hook(bytes);
-        qsizetype done = 0;
-        while (done < bytes.size()) {
-            const ssize_t n = ::write(m_nFd, bytes.constData() + done, size_t(bytes.size() - done));
-            if (n <= 0)
-                return;
-            done += n;
-        }
-    }
-
-    std::function<void(const QByteArray&)> m_hook;
-
-private:
-    int m_nFd;
 };
 
 class CScriptedPrompt : public CSerialNumberPrompt
@@ -83,10 +67,13 @@ public:
     int m_nAsked = 0;
 };
 
-// The two transfer notifications as the owner window would see them.
-struct CTransferEvents
+using Progress = QList<QPair<qint64, qint64>>;
+
+// A sender on a recorded line with the two transfer notifications as the
+// owner window would see them.
+struct Sender
 {
-    void Attach(CCommandSender& sender)
+    explicit Sender(int fd = -1) : output(fd)
     {
         sender.SetTransferNotifications(
             [this](qint64 sent, qint64 total) {
@@ -95,13 +82,13 @@ struct CTransferEvents
             },
             [this] { ended.release(); });
     }
-    QList<QPair<qint64, qint64>> Progress()
+    Progress Sent()
     {
         QMutexLocker lock(&mutex);
         return progress;
     }
     // Handles end notifications until no transfer is left.
-    bool Finish(CCommandSender& sender)
+    bool Finish()
     {
         while (sender.IsSending()) {
             if (!ended.tryAcquire(1, 5000))
@@ -111,8 +98,10 @@ struct CTransferEvents
         return true;
     }
 
+    CLineOutput output;
+    CCommandSender sender{output};
     QMutex mutex;
-    QList<QPair<qint64, qint64>> progress;
+    Progress progress;
     QSemaphore ended;
 };
 
@@ -124,8 +113,6 @@ QByteArray Pattern(int size)
     return bytes;
 }
 
-using Progress = QList<QPair<qint64, qint64>>;
-
 } // namespace
 
 class tst_CommandSender : public QObject
@@ -133,114 +120,82 @@ class tst_CommandSender : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void buildRecord_data()
+    // The serial number as typed, then its record: the one table of the
+    // number's bounds and the record's bytes.
+    void serialNumberRecord()
     {
-        QTest::addColumn<QByteArray>("address");
-        QTest::addColumn<int>("number");
-        QTest::addColumn<QByteArray>("record");
-        QTest::newRow("hexadecimal address") << QByteArray("0x100") << 42
-                                             << QByteArray("S309000001000000002ACB");
-        QTest::newRow("all zero") << QByteArray("0") << 0 << QByteArray("S3090000000000000000F6");
-        QTest::newRow("decimal address") << QByteArray("305419896") << 9999
-                                         << QByteArray("S309123456780000270FAC");
-        QTest::newRow("negative number is its two's complement")
-            << QByteArray("0") << -1 << QByteArray("S30900000000FFFFFFFFFA");
-    }
-
-    void buildRecord()
-    {
-        QFETCH(QByteArray, address);
-        QFETCH(int, number);
-        const QByteArray built = CSerialNumberRecord::BuildRecord(address, number);
-        QTEST(built, "record");
-        QCOMPARE(built.size(), 22);
-    }
-
-    void readAddress_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<quint32>("address");
-        QTest::newRow("decimal") << QByteArray("4096") << quint32(4096);
-        QTest::newRow("lower-case hex prefix and digits") << QByteArray("0xff") << quint32(255);
-        QTest::newRow("upper-case hex prefix") << QByteArray("0XAbC") << quint32(0xABC);
-        QTest::newRow("octal") << QByteArray("0777") << quint32(511);
-        QTest::newRow("octal stops at 8") << QByteArray("018") << quint32(1);
-        QTest::newRow("hex prefix without digits is zero") << QByteArray("0xg") << quint32(0);
-        QTest::newRow("leading blanks are skipped") << QByteArray(" \t42") << quint32(42);
-        QTest::newRow("largest 32-bit value") << QByteArray("4294967295") << quint32(0xFFFFFFFF);
-        QTest::newRow("one beyond 32 bits saturates") << QByteArray("4294967296")
-                                                      << quint32(0xFFFFFFFF);
-        QTest::newRow("very long number saturates")
-            << QByteArray("123456789012345678901234567890") << quint32(0xFFFFFFFF);
-        QTest::newRow("minus wraps around") << QByteArray("-1") << quint32(0xFFFFFFFF);
+        const QByteArray outOfRange("Please enter an integer between 0 and 9999.");
+        const QByteArray notInteger("Please enter an integer.");
+        const struct
+        {
+            QByteArray address;
+            QString text;
+            QByteArray record; // or the message
+        } rows[] = {
+            {"0x100", "42", "S309000001000000002ACB"},
+            {"0", "0", "S3090000000000000000F6"},
+            {"305419896", "9999", "S309123456780000270FAC"},
+            {"0", " 42\t", "S309000000000000002ACC"},
+            {"0", "10000", outOfRange},
+            {"0", "-1", outOfRange},
+            {"0", "99999999999999999999999", outOfRange},
+            {"0", "12x", notInteger},
+            {"0", "", notInteger},
+        };
+        for (const auto& row : rows) {
+            int number = -7;
+            QString message;
+            const bool accepted = CSerialNumberRecord::ParseSerialNumber(row.text, number, &message);
+            const QByteArray got = accepted ? CSerialNumberRecord::BuildRecord(row.address, number)
+                                            : message.toLatin1() + " " + QByteArray::number(number);
+            const QByteArray expected = row.record.startsWith("S3") ? row.record : row.record + " -7";
+            QVERIFY2(got == expected, qPrintable(row.text + ": " + got));
+        }
+        // A negative number goes out as its two's complement.
+        QCOMPARE(CSerialNumberRecord::BuildRecord("0", -1), QByteArray("S30900000000FFFFFFFFFA"));
     }
 
     void readAddress()
     {
-        QFETCH(QByteArray, text);
-        QTEST(CSerialNumberRecord::ReadAddress(text), "address");
-    }
-
-    void parseSerialNumber_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("accepted");
-        QTest::addColumn<int>("number");
-        QTest::addColumn<QString>("error");
-        const QString notInteger("Please enter an integer.");
-        const QString outOfRange("Please enter an integer between 0 and 9999.");
-        QTest::newRow("smallest") << "0" << true << 0 << QString();
-        QTest::newRow("largest") << "9999" << true << 9999 << QString();
-        QTest::newRow("blanks around the number") << " 42\t" << true << 42 << QString();
-        QTest::newRow("one beyond the largest") << "10000" << false << -7 << outOfRange;
-        QTest::newRow("negative") << "-1" << false << -7 << outOfRange;
-        QTest::newRow("huge number") << "99999999999999999999999" << false << -7 << outOfRange;
-        QTest::newRow("trailing letters") << "12x" << false << -7 << notInteger;
-        QTest::newRow("empty") << "" << false << -7 << notInteger;
-    }
-
-    void parseSerialNumber()
-    {
-        QFETCH(QString, text);
-        int result = -7;
-        QString message;
-        QTEST(CSerialNumberRecord::ParseSerialNumber(text, result, &message), "accepted");
-        QTEST(result, "number");
-        QTEST(message, "error");
-    }
-
-    void delay_data()
-    {
-        QTest::addColumn<QByteArray>("line");
-        QTest::addColumn<quint32>("milliseconds");
-
-        QTest::newRow("plain number") << QByteArray("D500") << quint32(500);
-        QTest::newRow("leading blanks and a plus sign") << QByteArray("D \t+25") << quint32(25);
-        QTest::newRow("reading stops at the first non-digit") << QByteArray("D12ms") << quint32(12);
-        QTest::newRow("no digits count as no delay") << QByteArray("Dxyz") << quint32(0);
-        QTest::newRow("bare D counts as no delay") << QByteArray("D") << quint32(0);
-        QTest::newRow("a minus sign counts as no delay") << QByteArray("D-5") << quint32(0);
-        QTest::newRow("values beyond 32 bits saturate")
-            << QByteArray("D99999999999") << quint32(4294967295u);
+        const struct
+        {
+            const char* text;
+            quint32 address;
+        } rows[] = {
+            {"4096", 4096},
+            {"0xff", 255},
+            {"0XAbC", 0xABC},
+            {"0777", 511},
+            {"018", 1}, // octal stops at 8
+            {"0xg", 0}, // hex prefix without digits
+            {" \t42", 42},
+            {"4294967295", 0xFFFFFFFF},
+            {"4294967296", 0xFFFFFFFF}, // saturates
+            {"123456789012345678901234567890", 0xFFFFFFFF},
+            {"-1", 0xFFFFFFFF}, // wraps around
+        };
+        for (const auto& row : rows)
+            QVERIFY2(CSerialNumberRecord::ReadAddress(row.text) == row.address, row.text);
     }
 
     void delay()
     {
-        QFETCH(QByteArray, line);
-        QTEST(CPlaybackFile::DelayOf(line), "milliseconds");
+        const struct
+        {
+            const char* line;
+            quint32 milliseconds;
+        } rows[] = {
+            {"D500", 500}, {"D \t+25", 25}, {"D12ms", 12}, // reading stops at the first non-digit
+            {"Dxyz", 0},   {"D", 0},        {"D-5", 0},    {"D99999999999", 4294967295u}, // saturates
+        };
+        for (const auto& row : rows)
+            QVERIFY2(CPlaybackFile::DelayOf(row.line) == row.milliseconds, row.line);
     }
 
     void consumesExactlyTheLinesItUsed()
     {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("p.txt"));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(QByteArray("A\r\nD7\nB\n\nC\rD\nlast"));
-        file.close();
-
         CPlaybackFile playback;
-        QVERIFY(playback.Open(path));
+        QVERIFY(playback.Open(WriteFile(QStringLiteral("p.txt"), "A\r\nD7\nB\n\nC\rD\nlast")));
         QList<quint32> sleeps;
         const auto sleep = [&](quint32 ms) { sleeps.append(ms); };
         QCOMPARE(playback.NextLine(sleep), QByteArray("A"));
@@ -271,181 +226,130 @@ private Q_SLOTS:
         WriteFile(QStringLiteral("cmd.txt"), "line\n");
     }
 
-    void macros_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<QList<int>>("answers");
-        QTest::addColumn<QByteArrayList>("writes");
-        QTest::addColumn<int>("asked");
-        QTest::addColumn<QString>("playback");
-
-        const QList<int> noAnswers;
-        QTest::newRow("text without macros goes out as it is")
-            << QByteArray("hello\r") << noAnswers << QByteArrayList{"hello\r"} << 0 << QString();
-        QTest::newRow("empty text sends nothing") << QByteArray() << noAnswers << QByteArrayList{} << 0
-                                                  << QString();
-        QTest::newRow("file macro: text before, the file, then the text after")
-            << QByteArray("AB^$Ffile.txt^$FCD") << noAnswers << QByteArrayList{"AB", "FILE", "CD"} << 0
-            << QString();
-        QTest::newRow("serial-number macro sends the record between the texts")
-            << QByteArray("X^$S0x100^$SY") << QList<int>{42}
-            << QByteArrayList{"X", "S309000001000000002ACB", "Y"} << 1 << QString();
-        QTest::newRow("cancelled serial number drops the rest")
-            << QByteArray("X^$S0x100^$SY") << QList<int>{-1} << QByteArrayList{"X"} << 1 << QString();
-        QTest::newRow("serial number outside 0..9999 counts as cancelled")
-            << QByteArray("X^$S0^$SY") << QList<int>{10000} << QByteArrayList{"X"} << 1 << QString();
-        QTest::newRow("two serial-number macros ask twice")
-            << QByteArray("^$S0^$S^$S305419896^$S") << QList<int>{0, 9999}
-            << QByteArrayList{"S3090000000000000000F6", "S309123456780000270FAC"} << 2 << QString();
-        QTest::newRow("playback macro drops the text before it")
-            << QByteArray("P^$Ecmd.txt^$EQ") << noAnswers << QByteArrayList{"Q"} << 0
-            << QStringLiteral("cmd.txt");
-        QTest::newRow("playback macro wins over a file macro before it")
-            << QByteArray("^$Fa^$F ^$Eb^$E") << noAnswers << QByteArrayList{} << 0 << QStringLiteral("b");
-        QTest::newRow("playback macro after a serial-number macro drops it too")
-            << QByteArray("X^$S1^$SY^$Ecmd.txt^$EZ") << QList<int>{5} << QByteArrayList{"Z"} << 0
-            << QStringLiteral("cmd.txt");
-        QTest::newRow("macros are handled in the order they stand")
-            << QByteArray("^$S1^$S-^$Ffile.txt^$F+") << QList<int>{1}
-            << QByteArrayList{"S3090000000100000001F4", "-", "FILE", "+"} << 1 << QString();
-        QTest::newRow("file macro without closing delimiter goes out literally")
-            << QByteArray("A^$Ffile.txt") << noAnswers << QByteArrayList{"A^$Ffile.txt"} << 0 << QString();
-        QTest::newRow("unclosed playback macro sends the whole text literally")
-            << QByteArray("A^$Ffile.txt^$FB^$Ex") << noAnswers
-            << QByteArrayList{"A^$Ffile.txt^$FB^$Ex"} << 0 << QString();
-        QTest::newRow("unclosed macro after a complete one: the rest goes literally")
-            << QByteArray("^$S1^$SB^$Sx") << QList<int>{1}
-            << QByteArrayList{"S3090000000100000001F4", "B^$Sx"} << 1 << QString();
-        QTest::newRow("empty file name sends no file")
-            << QByteArray("A^$F^$FB") << noAnswers << QByteArrayList{"A", "B"} << 0 << QString();
-    }
-
     void macros()
     {
-        QFETCH(QByteArray, text);
-        QFETCH(QList<int>, answers);
-        QFETCH(QString, playback);
-
-        CRecordingOutput output;
-        CScriptedPrompt prompt;
-        prompt.m_answers = answers;
-        CPlaybackFile playbackFile;
-        CCommandSender sender(output);
-        sender.SetSerialNumberPrompt(&prompt);
-        sender.SetPlaybackFile(&playbackFile);
-        CTransferEvents events;
-        events.Attach(sender);
-
-        QCOMPARE(sender.SendCommand(text), 1);
-        QVERIFY(events.Finish(sender));
-
-        QTEST(output.Writes(), "writes");
-        QTEST(prompt.m_nAsked, "asked");
-        if (playback.isEmpty()) {
-            QVERIFY(playbackFile.FileName().isEmpty());
-        } else {
-            QCOMPARE(playbackFile.FileName(), m_home.filePath(playback));
-            QCOMPARE(playbackFile.IsOpen(), QFile::exists(m_home.filePath(playback)));
+        const struct
+        {
+            QByteArray text;
+            QList<int> answers; // -1 cancels
+            QByteArrayList writes;
+            int asked;
+            QString playback;
+        } rows[] = {
+            {"hello\r", {}, {"hello\r"}, 0, {}},
+            {QByteArray(), {}, {}, 0, {}},
+            // A file macro: the text before, the file, then the text after.
+            {"AB^$Ffile.txt^$FCD", {}, {"AB", "FILE", "CD"}, 0, {}},
+            {"X^$S0x100^$SY", {42}, {"X", "S309000001000000002ACB", "Y"}, 1, {}},
+            // A cancelled serial number drops the rest; 10000 counts as cancelled.
+            {"X^$S0x100^$SY", {-1}, {"X"}, 1, {}},
+            {"^$S0^$S-^$S0^$S+", {9999, 10000}, {"S309000000000000270FC0", "-"}, 2, {}},
+            // A playback macro drops the text before it, also file and serial-number macros.
+            {"P^$Ecmd.txt^$EQ", {}, {"Q"}, 0, "cmd.txt"},
+            {"^$Fa^$F ^$Eb^$E", {}, {}, 0, "b"},
+            {"X^$S1^$SY^$Ecmd.txt^$EZ", {5}, {"Z"}, 0, "cmd.txt"},
+            // Macros are handled in the order they stand.
+            {"^$S1^$S-^$Ffile.txt^$F+", {1}, {"S3090000000100000001F4", "-", "FILE", "+"}, 1, {}},
+            // Without a closing delimiter the rest goes out literally, an
+            // unclosed playback macro even the whole text.
+            {"A^$Ffile.txt", {}, {"A^$Ffile.txt"}, 0, {}},
+            {"A^$Ffile.txt^$FB^$Ex", {}, {"A^$Ffile.txt^$FB^$Ex"}, 0, {}},
+            {"^$S1^$SB^$Sx", {1}, {"S3090000000100000001F4", "B^$Sx"}, 1, {}},
+            // An empty file name sends no file.
+            {"A^$F^$FB", {}, {"A", "B"}, 0, {}},
+        };
+        for (const auto& row : rows) {
+            Sender s;
+            CScriptedPrompt prompt;
+            prompt.m_answers = row.answers;
+            CPlaybackFile playback;
+            s.sender.SetSerialNumberPrompt(&prompt);
+            s.sender.SetPlaybackFile(&playback);
+            QCOMPARE(s.sender.SendCommand(row.text), 1);
+            QVERIFY2(s.Finish(), row.text);
+            QVERIFY2(s.output.Writes() == row.writes, row.text);
+            QVERIFY2(prompt.m_nAsked == row.asked, row.text);
+            const QString expected = row.playback.isEmpty() ? QString() : m_home.filePath(row.playback);
+            QVERIFY2(playback.FileName() == expected, row.text);
+            QVERIFY2(playback.IsOpen() == (!expected.isEmpty() && QFile::exists(expected)), row.text);
         }
     }
 
     void secondPlaybackMacroClosesTheFirst()
     {
-        CRecordingOutput output;
+        Sender s;
         CPlaybackFile playback;
-        CCommandSender sender(output);
-        sender.SetPlaybackFile(&playback);
-        sender.SendCommand("^$Ecmd.txt^$E");
+        s.sender.SendCommand("A^$Ecmd.txt^$EB");
+        QCOMPARE(s.output.Writes(), QByteArrayList{"B"}); // harmless without a playback file
+        s.sender.SetPlaybackFile(&playback);
+        s.sender.SendCommand("^$Ecmd.txt^$E");
         QVERIFY(playback.IsOpen());
-        sender.SendCommand("^$Emissing.txt^$E");
+        s.sender.SendCommand("^$Emissing.txt^$E");
         QVERIFY(!playback.IsOpen());
         QCOMPARE(playback.FileName(), m_home.filePath(QStringLiteral("missing.txt")));
         QCOMPARE(playback.NextLine([](quint32) {}), QByteArray());
     }
 
-    void playbackMacroWithoutPlaybackFileIsHarmless()
-    {
-        CRecordingOutput output;
-        CCommandSender sender(output);
-        sender.SendCommand("A^$Ecmd.txt^$EB");
-        QCOMPARE(output.Writes(), QByteArrayList{"B"});
-    }
-
-    void transferOnPty_data()
-    {
-        QTest::addColumn<int>("size");
-        QTest::addColumn<Progress>("progress");
-
-        QTest::newRow("5000 bytes: three blocks, the last one short")
-            << 5000 << Progress{{2048, 5000}, {4096, 5000}, {6144, 5000}};
-        QTest::newRow("4096 bytes: the third message follows an empty read")
-            << 4096 << Progress{{2048, 4096}, {4096, 4096}, {6144, 4096}};
-        QTest::newRow("empty file: one message with total 0") << 0 << Progress{{2048, 0}};
-        QTest::newRow("less than a block") << 10 << Progress{{2048, 10}};
-    }
-
     void transferOnPty()
     {
-        QFETCH(int, size);
-        QFETCH(Progress, progress);
-
-        CPtyPair pty;
-        QVERIFY(pty.IsOpen());
-        CPtyOutput output(pty.Slave());
-        QList<qsizetype> blocks;
-        output.m_hook = [&](const QByteArray& bytes) { blocks.append(bytes.size()); };
-        CCommandSender sender(output);
-        CTransferEvents events;
-        events.Attach(sender);
-        const QByteArray content = Pattern(size);
-        const QString path = WriteFile(QStringLiteral("pattern.bin"), content);
-
-        QCOMPARE(sender.SendFile(path), 1);
-        QVERIFY(sender.IsSending());
-        const QByteArray received = pty.ReadMaster(size);
-        QVERIFY(events.Finish(sender));
-
-        QCOMPARE(received, content);
-        QCOMPARE(events.Progress(), progress);
-        QCOMPARE(blocks.size(), progress.size());
-        QCOMPARE(pty.ReadMaster(1, 50), QByteArray());
+        const struct
+        {
+            int size;
+            Progress progress;
+        } rows[] = {
+            {5000, {{2048, 5000}, {4096, 5000}, {6144, 5000}}}, // the last block short
+            {4096, {{2048, 4096}, {4096, 4096}, {6144, 4096}}}, // the third follows an empty read
+            {0, {{2048, 0}}},
+            {10, {{2048, 10}}},
+        };
+        for (const auto& row : rows) {
+            CPtyPair pty;
+            QVERIFY(pty.IsOpen());
+            Sender s(pty.Slave());
+            const QByteArray content = Pattern(row.size);
+            QCOMPARE(s.sender.SendFile(WriteFile(QStringLiteral("pattern.bin"), content)), 1);
+            QVERIFY(s.sender.IsSending());
+            const QByteArray received = pty.ReadMaster(row.size);
+            QVERIFY(s.Finish());
+            QCOMPARE(received, content);
+            QCOMPARE(s.Sent(), row.progress);
+            QCOMPARE(s.output.Writes().size(), row.progress.size());
+            QCOMPARE(pty.ReadMaster(1, 50), QByteArray());
+        }
     }
 
     void stopEndsAfterTheCurrentBlock()
     {
         CPtyPair pty;
         QVERIFY(pty.IsOpen());
-        CPtyOutput output(pty.Slave());
-        CCommandSender sender(output);
+        Sender s(pty.Slave());
         // The user presses Stop Transmission while the second block goes out.
         int blocks = 0;
-        output.m_hook = [&](const QByteArray&) {
+        s.output.m_hook = [&](const QByteArray&) {
             if (++blocks == 2)
-                sender.StopTransmission();
+                s.sender.StopTransmission();
         };
-        CTransferEvents events;
-        events.Attach(sender);
         const QByteArray content = Pattern(10 * 2048);
-        sender.SendFile(WriteFile(QStringLiteral("ten.bin"), content));
+        s.sender.SendFile(WriteFile(QStringLiteral("ten.bin"), content));
 
         const QByteArray received = pty.ReadMaster(2 * 2048);
-        QVERIFY(events.Finish(sender));
+        QVERIFY(s.Finish());
         QCOMPARE(received, content.left(2 * 2048));
-        QCOMPARE(events.Progress(), (Progress{{2048, 20480}, {4096, 20480}}));
+        QCOMPARE(s.Sent(), (Progress{{2048, 20480}, {4096, 20480}}));
         QCOMPARE(pty.ReadMaster(1, 50), QByteArray());
 
         // The next transfer is not stopped by the old request.
-        sender.SendFile(WriteFile(QStringLiteral("small.bin"), "abc"));
+        s.sender.SendFile(WriteFile(QStringLiteral("small.bin"), "abc"));
         QCOMPARE(pty.ReadMaster(3), QByteArray("abc"));
-        QVERIFY(events.Finish(sender));
+        QVERIFY(s.Finish());
     }
 
     void sendsQueuedTextInOrderAfterTheTransfer()
     {
-        CRecordingOutput output;
+        Sender s;
         QSemaphore firstBlock;
         QSemaphore release;
-        output.m_hook = [&](const QByteArray& bytes) {
+        s.output.m_hook = [&](const QByteArray& bytes) {
             if (bytes == "FILE") {
                 firstBlock.release();
                 release.acquire();
@@ -453,154 +357,114 @@ private Q_SLOTS:
         };
         CScriptedPrompt prompt;
         prompt.m_answers = {7};
-        CCommandSender sender(output);
-        sender.SetSerialNumberPrompt(&prompt);
-        CTransferEvents events;
-        events.Attach(sender);
+        s.sender.SetSerialNumberPrompt(&prompt);
 
-        sender.SendCommand("A^$Ffile.txt^$FB");
+        s.sender.SendCommand("A^$Ffile.txt^$FB");
         QVERIFY(firstBlock.tryAcquire(1, 5000));
-        sender.SendCommand("C1");
-        sender.SendTyped("x");
-        sender.SendCommand("C2^$S0^$SD");
-        sender.SendTyped("\r\n");
+        s.sender.SendCommand("C1");
+        s.sender.SendTyped("x");
+        s.sender.SendCommand("C2^$S0^$SD");
+        s.sender.SendTyped("\r\n");
         QCOMPARE(prompt.m_nAsked, 0);
         release.release();
-        QVERIFY(events.Finish(sender));
+        QVERIFY(s.Finish());
 
-        QCOMPARE(output.Writes(), (QByteArrayList{"A", "FILE", "B", "C1", "x", "C2",
-                                                  "S3090000000000000007EF", "D", "\r\n"}));
+        QCOMPARE(s.output.Writes(),
+                 (QByteArrayList{"A", "FILE", "B", "C1", "x", "C2", "S3090000000000000007EF", "D", "\r\n"}));
     }
 
     void queuedFileMacroStartsTheNextTransfer()
     {
-        CRecordingOutput output;
+        Sender s;
         QSemaphore release;
-        output.m_hook = [&](const QByteArray& bytes) {
+        s.output.m_hook = [&](const QByteArray& bytes) {
             if (bytes == "FIRST")
                 release.acquire();
         };
         WriteFile(QStringLiteral("first.txt"), "FIRST");
-        CCommandSender sender(output);
-        CTransferEvents events;
-        events.Attach(sender);
 
-        sender.SendFile(QStringLiteral("first.txt"));
-        sender.SendCommand("^$Ffile.txt^$FZ");
-        sender.SendTyped("y");
+        s.sender.SendFile(QStringLiteral("first.txt"));
+        s.sender.SendCommand("^$Ffile.txt^$FZ");
+        s.sender.SendTyped("y");
         release.release();
-        QVERIFY(events.ended.tryAcquire(1, 5000));
-        sender.OnEndOfTransmission();
-        QVERIFY(sender.IsSending());
-        QVERIFY(events.Finish(sender));
+        QVERIFY(s.ended.tryAcquire(1, 5000));
+        s.sender.OnEndOfTransmission();
+        QVERIFY(s.sender.IsSending());
+        QVERIFY(s.Finish());
 
-        QCOMPARE(output.Writes(), (QByteArrayList{"FIRST", "FILE", "Z", "y"}));
+        QCOMPARE(s.output.Writes(), (QByteArrayList{"FIRST", "FILE", "Z", "y"}));
     }
 
     void refusesASecondTransfer()
     {
-        CRecordingOutput output;
+        Sender s;
         QSemaphore release;
-        output.m_hook = [&](const QByteArray&) { release.acquire(); };
-        CCommandSender sender(output);
-        CTransferEvents events;
-        events.Attach(sender);
+        s.output.m_hook = [&](const QByteArray&) { release.acquire(); };
 
-        QCOMPARE(sender.SendFile(QStringLiteral("file.txt")), 1);
-        QCOMPARE(sender.SendFile(QStringLiteral("cmd.txt")), 0);
-        QCOMPARE(sender.Progress().FileName(), m_home.filePath(QStringLiteral("file.txt")));
+        QCOMPARE(s.sender.SendFile(QStringLiteral("file.txt")), 1);
+        QCOMPARE(s.sender.SendFile(QStringLiteral("cmd.txt")), 0);
+        QCOMPARE(s.sender.Progress().FileName(), m_home.filePath(QStringLiteral("file.txt")));
         release.release();
-        QVERIFY(events.Finish(sender));
-        QCOMPARE(output.Writes(), QByteArrayList{"FILE"});
+        QVERIFY(s.Finish());
+        QCOMPARE(s.output.Writes(), QByteArrayList{"FILE"});
     }
 
-    void emptyPathStartsNothing()
+    void emptyPathOrUnreadableFileSendsNoFile()
     {
-        CRecordingOutput output;
-        CCommandSender sender(output);
-        QCOMPARE(sender.SendFile(QString()), 0);
-        QVERIFY(!sender.IsSending());
-        QVERIFY(!sender.Progress().IsActive());
-        sender.SendTyped("x");
-        QCOMPARE(output.Writes(), QByteArrayList{"x"});
-    }
-
-    void unreadableFileEndsAtOnce()
-    {
-        CRecordingOutput output;
-        CCommandSender sender(output);
-        CTransferEvents events;
-        events.Attach(sender);
-        sender.SendCommand("A^$Fno-such-file^$FB");
-        QVERIFY(events.Finish(sender));
-        QVERIFY(events.Progress().isEmpty());
-        QCOMPARE(output.Writes(), (QByteArrayList{"A", "B"}));
-    }
-
-    void progressDisplay_data()
-    {
-        QTest::addColumn<qint64>("sent");
-        QTest::addColumn<qint64>("total");
-        QTest::addColumn<int>("position");
-
-        QTest::newRow("first block of 5000 bytes") << qint64(2048) << qint64(5000) << 40;
-        QTest::newRow("second block of 5000 bytes") << qint64(4096) << qint64(5000) << 81;
-        QTest::newRow("count beyond the total shows a full bar") << qint64(6144) << qint64(5000) << 100;
-        QTest::newRow("empty file shows a full bar") << qint64(2048) << qint64(0) << 100;
-        QTest::newRow("large file does not overflow")
-            << qint64(3000000000) << qint64(4000000000) << 75;
-        QTest::newRow("first block of a large file is an empty bar")
-            << qint64(2048) << qint64(10000000) << 0;
+        Sender s;
+        QCOMPARE(s.sender.SendFile(QString()), 0);
+        QVERIFY(!s.sender.IsSending());
+        QVERIFY(!s.sender.Progress().IsActive());
+        s.sender.SendCommand("A^$Fno-such-file^$FB");
+        QVERIFY(s.Finish());
+        QVERIFY(s.Sent().isEmpty());
+        QCOMPARE(s.output.Writes(), (QByteArrayList{"A", "B"}));
     }
 
     void progressDisplay()
     {
-        QFETCH(qint64, sent);
-        QFETCH(qint64, total);
-
-        CTransferProgress progress;
-        progress.Start(QStringLiteral("/data/run.hex"), 0);
-        progress.Update(sent, total);
-        QTEST(progress.Position(), "position");
-        QCOMPARE(progress.StatusText(), QStringLiteral("Sending file /data/run.hex"));
-    }
-
-    void elapsedTime_data()
-    {
-        QTest::addColumn<qint64>("seconds");
-        QTest::addColumn<QString>("text");
-
-        QTest::newRow("start") << qint64(0) << QStringLiteral("00:00:00");
-        QTest::newRow("hours, minutes and seconds") << qint64(3725) << QStringLiteral("01:02:05");
-        QTest::newRow("hours within the day") << qint64(25 * 3600 + 1) << QStringLiteral("01:00:01");
-        QTest::newRow("clock set back shows zero") << qint64(-5) << QStringLiteral("00:00:00");
-    }
-
-    void elapsedTime()
-    {
-        QFETCH(qint64, seconds);
+        const struct
+        {
+            qint64 sent, total;
+            int position;
+        } rows[] = {
+            {2048, 5000, 40},
+            {4096, 5000, 81},
+            {6144, 5000, 100}, // beyond the total: a full bar
+            {2048, 0, 100},    // empty file
+            {3000000000, 4000000000, 75},
+            {2048, 10000000, 0},
+        };
+        for (const auto& row : rows) {
+            CTransferProgress progress;
+            progress.Start(QStringLiteral("/data/run.hex"), 0);
+            progress.Update(row.sent, row.total);
+            QVERIFY2(progress.Position() == row.position, qPrintable(QString::number(row.sent)));
+            QCOMPARE(progress.StatusText(), QStringLiteral("Sending file /data/run.hex"));
+        }
+        // Hours within the day; a clock set back shows zero.
         CTransferProgress progress;
         progress.Start(QStringLiteral("f"), 1000);
-        QTEST(progress.ElapsedText(1000 + seconds), "text");
+        QCOMPARE(progress.ElapsedText(1000), QStringLiteral("00:00:00"));
+        QCOMPARE(progress.ElapsedText(1000 + 3725), QStringLiteral("01:02:05"));
+        QCOMPARE(progress.ElapsedText(1000 + 25 * 3600 + 1), QStringLiteral("01:00:01"));
+        QCOMPARE(progress.ElapsedText(1000 - 5), QStringLiteral("00:00:00"));
     }
 
     void progressFollowsTheTransfer()
     {
-        CRecordingOutput output;
-        CCommandSender sender(output);
-        sender.SetClock([] { return qint64(500); });
-        CTransferEvents events;
-        events.Attach(sender);
-        sender.SendFile(QStringLiteral("file.txt"));
-        QVERIFY(sender.Progress().IsActive());
-        QCOMPARE(sender.Progress().StartTime(), qint64(500));
-        QVERIFY(events.ended.tryAcquire(1, 5000));
-        for (const auto& [sent, total] : events.Progress())
-            sender.OnSendProgress(sent, total);
-        QCOMPARE(sender.Progress().Position(), 100);
-        sender.OnEndOfTransmission();
-        QVERIFY(!sender.Progress().IsActive());
-        QCOMPARE(sender.Progress().ElapsedText(503), QStringLiteral("00:00:03"));
+        Sender s;
+        s.sender.SetClock([] { return qint64(500); });
+        s.sender.SendFile(QStringLiteral("file.txt"));
+        QVERIFY(s.sender.Progress().IsActive());
+        QCOMPARE(s.sender.Progress().StartTime(), qint64(500));
+        QVERIFY(s.ended.tryAcquire(1, 5000));
+        for (const auto& [sent, total] : s.Sent())
+            s.sender.OnSendProgress(sent, total);
+        QCOMPARE(s.sender.Progress().Position(), 100);
+        s.sender.OnEndOfTransmission();
+        QVERIFY(!s.sender.Progress().IsActive());
+        QCOMPARE(s.sender.Progress().ElapsedText(503), QStringLiteral("00:00:03"));
     }
 
 private:

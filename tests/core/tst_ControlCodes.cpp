@@ -9,43 +9,7 @@ class tst_ControlCodes : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void getCode_data()
-    {
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<int>("code");
-        QTest::newRow("first name") << QByteArray("NUL") << 0;
-        QTest::newRow("carriage return") << QByteArray("CR") << 13;
-        QTest::newRow("last control name") << QByteArray("US") << 31;
-        QTest::newRow("space is SPC") << QByteArray("SPC") << 32;
-        QTest::newRow("lower case is not a name") << QByteArray("cr") << -1;
-        QTest::newRow("empty is not a name") << QByteArray() << -1;
-        QTest::newRow("name with trailing space") << QByteArray("CR ") << -1;
-        QTest::newRow("name with embedded NUL") << QByteArray("CR\0", 3) << -1;
-    }
-
-    void getCode()
-    {
-        QFETCH(QByteArray, name);
-        QTEST(CControlCode().GetCode(name), "code");
-    }
-
-    void getName_data()
-    {
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QByteArray>("name");
-        QTest::newRow("zero") << 0 << QByteArray("NUL");
-        QTest::newRow("thirty-two") << 32 << QByteArray("SPC");
-        QTest::newRow("thirty-three is outside") << 33 << QByteArray();
-        QTest::newRow("negative is outside") << -1 << QByteArray();
-    }
-
-    void getName()
-    {
-        QFETCH(int, code);
-        QTEST(CControlCode().GetName(code), "name");
-    }
-
-    void everyNameRoundTrips()
+    void names()
     {
         const CControlCode codes;
         QCOMPARE(codes.GetCount(), 33);
@@ -54,76 +18,73 @@ private Q_SLOTS:
             QVERIFY(name.size() == 2 || name.size() == 3);
             QCOMPARE(codes.GetCode(name), code);
         }
-    }
-
-    void decode_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<QByteArray>("decoded");
-        QTest::newRow("CR LF") << QByteArray("<CR><LF>") << QByteArray("\r\n");
-        QTest::newRow("lower case stays") << QByteArray("<cr>") << QByteArray("<cr>");
-        QTest::newRow("empty brackets stay") << QByteArray("<>") << QByteArray("<>");
-        QTest::newRow("unknown longer name stays") << QByteArray("<CRX>") << QByteArray("<CRX>");
-        QTest::newRow("first three letters name the code")
-            << QByteArray("<ESCAPE>") << QByteArray("\x1b");
-        QTest::newRow("literal < before a code") << QByteArray("<<CR>") << QByteArray("<\r");
-        QTest::newRow("NUL ends the text") << QByteArray("AB<NUL>CD") << QByteArray("AB");
-        QTest::newRow("leading NUL gives nothing") << QByteArray("<NUL>") << QByteArray();
-        QTest::newRow("raw NUL ends the text") << QByteArray("A\0B", 3) << QByteArray("A");
-        QTest::newRow("name without > ends the text")
-            << QByteArray("x<ESCabc") << QByteArray("x\x1b");
-        QTest::newRow("short name without > at the end") << QByteArray("a<CR") << QByteArray("a\r");
-        QTest::newRow("lone < at the end") << QByteArray("a<") << QByteArray("a<");
-        QTest::newRow("name is looked up to the next >")
-            << QByteArray("<ESC<CR>z") << QByteArray("\x1bz");
-        QTest::newRow("empty") << QByteArray() << QByteArray();
+        QCOMPARE(codes.GetName(13), QByteArray("CR"));
+        QCOMPARE(codes.GetName(32), QByteArray("SPC"));
+        QCOMPARE(codes.GetName(33), QByteArray());
+        QCOMPARE(codes.GetName(-1), QByteArray());
+        // Lower case, empty, a trailing space or an embedded NUL is no name.
+        for (const QByteArray& text :
+             {QByteArray("cr"), QByteArray(), QByteArray("CR "), QByteArray("CR\0", 3)})
+            QVERIFY2(codes.GetCode(text) == -1, text);
     }
 
     void decode()
     {
-        QFETCH(QByteArray, text);
-        const qsizetype original = text.size();
-        CParse().DecodeControlCodes(text);
-        QTEST(text, "decoded");
-        QVERIFY(text.size() <= original);
-    }
-
-    void encode_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QByteArray>("encoded");
-        QTest::newRow("CR LF") << QByteArray("\r\n") << QByteArray("<CR><LF>");
-        QTest::newRow("embedded NUL is encoded") << QByteArray("A\0B", 3) << QByteArray("A<NUL>B");
-        QTest::newRow("DEL stays") << QByteArray("\x7f") << QByteArray("\x7f");
-        QTest::newRow("space and the printable bytes stay") << QByteArray("a b~") << QByteArray("a b~");
+        const struct
+        {
+            QByteArray text, decoded;
+        } rows[] = {
+            {"<CR><LF>", "\r\n"},
+            // Lower case, empty brackets, unknown longer names stay.
+            {"<cr>", "<cr>"},
+            {"<>", "<>"},
+            {"<CRX>", "<CRX>"},
+            {"<ESCAPE>", "\x1b"}, // the first three letters name the code
+            {"<<CR>", "<\r"},
+            // NUL, named or raw, ends the text.
+            {"AB<NUL>CD", "AB"},
+            {"<NUL>", ""},
+            {QByteArray("A\0B", 3), "A"},
+            // A name without > ends the text; a lone < at the end stays.
+            {"x<ESCabc", "x\x1b"},
+            {"a<CR", "a\r"},
+            {"a<", "a<"},
+            {"<ESC<CR>z", "\x1bz"}, // the name is looked up to the next >
+            {"", ""},
+        };
+        for (const auto& row : rows) {
+            QByteArray text = row.text;
+            CParse().DecodeControlCodes(text);
+            QVERIFY2(text == row.decoded, row.text);
+        }
     }
 
     void encode()
     {
-        QFETCH(QByteArray, bytes);
-        CParse().EncodeControlCodes(bytes);
-        QTEST(bytes, "encoded");
-    }
-
-    void encodeThenDecodeRoundTrips_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
+        const struct
+        {
+            QByteArray bytes, encoded;
+        } rows[] = {
+            {"\r\n", "<CR><LF>"},
+            {QByteArray("A\0B", 3), "A<NUL>B"},
+            {"\x7f", "\x7f"}, // DEL, space and the printable bytes stay
+            {"a b~", "a b~"},
+        };
+        for (const auto& row : rows) {
+            QByteArray bytes = row.bytes;
+            CParse().EncodeControlCodes(bytes);
+            QVERIFY2(bytes == row.encoded, row.encoded);
+        }
+        // Decoding gives back every byte but NUL and <.
         QByteArray all;
         for (int b = 1; b < 256; ++b) {
             if (b != '<')
                 all += char(b);
         }
-        QTest::newRow("every byte but NUL and <") << all;
-        QTest::newRow("frame of an instrument") << QByteArray("\x02" "12.5 mg\x03\r\n");
-    }
-
-    void encodeThenDecodeRoundTrips()
-    {
-        QFETCH(QByteArray, bytes);
-        QByteArray text = bytes;
+        QByteArray text = all;
         CParse().EncodeControlCodes(text);
         CParse().DecodeControlCodes(text);
-        QCOMPARE(text, bytes);
+        QCOMPARE(text, all);
     }
 
     void splitResourceKeepsOutputsWithoutPart()
@@ -142,7 +103,7 @@ private Q_SLOTS:
 
     void splitResourceIntoList()
     {
-        QByteArrayList parts {"already there"};
+        QByteArrayList parts{"already there"};
         CParse().SplitResource(IDS_EMULATIONS, parts);
         QCOMPARE(parts, QByteArrayList({"already there", "None", "TTY", "ANSI", "VT52", "VT100"}));
 
@@ -152,30 +113,24 @@ private Q_SLOTS:
         QCOMPARE(fields, QByteArrayList({"Orvali", "Orvali", "Orvalis.Document", "Orvali Document"}));
     }
 
-    void firstToken_data()
-    {
-        QTest::addColumn<QByteArray>("delimiters");
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<QByteArray>("first");
-        QTest::newRow("command name before (") << QByteArray("(") << QByteArray("TrimAll()")
-                                               << QByteArray("TrimAll");
-        QTest::newRow("leading delimiters are skipped") << QByteArray("(") << QByteArray("((x(y")
-                                                        << QByteArray("x");
-        QTest::newRow("any byte of the set delimits") << QByteArray(" ,") << QByteArray(" ,a,b")
-                                                      << QByteArray("a");
-        QTest::newRow("only delimiters keeps the output") << QByteArray("(") << QByteArray("((")
-                                                          << QByteArray("previous");
-        QTest::newRow("empty text keeps the output") << QByteArray("\n") << QByteArray()
-                                                     << QByteArray("previous");
-    }
-
     void firstToken()
     {
-        QFETCH(QByteArray, delimiters);
-        QFETCH(QByteArray, text);
-        QByteArray result("previous");
-        CParse(delimiters).GetFirstToken(text, result);
-        QTEST(result, "first");
+        const struct
+        {
+            QByteArray delimiters, text, first;
+        } rows[] = {
+            {"(", "TrimAll()", "TrimAll"},
+            {"(", "((x(y", "x"},  // leading delimiters are skipped
+            {" ,", " ,a,b", "a"}, // any byte of the set delimits
+            // Only delimiters or an empty text keep the output.
+            {"(", "((", "previous"},
+            {"\n", "", "previous"},
+        };
+        for (const auto& row : rows) {
+            QByteArray result("previous");
+            CParse(row.delimiters).GetFirstToken(row.text, result);
+            QVERIFY2(result == row.first, row.text);
+        }
     }
 };
 

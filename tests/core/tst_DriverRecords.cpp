@@ -13,80 +13,51 @@ class tst_DriverRecords : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void commBlockBytes_data()
-    {
-        QTest::addColumn<int>("connector");
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("default record is twelve bytes without name")
-            << 1 << QByteArray("COM9") << Bytes("01 00 80 25 4E 00 08 00 01 00 02 00");
-        QTest::newRow("connector -1 adds the name")
-            << -1 << QByteArray("COM3") << Bytes("FF FF 80 25 4E 00 08 00 01 00 02 00 04 'COM3'");
-        QTest::newRow("300-character name takes the long length form")
-            << -1 << QByteArray(300, 'A')
-            << Bytes("FF FF 80 25 4E 00 08 00 01 00 02 00 FF 2C 01") + QByteArray(300, 'A');
-    }
-
     void commBlockBytes()
     {
-        QFETCH(int, connector);
-        QFETCH(QByteArray, name);
-        QFETCH(QByteArray, bytes);
+        // Twelve bytes, the name only for connector -1, in the long length form
+        // from 255 bytes on; only 16 bits of the baud rate.
         CCommParameter comm;
-        comm.m_nConnector = connector;
-        comm.m_strConnector = name;
-        QCOMPARE(Stored(comm), bytes);
-
-        CCommParameter read;
-        const LoadOutcome outcome = Loaded(bytes, read);
-        QVERIFY(!outcome.closed);
-        QCOMPARE(outcome.position, bytes.size());
-        QCOMPARE(read.m_nConnector, connector);
-        QCOMPARE(read.m_strConnector, connector == -1 ? name : QByteArray());
-        QCOMPARE(read.m_nBaudRate, 9600);
-        QCOMPARE(read.m_cParity, int('N'));
-        QCOMPARE(read.m_nDataBits, 8);
-        QCOMPARE(read.m_nStopBits, 1);
-        QCOMPARE(read.m_nFlowControl, 2);
-    }
-
-    void commBlockWithoutNameReadsSixWordsOnly()
-    {
-        CCommParameter read;
-        read.m_strConnector = "kept";
-        const LoadOutcome outcome = Loaded(Bytes("05 00 00 4B 45 00 07 00 02 00 01 00 04 'COM3'"), read);
-        QVERIFY(!outcome.closed);
-        QCOMPARE(outcome.position, 12);
-        QCOMPARE(read.m_nConnector, 5);
-        QCOMPARE(read.m_strConnector, QByteArray("kept"));
-        QCOMPARE(read.m_nBaudRate, 19200);
-        QCOMPARE(read.m_cParity, int('E'));
-        QCOMPARE(read.m_nDataBits, 7);
-        QCOMPARE(read.m_nStopBits, 2);
-        QCOMPARE(read.m_nFlowControl, 1);
-    }
-
-    void commBlockKeepsOnlySixteenBitsOfTheBaudRate()
-    {
-        CCommParameter comm;
+        comm.m_strConnector = "COM9";
+        QCOMPARE(Stored(comm), Bytes("01 00 80 25 4E 00 08 00 01 00 02 00"));
+        comm.m_nConnector = -1;
+        comm.m_strConnector = "COM3";
+        QCOMPARE(Stored(comm), Bytes("FF FF 80 25 4E 00 08 00 01 00 02 00 04 'COM3'"));
+        comm.m_strConnector = QByteArray(300, 'A');
         comm.m_nBaudRate = 115200;
-        const QByteArray bytes = Stored(comm);
-        QCOMPARE(bytes.mid(2, 2), Bytes("00 C2"));
-        CCommParameter read;
-        Loaded(bytes, read);
-        QCOMPARE(read.m_nBaudRate, 49664);
-    }
+        QCOMPARE(Stored(comm), Bytes("FF FF 00 C2 4E 00 08 00 01 00 02 00 FF 2C 01") + QByteArray(300, 'A'));
 
-    void commBlockCutShortKeepsFieldsReadBefore()
-    {
-        CCommParameter read;
-        read.m_strConnector = "old";
-        const LoadOutcome outcome = Loaded(Bytes("FF FF 00 4B 45 00 07 00 02 00 01 00 09 'COM'"), read);
-        QVERIFY(outcome.closed);
-        QCOMPARE(outcome.errorOffset, 12);
-        QCOMPARE(outcome.errorReason, QString("string length 9 beyond the end of the file"));
-        QCOMPARE(read.m_nFlowControl, 1);
-        QCOMPARE(read.m_strConnector, QByteArray("old"));
+        // Read into a record named "kept": connector, name, baud rate, parity,
+        // data bits, stop bits, flow control; the bytes read or the damage.
+        const struct
+        {
+            const char* bytes;
+            QByteArray fields;
+            qint64 read;
+            QString damage;
+        } rows[] = {
+            {"01 00 80 25 4E 00 08 00 01 00 02 00", "1 kept 9600 N 8 1 2", 12, {}},
+            {"FF FF 80 25 4E 00 08 00 01 00 02 00 04 'COM3'", "-1 COM3 9600 N 8 1 2", 17, {}},
+            // Without connector -1 the name is not read; the baud rate word is unsigned.
+            {"05 00 00 4B 45 00 07 00 02 00 01 00 04 'COM3'", "5 kept 19200 E 7 2 1", 12, {}},
+            {"01 00 00 C2 4E 00 08 00 01 00 02 00", "1 kept 49664 N 8 1 2", 12, {}},
+            // Cut short: the fields read before are kept.
+            {"FF FF 00 4B 45 00 07 00 02 00 01 00 09 'COM'", "-1 kept 19200 E 7 2 1", 12,
+             "string length 9 beyond the end of the file"},
+        };
+        for (const auto& row : rows) {
+            CCommParameter read;
+            read.m_strConnector = "kept";
+            const LoadOutcome outcome = Loaded(Bytes(row.bytes), read);
+            const QByteArray fields = QByteArray::number(read.m_nConnector) + ' ' + read.m_strConnector +
+                                      ' ' + QByteArray::number(read.m_nBaudRate) + ' ' +
+                                      char(read.m_cParity) + ' ' + QByteArray::number(read.m_nDataBits) +
+                                      ' ' + QByteArray::number(read.m_nStopBits) + ' ' +
+                                      QByteArray::number(read.m_nFlowControl);
+            QVERIFY2(fields == row.fields, fields);
+            QVERIFY2(outcome.closed == !row.damage.isEmpty() && outcome.errorReason == row.damage, row.bytes);
+            QVERIFY2((row.damage.isEmpty() ? outcome.position : outcome.errorOffset) == row.read, row.bytes);
+        }
     }
 
     void terminalBlockBytes()
@@ -103,36 +74,29 @@ private Q_SLOTS:
         QCOMPARE(Stored(read), bytes);
     }
 
-    void terminalBlockWordsAreUnsigned_data()
-    {
-        QTest::addColumn<int>("value");
-        QTest::addColumn<QByteArray>("word");
-        QTest::addColumn<int>("readBack");
-        QTest::newRow("70000 keeps its low 16 bits") << 70000 << Bytes("70 11") << 4464;
-        QTest::newRow("word FFFF reads as 65535, not -1") << 65535 << Bytes("FF FF") << 65535;
-        QTest::newRow("-1 is written as FFFF") << -1 << Bytes("FF FF") << 65535;
-    }
-
+    // The words of the terminal block are unsigned 16 bits.
     void terminalBlockWordsAreUnsigned()
     {
-        QFETCH(int, value);
-        CTerminalParameter terminal;
-        terminal.m_nRows = value;
-        const QByteArray bytes = Stored(terminal);
-        QTEST(bytes.mid(2, 2), "word");
-        CTerminalParameter read;
-        Loaded(bytes, read);
-        QTEST(read.m_nRows, "readBack");
+        const struct
+        {
+            int value;
+            const char* word;
+            int readBack;
+        } rows[] = {{70000, "70 11", 4464}, {65535, "FF FF", 65535}, {-1, "FF FF", 65535}};
+        for (const auto& row : rows) {
+            CTerminalParameter terminal;
+            terminal.m_nRows = row.value;
+            const QByteArray bytes = Stored(terminal);
+            QCOMPARE(bytes.mid(2, 2), Bytes(row.word));
+            CTerminalParameter read;
+            Loaded(bytes, read);
+            QCOMPARE(read.m_nRows, row.readBack);
+        }
     }
 
     void terminalBlockCutShortKeepsTheLastFields()
     {
         CTerminalParameter changed;
-        changed.m_nColumns = 132;
-        changed.m_nRows = 50;
-        changed.m_nEmulation = 4;
-        changed.m_bReceiveCRLF = 0;
-        changed.m_bSendCRLF = 1;
         changed.m_bLocalEcho = 1;
         changed.m_bLineWrap = 1;
         changed.m_bShowControlChars = 1;
@@ -155,7 +119,8 @@ private Q_SLOTS:
     {
         CFunctionKeysParameter keys;
         keys.AppendEmptyKeys();
-        QCOMPARE(Stored(keys), Bytes("00 00 00 00 08 00 00 00 00 00 00 00 00 00 08 00 00 00 00 00 00 00 00 00"));
+        QCOMPARE(Stored(keys),
+                 Bytes("00 00 00 00 08 00 00 00 00 00 00 00 00 00 08 00 00 00 00 00 00 00 00 00"));
     }
 
     void functionKeysKeepEveryEntry()
@@ -189,34 +154,33 @@ private Q_SLOTS:
         QCOMPARE(read.m_Names, QByteArrayList{"old"});
     }
 
-    void driverBlockBytes_data()
-    {
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<int>("excel");
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("new driver Balance") << QByteArray("Balance") << 0 << Bytes("07 'Balance' 0B 'Balance.tbb' 00 00");
-        QTest::newRow("spreadsheet switch is 16 bits") << QByteArray("M") << 1 << Bytes("01 'M' 05 'M.tbb' 01 00");
-        QTest::newRow("300-character name takes FF and 16 bits")
-            << QByteArray(300, 'n') << 0
-            << Bytes("FF 2C 01") + QByteArray(300, 'n') + Bytes("FF 30 01") + QByteArray(300, 'n') + ".tbb" + Bytes("00 00");
-    }
-
     void driverBlockBytes()
     {
-        QFETCH(QByteArray, name);
-        QFETCH(int, excel);
-        QFETCH(QByteArray, bytes);
-        CDriverParameter driver;
-        driver.SetName(name);
-        driver.SetFileName(name + ".tbb");
-        driver.SetExcel(excel);
-        QCOMPARE(Stored(driver), bytes);
+        const struct
+        {
+            QByteArray name;
+            int excel;
+            QByteArray bytes;
+        } rows[] = {
+            {"Balance", 0, Bytes("07 'Balance' 0B 'Balance.tbb' 00 00")},
+            {"M", 1, Bytes("01 'M' 05 'M.tbb' 01 00")}, // the spreadsheet switch is 16 bits
+            {QByteArray(300, 'n'), 0,
+             Bytes("FF 2C 01") + QByteArray(300, 'n') + Bytes("FF 30 01") + QByteArray(300, 'n') + ".tbb" +
+                 Bytes("00 00")},
+        };
+        for (const auto& row : rows) {
+            CDriverParameter driver;
+            driver.SetName(row.name);
+            driver.SetFileName(row.name + ".tbb");
+            driver.SetExcel(row.excel);
+            QCOMPARE(Stored(driver), row.bytes);
 
-        CDriverParameter read;
-        QVERIFY(!Loaded(bytes, read).closed);
-        QCOMPARE(read.GetName(), name);
-        QCOMPARE(read.GetFileName(), name + ".tbb");
-        QCOMPARE(read.GetExcel(), excel);
+            CDriverParameter read;
+            QVERIFY(!Loaded(row.bytes, read).closed);
+            QCOMPARE(read.GetName(), row.name);
+            QCOMPARE(read.GetFileName(), row.name + ".tbb");
+            QCOMPARE(read.GetExcel(), row.excel);
+        }
     }
 };
 

@@ -57,12 +57,22 @@ struct Window : PipelineWindow
 struct Output
 {
     Output(const QString& driverPath)
-        : sheet(std::make_shared<CFakeSpreadsheet>())
-        , output(std::make_unique<CFakeSpreadsheetLink>(sheet), driverPath, Day)
-        , messages(&output, &CExcelOutput::message)
+        : sheet(std::make_shared<CFakeSpreadsheet>()),
+          output(std::make_unique<CFakeSpreadsheetLink>(sheet), driverPath, Day),
+          messages(&output, &CExcelOutput::message)
     {
     }
     ~Output() { sheet->Release(); }
+    // The messages told so far that start with the text.
+    QStringList Told(const QString& start = {}) const
+    {
+        QStringList texts;
+        for (const QList<QVariant>& message : messages) {
+            if (message.first().toString().startsWith(start))
+                texts.append(message.first().toString());
+        }
+        return texts;
+    }
 
     std::shared_ptr<CFakeSpreadsheet> sheet;
     CExcelOutput output;
@@ -77,7 +87,6 @@ class tst_ExcelOutput : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void number_data();
     void number();
     void journalBesideTheDriverHoldsEveryRowAtOnce();
     void timeStampColumnLeadsEveryRowFromTheNext();
@@ -97,34 +106,29 @@ void tst_ExcelOutput::initTestCase()
     QStandardPaths::setTestModeEnabled(true);
 }
 
-void tst_ExcelOutput::number_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("locale");
-    QTest::addColumn<std::optional<double>>("number");
-
-    QTest::newRow("decimal point") << "12.345" << "en_US" << std::optional<double>(12.345);
-    QTest::newRow("negative fraction") << "-0.5" << "en_US" << std::optional<double>(-0.5);
-    QTest::newRow("exponent") << "1e3" << "en_US" << std::optional<double>(1000);
-    QTest::newRow("blanks around a reading") << "  +7.25 " << "en_US" << std::optional<double>(7.25);
-    QTest::newRow("decimal point in a German locale") << "12.345" << "de_DE" << std::optional<double>(12.345);
-    QTest::newRow("decimal comma in a German locale") << "12,345" << "de_DE" << std::optional<double>(12.345);
-    QTest::newRow("a comma is no group separator") << "1,234" << "en_US" << std::optional<double>();
-    QTest::newRow("a unit makes text") << "12.5 g" << "en_US" << std::optional<double>();
-    QTest::newRow("words are text") << "inf" << "en_US" << std::optional<double>();
-    QTest::newRow("an empty cell is text") << "" << "en_US" << std::optional<double>();
-    QTest::newRow("a formula stays text") << "=1+1" << "en_US" << std::optional<double>();
-}
-
 void tst_ExcelOutput::number()
 {
-    QFETCH(QString, text);
-    QFETCH(QString, locale);
-    QFETCH(std::optional<double>, number);
-    const std::optional<double> read = CCellValue::Number(text, QLocale(locale));
-    QCOMPARE(read.has_value(), number.has_value());
-    if (number)
-        QCOMPARE(*read, *number);
+    const struct
+    {
+        QString text, locale;
+        std::optional<double> number;
+    } rows[] = {
+        {"12.345", "en_US", 12.345},
+        {"-0.5", "en_US", -0.5},
+        {"1e3", "en_US", 1000},
+        {"  +7.25 ", "en_US", 7.25},
+        // A decimal point or a decimal comma in a German locale.
+        {"12.345", "de_DE", 12.345},
+        {"12,345", "de_DE", 12.345},
+        // A comma is no group separator; a unit, words, empty cells and formulas are text.
+        {"1,234", "en_US", {}},
+        {"12.5 g", "en_US", {}},
+        {"inf", "en_US", {}},
+        {"", "en_US", {}},
+        {"=1+1", "en_US", {}},
+    };
+    for (const auto& row : rows)
+        QVERIFY2(CCellValue::Number(row.text, QLocale(row.locale)) == row.number, qPrintable(row.text));
 }
 
 void tst_ExcelOutput::journalBesideTheDriverHoldsEveryRowAtOnce()
@@ -194,7 +198,8 @@ void tst_ExcelOutput::journalMovesToTheDataFolderWhenTheDriverFolderRefuses()
     QCOMPARE(out.output.JournalPath(), data + "/Balance 2026-03-14.csv");
     QVERIFY(!out.messages.isEmpty());
     const QString told = out.messages.first().first().toString();
-    QVERIFY2(told.contains(folder.filePath("gone/Balance 2026-03-14.csv")) && told.contains(out.output.JournalPath()),
+    QVERIFY2(told.contains(folder.filePath("gone/Balance 2026-03-14.csv")) &&
+                 told.contains(out.output.JournalPath()),
              qPrintable(told));
     Window(&out.output).Receive("x\r\n");
     QCOMPARE(Lines(out.output.JournalPath()), QStringList{"x"});
@@ -224,10 +229,13 @@ void tst_ExcelOutput::unreachableProgramNamesTheJournal()
     QTRY_COMPARE(out.output.GetState(), CExcelOutput::Unreachable);
     QCOMPARE(out.messages.size(), 1);
     QCOMPARE(out.messages.first().first().toString(),
-             QStringLiteral("LibreOffice did not answer within 20 s: values go only to %1").arg(out.output.JournalPath()));
+             QStringLiteral("LibreOffice did not answer within 20 s: values go only to %1")
+                 .arg(out.output.JournalPath()));
     Window(&out.output).Receive("1\t2\r\n");
     QCOMPARE(Lines(out.output.JournalPath()), QStringList{"1,2"});
     QCOMPARE(out.messages.size(), 1);
+    // No call after the failed connect: the cells went nowhere else.
+    QCOMPARE(out.sheet->Calls(), QStringList{"connect"});
 }
 
 void tst_ExcelOutput::hungProgramAtConnectIsGivenUpAndTakenBackWhenItAnswers()
@@ -239,7 +247,8 @@ void tst_ExcelOutput::hungProgramAtConnectIsGivenUpAndTakenBackWhenItAnswers()
     Window window(&out.output);
     QTRY_COMPARE_WITH_TIMEOUT(out.output.GetState(), CExcelOutput::Unreachable, 10000);
     QCOMPARE(out.messages.last().first().toString(),
-             QStringLiteral("LibreOffice did not answer within 2 s: values go only to %1").arg(out.output.JournalPath()));
+             QStringLiteral("LibreOffice did not answer within 2 s: values go only to %1")
+                 .arg(out.output.JournalPath()));
     window.Receive("while hung\r\n");
     out.sheet->Release();
     QTRY_COMPARE_WITH_TIMEOUT(out.output.GetState(), CExcelOutput::Linked, 10000);
@@ -263,16 +272,11 @@ void tst_ExcelOutput::lostProgramIsToldOnceAndTheJournalGoesOn()
     for (int i = 20; i < 30; ++i)
         window.Receive(QByteArray::number(i) + "\r\n");
     QTest::qWait(50);
-    const QStringList told = [&] {
-        QStringList texts;
-        for (const QList<QVariant>& m : out.messages)
-            texts.append(m.first().toString());
-        return texts;
-    }();
-    QCOMPARE(told.filter("gone").size(), 1);
-    QCOMPARE(told.filter("gone").first(),
-             QStringLiteral("The link to LibreOffice Calc is gone (the document was closed): values go only to %1")
-                 .arg(out.output.JournalPath()));
+    QCOMPARE(out.Told("The link to LibreOffice Calc is gone"),
+             QStringList{
+                 QStringLiteral(
+                     "The link to LibreOffice Calc is gone (the document was closed): values go only to %1")
+                     .arg(out.output.JournalPath())});
     QCOMPARE(Lines(out.output.JournalPath()).size(), 30);
     QCOMPARE(out.sheet->Cells().size(), 2);
 }
@@ -289,12 +293,7 @@ void tst_ExcelOutput::programBehindIsToldOncePerEpisode()
     for (int i = 0; i < 3 * CExcelThread::DefaultMaxCells; ++i)
         rows += QByteArray::number(i) + "\r\n";
     window.Receive(rows);
-    auto behind = [&] {
-        int n = 0;
-        for (const QList<QVariant>& m : out.messages)
-            n += m.first().toString().startsWith("LibreOffice Calc is not keeping up") ? 1 : 0;
-        return n;
-    };
+    const auto behind = [&] { return out.Told("LibreOffice Calc is not keeping up").size(); };
     QCOMPARE(behind(), 1);
     QCOMPARE(out.messages.last().first().toString(),
              QStringLiteral("LibreOffice Calc is not keeping up: cells go only to %1 until it catches up")
@@ -351,14 +350,10 @@ void tst_ExcelOutput::fullDiskIsToldOnceAndCalcGoesOn()
     Window window(&out.output);
     window.Receive("1\t2\r\n3\r\n");
     window.Receive("4\r\n");
-    QStringList full;
-    for (const QList<QVariant>& message : out.messages) {
-        if (message.first().toString().startsWith(QStringLiteral("Cannot write")))
-            full.append(message.first().toString());
-    }
-    QCOMPARE(full, QStringList{QStringLiteral("Cannot write %1: No space left on device; the values go only to "
-                                              "LibreOffice Calc")
-                                   .arg(journal)});
+    QCOMPARE(out.Told("Cannot write"),
+             QStringList{QStringLiteral("Cannot write %1: No space left on device; the values go only to "
+                                        "LibreOffice Calc")
+                             .arg(journal)});
     QTRY_COMPARE(out.sheet->Cells().size(), 4);
 }
 

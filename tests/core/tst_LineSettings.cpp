@@ -10,8 +10,6 @@
 
 #include <cstring>
 
-Q_DECLARE_METATYPE(CConnectorName::Kind)
-
 namespace {
 
 QByteArray Bytes(const CDeviceControlBlock& block)
@@ -90,92 +88,66 @@ private Q_SLOTS:
         QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("115200 7?2 ?"));
     }
 
-    void shortConnector_data()
-    {
-        QTest::addColumn<QString>("connector");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("port name") << "COM1" << "COM1";
-        QTest::newRow("longest kept whole") << "/dev/serial/by-id/ab" << "/dev/serial/by-id/ab";
-        QTest::newRow("one longer: start and name kept")
-            << "/work/build/demo/balance-sim-tty" << QStringLiteral("/work/\u2026lance-sim-tty");
-    }
-
+    // The longest connector is kept whole; one longer keeps its start and its name.
     void shortConnector()
     {
-        QFETCH(QString, connector);
-        QTEST(CLineSettingsText::ShortConnector(connector), "shown");
+        QCOMPARE(CLineSettingsText::ShortConnector(QStringLiteral("COM1")), QStringLiteral("COM1"));
+        QCOMPARE(CLineSettingsText::ShortConnector(QStringLiteral("/dev/serial/by-id/ab")),
+                 QStringLiteral("/dev/serial/by-id/ab"));
+        QCOMPARE(CLineSettingsText::ShortConnector(QStringLiteral("/work/build/demo/balance-sim-tty")),
+                 QStringLiteral("/work/\u2026lance-sim-tty"));
     }
 
-    void parse_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<CConnectorName::Kind>("kind");
-        QTest::addColumn<QByteArray>("devicePath");
-        QTest::addColumn<QByteArray>("serialNumber");
-        QTest::addColumn<QByteArray>("written");
-
-        using N = CConnectorName;
-        QTest::newRow("None in any case never opens") << QByteArray("nOnE") << N::None << QByteArray() << QByteArray() << QByteArray("None");
-        QTest::newRow("com12 in lower case is written COM12")
-            << QByteArray("com12") << N::ComPort << QByteArray("/dev/ttyS11") << QByteArray() << QByteArray("COM12");
-        QTest::newRow("COM255 is the last port")
-            << QByteArray("COM255") << N::ComPort << QByteArray("/dev/ttyS254") << QByteArray() << QByteArray("COM255");
-        QTest::newRow("COM256 is no port") << QByteArray("COM256") << N::Invalid << QByteArray() << QByteArray() << QByteArray("COM256");
-        QTest::newRow("COM007 with leading zeros is no port")
-            << QByteArray("COM007") << N::Invalid << QByteArray() << QByteArray() << QByteArray("COM007");
-        QTest::newRow("an absolute path opens as it stands")
-            << QByteArray("/dev/ttyUSB0") << N::DevicePath << QByteArray("/dev/ttyUSB0") << QByteArray() << QByteArray("/dev/ttyUSB0");
-        QTest::newRow("a bare name lives below /dev")
-            << QByteArray("ttyACM1") << N::DevicePath << QByteArray("/dev/ttyACM1") << QByteArray() << QByteArray("/dev/ttyACM1");
-        QTest::newRow("a path naming FTDI is still a path")
-            << QByteArray("/dev/serial/by-id/usb-FTDI_FT232R_USB_UART_A5-if00-port0") << N::DevicePath
-            << QByteArray("/dev/serial/by-id/usb-FTDI_FT232R_USB_UART_A5-if00-port0") << QByteArray()
-            << QByteArray("/dev/serial/by-id/usb-FTDI_FT232R_USB_UART_A5-if00-port0");
-        QTest::newRow("FT in a name selects the USB converter")
-            << QByteArray("FT12AB34") << N::UsbConverter << QByteArray() << QByteArray("FT12AB34") << QByteArray("FT12AB34");
-        QTest::newRow("VD anywhere selects the USB converter")
-            << QByteArray("XVD99") << N::UsbConverter << QByteArray() << QByteArray("XVD99") << QByteArray("XVD99");
-        QTest::newRow("ft in lower case is a device name, the rule is case-sensitive")
-            << QByteArray("ft12") << N::DevicePath << QByteArray("/dev/ft12") << QByteArray() << QByteArray("/dev/ft12");
-        QTest::newRow("a relative path is refused")
-            << QByteArray("../etc/passwd") << N::Invalid << QByteArray() << QByteArray() << QByteArray("../etc/passwd");
-    }
-
+    // The kind of a connector name, its device path or serial number, and the
+    // name as written back (parsed again it stays).
     void parse()
     {
-        QFETCH(QByteArray, text);
-        QFETCH(CConnectorName::Kind, kind);
-        QFETCH(QByteArray, written);
-
-        const CConnectorName name = CConnectorName::Parse(text);
-        QCOMPARE(name.GetKind(), kind);
-        QTEST(name.GetDevicePath(), "devicePath");
-        QTEST(name.GetSerialNumber(), "serialNumber");
-        QCOMPARE(name.CanOpen(), kind != CConnectorName::None && kind != CConnectorName::Invalid);
-        QCOMPARE(name.ToString(), written);
-
-        const CConnectorName again = CConnectorName::Parse(name.ToString());
-        QCOMPARE(again.GetKind(), kind);
-        QCOMPARE(again.ToString(), written);
-    }
-
-    void fromComNumber_data()
-    {
-        QTest::addColumn<int>("number");
-        QTest::addColumn<bool>("valid");
-        QTest::addColumn<QByteArray>("written");
-        QTest::newRow("3 is COM3") << 3 << true << QByteArray("COM3");
-        QTest::newRow("0 is no port") << 0 << false << QByteArray("COM0");
+        using N = CConnectorName;
+        const QByteArray ftdi("/dev/serial/by-id/usb-FTDI_FT232R_USB_UART_A5-if00-port0");
+        const struct
+        {
+            QByteArray text;
+            N::Kind kind;
+            QByteArray devicePath, serialNumber, written;
+        } rows[] = {
+            {"nOnE", N::None, {}, {}, "None"}, // never opens
+            // COM ports: any case, up to COM255, no leading zeros.
+            {"com12", N::ComPort, "/dev/ttyS11", {}, "COM12"},
+            {"COM255", N::ComPort, "/dev/ttyS254", {}, "COM255"},
+            {"COM256", N::Invalid, {}, {}, "COM256"},
+            {"COM007", N::Invalid, {}, {}, "COM007"},
+            // An absolute path opens as it stands, a bare name lives below /dev,
+            // a path naming FTDI is still a path.
+            {"/dev/ttyUSB0", N::DevicePath, "/dev/ttyUSB0", {}, "/dev/ttyUSB0"},
+            {"ttyACM1", N::DevicePath, "/dev/ttyACM1", {}, "/dev/ttyACM1"},
+            {ftdi, N::DevicePath, ftdi, {}, ftdi},
+            // FT or VD anywhere in a name selects the USB converter; the rule is case-sensitive.
+            {"FT12AB34", N::UsbConverter, {}, "FT12AB34", "FT12AB34"},
+            {"XVD99", N::UsbConverter, {}, "XVD99", "XVD99"},
+            {"ft12", N::DevicePath, "/dev/ft12", {}, "/dev/ft12"},
+            {"../etc/passwd", N::Invalid, {}, {}, "../etc/passwd"}, // a relative path is refused
+        };
+        for (const auto& row : rows) {
+            const CConnectorName name = CConnectorName::Parse(row.text);
+            QVERIFY2(name.GetKind() == row.kind && name.ToString() == row.written, row.text);
+            QVERIFY2(name.GetDevicePath() == row.devicePath && name.GetSerialNumber() == row.serialNumber,
+                     row.text);
+            QVERIFY2(name.CanOpen() == (row.kind != N::None && row.kind != N::Invalid), row.text);
+            const CConnectorName again = CConnectorName::Parse(name.ToString());
+            QVERIFY2(again.GetKind() == row.kind && again.ToString() == row.written, row.text);
+        }
     }
 
     void fromComNumber()
     {
-        QFETCH(int, number);
-        QFETCH(bool, valid);
-        const CConnectorName name = CConnectorName::FromComNumber(number);
-        QCOMPARE(name.CanOpen(), valid);
-        QCOMPARE(name.GetComNumber(), valid ? number : 0);
-        QTEST(name.ToString(), "written");
+        const CConnectorName com3 = CConnectorName::FromComNumber(3);
+        QVERIFY(com3.CanOpen());
+        QCOMPARE(com3.GetComNumber(), 3);
+        QCOMPARE(com3.ToString(), QByteArray("COM3"));
+        const CConnectorName com0 = CConnectorName::FromComNumber(0);
+        QVERIFY(!com0.CanOpen());
+        QCOMPARE(com0.GetComNumber(), 0);
+        QCOMPARE(com0.ToString(), QByteArray("COM0"));
     }
 
     void defaultRecordGivesTheGoldenBlock()
@@ -185,8 +157,8 @@ private Q_SLOTS:
         // Length 28, 9600 baud, flags 0x2017 (binary, parity check, CTS flow, DTR
         // enable, RTS handshake), XonLim 6348, XoffLim 25395, 8 data bits, no
         // parity, one stop bit, XON 0x11, XOFF 0x13.
-        const QByteArray golden = QByteArray::fromHex("1c000000" "80250000" "17200000" "0000" "cc18" "3363"
-                                                      "08" "00" "00" "11" "13" "00" "00" "00" "0000");
+        const QByteArray golden =
+            QByteArray::fromHex("1c000000 80250000 17200000 0000 cc18 3363 08 00 00 11 13 00 00 00 0000");
         QCOMPARE(Bytes(block).toHex(' '), golden.toHex(' '));
     }
 

@@ -4,8 +4,8 @@
 // and a printer line that fails beside an instrument line.
 
 #include "CComm.h"
-#include "CCommPrinter.h"
 #include "CCommEvent.h"
+#include "CCommPrinter.h"
 #include "CPrinterForwarding.h"
 #include "CupsTestServer.h"
 #include "PtyPair.h"
@@ -21,11 +21,7 @@ namespace {
 class CInstrumentOwner : public QObject
 {
 public:
-    explicit CInstrumentOwner(CComm& comm)
-        : m_comm(comm)
-    {
-        m_comm.Create(this);
-    }
+    explicit CInstrumentOwner(CComm& comm) : m_comm(comm) { m_comm.Create(this); }
     bool event(QEvent* event) override
     {
         if (event->type() != CCommEvent::ComMessage())
@@ -74,31 +70,27 @@ private Q_SLOTS:
         m_printer.reset();
     }
 
-    void printerBuffer_data()
-    {
-        QTest::addColumn<bool>("receiveCrLf");
-        QTest::addColumn<QByteArray>("stream");
-        QTest::addColumn<QByteArray>("buffer");
-        QTest::newRow("CR gains LF") << true << QByteArray("A\rB") << QByteArray("A\r\nB");
-        QTest::newRow("every CR, also before an LF") << true << QByteArray("\r\r\n") << QByteArray("\r\n\r\n\n");
-        QTest::newRow("CR stays alone without the option") << false << QByteArray("A\rB") << QByteArray("A\rB");
-        QTest::newRow("NUL and high bytes kept") << true << QByteArray("\0\xff\x1b@", 4) << QByteArray("\0\xff\x1b@", 4);
-    }
-
     void printerBuffer()
     {
-        QFETCH(bool, receiveCrLf);
-        QFETCH(QByteArray, stream);
-        QFETCH(QByteArray, buffer);
-        WriteSettings(m_printer->SlaveName().toLocal8Bit(), receiveCrLf);
-
-        CPrinterForwarding forwarding;
-        forwarding.SwitchOn(SettingsPath(), {});
-        QVERIFY(forwarding.IsOn());
-        QVERIFY(forwarding.PrinterComm()->IsPortOpen());
-        QCOMPARE(forwarding.Settings().m_Driver.m_strName, QByteArray("Printer line"));
-        QVERIFY(m_printer->WriteMaster(stream));
-        QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), buffer, 5000);
+        const struct
+        {
+            bool receiveCrLf;
+            QByteArray stream, buffer;
+        } rows[] = {
+            {true, "A\rB", "A\r\nB"},
+            {true, "\r\r\n", "\r\n\r\n\n"}, // every CR, also before an LF
+            {false, "A\rB", "A\rB"},
+            {true, QByteArray("\0\xff\x1b@", 4), QByteArray("\0\xff\x1b@", 4)}, // NUL and high bytes kept
+        };
+        for (const auto& row : rows) {
+            CPrinterForwarding forwarding;
+            forwarding.SwitchOn(Settings(m_printer->SlaveName().toLocal8Bit(), row.receiveCrLf), {});
+            QVERIFY(forwarding.IsOn());
+            QVERIFY(forwarding.PrinterComm()->IsPortOpen());
+            QCOMPARE(forwarding.Settings().m_Driver.m_strName, QByteArray("Printer line"));
+            QVERIFY(m_printer->WriteMaster(row.stream));
+            QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), row.buffer, 5000);
+        }
     }
 
     void missingSettingsFileKeepsTheRecords()
@@ -118,10 +110,10 @@ private Q_SLOTS:
 
     void toggledTwiceLeavesNothingOpen()
     {
-        WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
+        const QString settings = Settings(m_printer->SlaveName().toLocal8Bit(), true);
         CPrinterForwarding forwarding;
         for (int round = 0; round < 2; ++round) {
-            forwarding.SwitchOn(SettingsPath(), {});
+            forwarding.SwitchOn(settings, {});
             QVERIFY(forwarding.PrinterComm() != nullptr);
             QVERIFY(forwarding.Printer() != nullptr);
             forwarding.SwitchOff();
@@ -138,15 +130,15 @@ private Q_SLOTS:
 
     void printerLineThatCannotOpenIsTold()
     {
-        WriteSettings("/dev/orvalis-no-such-printer-line", true);
         CPrinterForwarding forwarding;
         QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-        forwarding.SwitchOn(SettingsPath(), {});
+        forwarding.SwitchOn(Settings("/dev/orvalis-no-such-printer-line", true), {});
         QVERIFY(forwarding.IsOn());
         QVERIFY(!forwarding.PrinterComm()->IsPortOpen());
         QCOMPARE(problems.size(), 1);
         const QString text = problems.front().front().toString();
-        QVERIFY2(text.startsWith(QStringLiteral("V24 Printer: no printer line: Cannot open /dev/orvalis-no-such-printer-line")),
+        QVERIFY2(text.startsWith(QStringLiteral(
+                     "V24 Printer: no printer line: Cannot open /dev/orvalis-no-such-printer-line")),
                  qPrintable(text));
         forwarding.SwitchOff();
         QVERIFY(forwarding.PrinterComm() == nullptr);
@@ -162,9 +154,8 @@ private Q_SLOTS:
         line.m_nConnector = -1;
         QVERIFY(instrument.OpenPort(line));
 
-        WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
         CPrinterForwarding forwarding;
-        forwarding.SwitchOn(SettingsPath(), {});
+        forwarding.SwitchOn(Settings(m_printer->SlaveName().toLocal8Bit(), true), {});
         QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
         QVERIFY(m_printer->WriteMaster("before"));
         QTRY_COMPARE_WITH_TIMEOUT(forwarding.PrinterBytes(), QByteArray("before"), 5000);
@@ -185,11 +176,10 @@ private Q_SLOTS:
     {
         RequireScheduler();
         AddQueue(QStringLiteral("Epson_LQ-570"));
-        WriteSettings(m_printer->SlaveName().toLocal8Bit(), true);
 
         CPrinterForwarding forwarding;
         QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-        forwarding.SwitchOn(SettingsPath(), {});
+        forwarding.SwitchOn(Settings(m_printer->SlaveName().toLocal8Bit(), true), {});
         QVERIFY(forwarding.Printer()->IsJobOpen());
         const int jobId = forwarding.Printer()->GetJobId();
         // One byte at a time: each is written into the job as it arrives.
@@ -207,10 +197,9 @@ private Q_SLOTS:
 
     void noPrinterToldOnceAndBytesCollected()
     {
-        WriteSettings(m_printer->SlaveName().toLocal8Bit(), false);
         CPrinterForwarding forwarding;
         QSignalSpy problems(&forwarding, &CPrinterForwarding::problem);
-        forwarding.SwitchOn(SettingsPath(), {});
+        forwarding.SwitchOn(Settings(m_printer->SlaveName().toLocal8Bit(), false), {});
         QVERIFY(!forwarding.Printer()->IsJobOpen());
         for (int i = 0; i < 3; ++i)
             QVERIFY(m_printer->WriteMaster("line\r"));
@@ -221,70 +210,64 @@ private Q_SLOTS:
                  qPrintable(problems.front().front().toString()));
     }
 
-    // The print job of the printer object itself.
-    void epsonRule_data()
-    {
-        QTest::addColumn<QString>("queue");
-        QTest::addColumn<bool>("job");
-        // Queue names have no spaces: "EPSON LQ-570" is "EPSON_LQ-570".
-        QTest::newRow("EPSON in capitals is no Epson") << "EPSON_LQ-570" << false;
-        QTest::newRow("Epson gets a job") << "Epson_LQ-570" << true;
-        QTest::newRow("Epson inside the name") << "Lab-Epson-FX" << true;
-        QTest::newRow("other printer") << "HP_LaserJet" << false;
-    }
-
+    // The print job of the printer object itself: open and waiting for its
+    // document while forwarding is on, ended with the printer object (cancelled
+    // without bytes).
     void epsonRule()
     {
         RequireScheduler();
-        QFETCH(QString, queue);
-        QFETCH(bool, job);
-        AddQueue(queue);
-
-        const CCommPrinter::Check check = CCommPrinter::CheckDefaultPrinter({});
-        QCOMPARE(check.strPrinterName, queue);
-        QCOMPARE(check.bSuits, job);
-
+        const struct
         {
-            CCommPrinter printer;
-            QCOMPARE(printer.GetPrinterName(), queue);
-            QCOMPARE(printer.IsJobOpen(), job);
-            QCOMPARE(printer.GetEpsonFlag(), job ? 1 : 0);
-            const QList<CCupsTestServer::Job> jobs = m_server->Jobs(queue);
-            if (!job) {
-                QVERIFY(jobs.isEmpty());
-                QCOMPARE(printer.Problem(), QStringLiteral("the default printer \"%1\" is not an Epson printer").arg(queue));
-                return;
+            QString queue; // none: no default printer
+            bool any, job;
+            QString problem;
+        } rows[] = {
+            // Queue names have no spaces: "EPSON LQ-570" is "EPSON_LQ-570".
+            {"EPSON_LQ-570", false, false, "the default printer \"EPSON_LQ-570\" is not an Epson printer"},
+            {"Epson_LQ-570", false, true, {}},
+            {"Lab-Epson-FX", false, true, {}},
+            {"HP_LaserJet", false, false, "the default printer \"HP_LaserJet\" is not an Epson printer"},
+            {"HP_LaserJet", true, true, {}}, // any printer that takes raw data
+            {{}, false, false, "there is no default printer"},
+        };
+        for (const auto& row : rows) {
+            if (!row.queue.isEmpty())
+                AddQueue(row.queue);
+            CCommPrinter::Options options;
+            options.bAnyRawPrinter = row.any;
+            const CCommPrinter::Check check = CCommPrinter::CheckDefaultPrinter(options);
+            QCOMPARE(check.strPrinterName, row.queue);
+            QCOMPARE(check.bSuits, row.job);
+            for (const QByteArray& written : {QByteArray("x"), QByteArray()}) {
+                int jobId = 0;
+                {
+                    CCommPrinter printer(options);
+                    QCOMPARE(printer.GetPrinterName(), row.queue);
+                    QCOMPARE(printer.IsJobOpen(), row.job);
+                    QCOMPARE(printer.GetEpsonFlag(), row.job ? 1 : 0);
+                    QVERIFY2(printer.Problem().startsWith(row.problem), qPrintable(printer.Problem()));
+                    if (!row.job)
+                        break;
+                    jobId = printer.GetJobId();
+                    QCOMPARE(Job(row.queue, jobId).title, QStringLiteral("My Document"));
+                    QVERIFY(Job(row.queue, jobId).state < IPP_JSTATE_CANCELED);
+                    if (!written.isEmpty())
+                        QVERIFY(printer.Write(written));
+                }
+                const CCupsTestServer::Job job = Job(row.queue, jobId);
+                QCOMPARE(job.id, jobId);
+                if (written.isEmpty()) {
+                    QCOMPARE(job.state, int(IPP_JSTATE_CANCELED));
+                    continue;
+                }
+                QVERIFY(m_server->WaitForCompletedJob(row.queue, jobId));
+                QCOMPARE(job.format, QStringLiteral("application/vnd.cups-raw"));
+                QCOMPARE(m_server->QueueFileBytes(row.queue), written);
             }
-            // Open and waiting for its document while forwarding is on.
-            QCOMPARE(jobs.size(), 1);
-            QCOMPARE(jobs.front().id, printer.GetJobId());
-            QCOMPARE(jobs.front().title, QStringLiteral("My Document"));
-            QVERIFY(jobs.front().state < IPP_JSTATE_CANCELED);
-            QVERIFY(printer.Problem().isEmpty());
-            QVERIFY(printer.Write("x"));
+            if (!row.job && !row.queue.isEmpty())
+                QVERIFY(m_server->Jobs(row.queue).isEmpty());
+            cleanup();
         }
-        // Ended with the printer object.
-        const QList<CCupsTestServer::Job> jobs = m_server->Jobs(queue);
-        QCOMPARE(jobs.size(), 1);
-        QVERIFY(m_server->WaitForCompletedJob(queue, jobs.front().id));
-        QCOMPARE(jobs.front().format, QStringLiteral("application/vnd.cups-raw"));
-        QCOMPARE(m_server->QueueFileBytes(queue), QByteArray("x"));
-    }
-
-    void jobWithoutBytesIsCancelled()
-    {
-        RequireScheduler();
-        AddQueue(QStringLiteral("Epson_LQ-570"));
-        int jobId = 0;
-        {
-            CCommPrinter printer;
-            QVERIFY(printer.IsJobOpen());
-            jobId = printer.GetJobId();
-        }
-        const QList<CCupsTestServer::Job> jobs = m_server->Jobs(QStringLiteral("Epson_LQ-570"));
-        QCOMPARE(jobs.size(), 1);
-        QCOMPARE(jobs.front().id, jobId);
-        QCOMPARE(jobs.front().state, int(IPP_JSTATE_CANCELED));
     }
 
     void bytesReachTheFileUnchangedWhenTheJobEnds()
@@ -294,7 +277,8 @@ private Q_SLOTS:
         QByteArray all;
         for (int i = 0; i < 256; ++i)
             all += char(i);
-        const QList<QByteArray> writes{"A\r\nB", all, QByteArray(100000, 'x'), QByteArray(1, '\0'), "\x1b@\f"};
+        const QList<QByteArray> writes{"A\r\nB", all, QByteArray(100000, 'x'), QByteArray(1, '\0'),
+                                       "\x1b@\f"};
 
         CCommPrinter printer;
         QVERIFY(printer.IsJobOpen());
@@ -310,23 +294,6 @@ private Q_SLOTS:
         QCOMPARE(m_server->QueueFileBytes(QStringLiteral("Epson_FX-80")), expected);
     }
 
-    void anyRawPrinterLiftsTheRule()
-    {
-        RequireScheduler();
-        AddQueue(QStringLiteral("HP_LaserJet"));
-        CCommPrinter::Options any;
-        any.bAnyRawPrinter = true;
-        QVERIFY(CCommPrinter::CheckDefaultPrinter(any).bSuits);
-
-        CCommPrinter printer(any);
-        QVERIFY(printer.IsJobOpen());
-        QCOMPARE(printer.GetEpsonFlag(), 1);
-        QVERIFY(printer.Write("P\r\n"));
-        QVERIFY(printer.Finish());
-        QVERIFY(m_server->WaitForCompletedJob(QStringLiteral("HP_LaserJet"), printer.GetJobId()));
-        QCOMPARE(m_server->QueueFileBytes(QStringLiteral("HP_LaserJet")), QByteArray("P\r\n"));
-    }
-
     void refusedJobCollectsNothingOnThePrinter()
     {
         RequireScheduler();
@@ -340,17 +307,6 @@ private Q_SLOTS:
                  qPrintable(printer.Problem()));
         QVERIFY(!printer.Write("A"));
         QVERIFY(m_server->Jobs(QStringLiteral("Epson_LQ-570")).isEmpty());
-    }
-
-    void noDefaultPrinter()
-    {
-        RequireScheduler();
-        CCommPrinter printer;
-        QVERIFY(!printer.IsJobOpen());
-        QVERIFY(printer.GetPrinterName().isEmpty());
-        QCOMPARE(printer.GetEpsonFlag(), 0);
-        QVERIFY2(printer.Problem().startsWith(QStringLiteral("there is no default printer")), qPrintable(printer.Problem()));
-        QVERIFY(!CCommPrinter::CheckDefaultPrinter({}).bSuits);
     }
 
     void unreachableSchedulerFailsInBoundedTime()
@@ -373,12 +329,21 @@ private Q_SLOTS:
     }
 
 private:
-    void WriteSettings(const QByteArray& connector, bool receiveCrLf);
+    // Writes the printer line's settings file and gives its path.
+    QString Settings(const QByteArray& connector, bool receiveCrLf);
     QString SettingsPath() const { return m_folder->filePath(QStringLiteral("v24print.drv")); }
     void AddQueue(const QString& name)
     {
         QVERIFY(m_server->AddQueue(name));
         m_queues.append(name);
+    }
+    CCupsTestServer::Job Job(const QString& queue, int id) const
+    {
+        for (const CCupsTestServer::Job& job : m_server->Jobs(queue)) {
+            if (job.id == id)
+                return job;
+        }
+        return {};
     }
     void RequireScheduler()
     {
@@ -392,7 +357,7 @@ private:
     QStringList m_queues;
 };
 
-void tst_PrinterForwarding::WriteSettings(const QByteArray& connector, bool receiveCrLf)
+QString tst_PrinterForwarding::Settings(const QByteArray& connector, bool receiveCrLf)
 {
     CPrinterSettingsFile file;
     file.m_Driver.m_strName = "Printer line";
@@ -400,7 +365,7 @@ void tst_PrinterForwarding::WriteSettings(const QByteArray& connector, bool rece
     file.m_Comm.m_nConnector = -1;
     file.m_Comm.m_nBaudRate = 9600;
     file.m_Terminal.m_bReceiveCRLF = receiveCrLf ? 1 : 0;
-    QVERIFY(file.Store(SettingsPath()).IsOk());
+    return file.Store(SettingsPath()).IsOk() ? SettingsPath() : QStringLiteral("<not written>");
 }
 
 QTEST_GUILESS_MAIN(tst_PrinterForwarding)

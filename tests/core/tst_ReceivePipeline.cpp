@@ -25,6 +25,10 @@ struct Window : PipelineWindow
     QList<quint32> sleeps;
 };
 
+// The options of a row: the script switched on, CR/LF receiving, control
+// character names shown.
+enum Options { Plain = 0, Script = 1, CrLf = 2, Names = 4 };
+
 } // namespace
 
 class tst_ReceivePipeline : public QObject
@@ -32,363 +36,276 @@ class tst_ReceivePipeline : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void display_data();
-    void display();
-    void cells_data();
-    void cells();
-    void playback_data();
-    void playback();
-    void countsBytesAndReportsProgressPerBlock();
-    void discardEventsDropWhatIsWaiting();
-    void otherEventsLeaveTheInputWaiting();
-    void debugReplayShowsEveryByteInPieces();
-    void debugStoreIsOffByDefault();
-    void pollingShowsEveryByteAndHandlesBackspace();
-    void pollingKeepsNulBytes();
-    void endlessStringIsBounded();
-    void stateSurvivesSwitchingTheScriptOff();
-};
-
-void tst_ReceivePipeline::display_data()
-{
-    QTest::addColumn<bool>("registered");
-    QTest::addColumn<QByteArray>("endOfString");
-    QTest::addColumn<QByteArrayList>("inputs");
-    QTest::addColumn<QList<QByteArrayList>>("sequences");
-    QTest::addColumn<bool>("receiveCRLF");
-    QTest::addColumn<bool>("showControlChars");
-    QTest::addColumn<QByteArrayList>("blocks");
-    QTest::addColumn<QByteArrayList>("appends");
-    QTest::addColumn<qint64>("total");
-
-    const QByteArrayList none;
-    const QList<QByteArrayList> noSequences;
-    QTest::newRow("plain mode shows the line at CR and the rest at the end of the pass")
-        << false << QByteArray() << none << noSequences << true << false
-        << QByteArrayList{"AB\rCD"} << QByteArrayList{"AB\r\n", "CD"} << qint64(5);
-    QTest::newRow("plain mode keeps a bare CR without CR/LF receiving")
-        << false << QByteArray() << none << noSequences << false << false
-        << QByteArrayList{"A\rB"} << QByteArrayList{"A\r", "B"} << qint64(3);
-    QTest::newRow("NUL bytes are dropped and not counted")
-        << false << QByteArray() << none << noSequences << false << false
-        << QByteArrayList{QByteArray("AB\0CD", 5)} << QByteArrayList{"ABCD"} << qint64(4);
-    QTest::newRow("control characters are shown by their names")
-        << false << QByteArray() << none << noSequences << false << true
-        << QByteArrayList{"A\x02" "B\r"} << QByteArrayList{"A<STX>B<CR>"} << qint64(4);
-    QTest::newRow("names in the received text become bytes")
-        << false << QByteArray() << none << noSequences << false << false
-        << QByteArrayList{"T<CR>x"} << QByteArrayList{"T\rx"} << qint64(6);
-    QTest::newRow("a received <NUL> name ends the shown text")
-        << false << QByteArray() << none << noSequences << false << false
-        << QByteArrayList{"AB<NUL>CD"} << QByteArrayList{"AB"} << qint64(9);
-    QTest::newRow("each pass ends at the first block that leaves text")
-        << false << QByteArray() << none << noSequences << false << false
-        << QByteArrayList{"A", "B\r", "C"} << QByteArrayList{"A", "B\r", "C"} << qint64(4);
-    QTest::newRow("unmatched string leaves no trace")
-        << true << QByteArray("<CR>") << QByteArrayList{"X<CR>"} << QList<QByteArrayList>{{}}
-        << false << false << QByteArrayList{"Y1\rX2\r"} << QByteArrayList{"X2\r"} << qint64(6);
-    QTest::newRow("unmatched string ending in CR still adds a line feed")
-        << true << QByteArray("<CR>") << QByteArrayList{"X<CR>"} << QList<QByteArrayList>{{}}
-        << true << false << QByteArrayList{"Y1\rX2\r"} << QByteArrayList{"\n", "X2\r\n"} << qint64(6);
-    QTest::newRow("end character between strings is ignored but counted")
-        << true << QByteArray("<CR>") << QByteArrayList{"X"} << QList<QByteArrayList>{{}}
-        << false << false << QByteArrayList{"\r\rX1\r"} << QByteArrayList{"X1\r"} << qint64(5);
-    QTest::newRow("result without end character is shown at the end of the pass")
-        << true << QByteArray(";") << QByteArrayList{"A;"}
-        << QList<QByteArrayList>{{"RemoveCharacters(2, 1)"}} << false << false
-        << QByteArrayList{"A1;"} << QByteArrayList{"A1"} << qint64(3);
-    QTest::newRow("a later string replaces a result not shown yet")
-        << true << QByteArray(";") << QByteArrayList{"A;"}
-        << QList<QByteArrayList>{{"RemoveCharacters(2, 1)"}} << false << false
-        << QByteArrayList{"A1;A2;"} << QByteArrayList{"A2"} << qint64(6);
-    QTest::newRow("commands of a sequence run in order on the result")
-        << true << QByteArray("#") << QByteArrayList{"$#"}
-        << QList<QByteArrayList>{{"SkipCharacters(1)", "TrimLeft()"}} << false << false
-        << QByteArrayList{"$  12#"} << QByteArrayList{"12#"} << qint64(6);
-    QTest::newRow("empty result shows nothing and keeps the line waiting")
-        << true << QByteArray(";") << QByteArrayList{"A", "B"}
-        << QList<QByteArrayList>{{"RemoveCharacters(2, 1)"}, {"SkipCharacters(99)"}} << false
-        << false << QByteArrayList{"A1;B2;"} << QByteArrayList{"A1"} << qint64(6);
-    QTest::newRow("string split over blocks")
-        << true << QByteArray("<CR>") << QByteArrayList{"X"} << QList<QByteArrayList>{{}}
-        << false << false << QByteArrayList{"X", "1", "\r"} << QByteArrayList{"X1\r"} << qint64(3);
-    QTest::newRow("wildcard input string and end characters of the input strings")
-        << true << QByteArray() << QByteArrayList{"$ABC#", "~XY;"} << QList<QByteArrayList>{{}, {}}
-        << false << false << QByteArrayList{"$1#Q2;"} << QByteArrayList{"$1#", "Q2;"} << qint64(6);
-    QTest::newRow("NUL inside a string is dropped")
-        << true << QByteArray("<CR>") << QByteArrayList{"X"} << QList<QByteArrayList>{{}}
-        << false << false << QByteArrayList{QByteArray("X\0" "1\r", 4)} << QByteArrayList{"X1\r"}
-        << qint64(3);
-    QTest::newRow("failing command keeps the result of the commands before it")
-        << true << QByteArray("<CR>") << QByteArrayList{"X"}
-        << QList<QByteArrayList>{{"InsertCharacter(0, #)", "ChangeCharacter(99, a, b)", "TrimAll()"}}
-        << false << false << QByteArrayList{"X 1\r"} << QByteArrayList{"#X 1\r"} << qint64(4);
-    QTest::newRow("input string without its sequence shows the string unchanged")
-        << true << QByteArray(";") << QByteArrayList{"X", "Y"} << QList<QByteArrayList>{{"TrimAll()"}}
-        << false << false << QByteArrayList{"X 1;Y 2;"} << QByteArrayList{"X1;", "Y 2;"} << qint64(8);
-    QTest::newRow("script result shown with control character names")
-        << true << QByteArray("<CR>") << QByteArrayList{"X"} << QList<QByteArrayList>{{}}
-        << false << true << QByteArrayList{"X1\r"} << QByteArrayList{"X1<CR>"} << qint64(3);
-    QTest::newRow("script switched on without input strings shows nothing")
-        << true << QByteArray("<CR>") << none << noSequences << true << false
-        << QByteArrayList{"A\rB\r"} << QByteArrayList{"\n", "\n"} << qint64(4);
-    QTest::newRow("degree sign as end character")
-        << true << QByteArray("\xB0") << QByteArrayList{"T"} << QList<QByteArrayList>{{}}
-        << false << false << QByteArrayList{"T21\xB0T22\xB0"}
-        << QByteArrayList{"T21\xB0", "T22\xB0"} << qint64(8);
-}
-
-void tst_ReceivePipeline::display()
-{
-    QFETCH(bool, registered);
-    QFETCH(QByteArray, endOfString);
-    QFETCH(QByteArrayList, inputs);
-    QFETCH(QList<QByteArrayList>, sequences);
-    QFETCH(bool, receiveCRLF);
-    QFETCH(bool, showControlChars);
-    QFETCH(QByteArrayList, blocks);
-
-    Window w;
-    FillScript(w.script, registered, endOfString, inputs, sequences);
-    w.display.m_bReceiveCRLF = receiveCRLF;
-    w.display.m_bShowControlChars = showControlChars;
-    w.Receive(blocks);
-
-    QTEST(w.text.m_appends, "appends");
-    QTEST(w.pipeline.TotalBytes(), "total");
-    QVERIFY(w.commands.m_sent.isEmpty());
-}
-
-void tst_ReceivePipeline::cells_data()
-{
-    QTest::addColumn<bool>("registered");
-    QTest::addColumn<QByteArray>("endOfString");
-    QTest::addColumn<QByteArrayList>("sequence");
-    QTest::addColumn<bool>("excel");
-    QTest::addColumn<QByteArrayList>("blocks");
-    QTest::addColumn<QStringList>("cells");
-    QTest::addColumn<int>("row");
-    QTest::addColumn<int>("column");
-
-    QTest::newRow("plain mode: TAB ends a cell, CR a row")
-        << false << QByteArray() << QByteArrayList() << true << QByteArrayList{"1\t2\t3\r"}
-        << QStringList{"1,1:1", "1,2:2", "1,3:3"} << 2 << 1;
-    QTest::newRow("plain mode: a line feed never reaches a cell")
-        << false << QByteArray() << QByteArrayList() << true << QByteArrayList{"1\r\n2\r"}
-        << QStringList{"1,1:1", "2,1:2"} << 3 << 1;
-    QTest::newRow("plain mode: cells wait for the CR across blocks")
-        << false << QByteArray() << QByteArrayList() << true << QByteArrayList{"1\t2", "\t3", "\r"}
-        << QStringList{"1,1:1", "1,2:2", "1,3:3"} << 2 << 1;
-    QTest::newRow("plain mode: names of control codes are decoded for the cells")
-        << false << QByteArray() << QByteArrayList() << true << QByteArrayList{"a<HT>b\r"}
-        << QStringList{"1,1:a", "1,2:b"} << 2 << 1;
-    QTest::newRow("spreadsheet switch off writes nothing")
-        << false << QByteArray() << QByteArrayList() << false << QByteArrayList{"1\t2\r"}
-        << QStringList() << 1 << 1;
-    QTest::newRow("script mode: a result with TAB and CR fills a row")
-        << true << QByteArray("<LF>") << QByteArrayList{"ChangeCharacters(;, <HT>)"} << true
-        << QByteArrayList{"12;34\r\n"} << QStringList{"1,1:12", "1,2:34"} << 2 << 1;
-    QTest::newRow("script mode: a result without CR keeps the row")
-        << true << QByteArray(";") << QByteArrayList{"ChangeCharacters(/, <HT>)"} << true
-        << QByteArrayList{"12/34;", "56/;"} << QStringList{"1,1:12", "1,2:56"} << 1 << 3;
-    QTest::newRow("script mode: text after a CR in a result is not written")
-        << true << QByteArray(";") << QByteArrayList{"ChangeCharacters(/, <CR>)"} << true
-        << QByteArrayList{"1/2;"} << QStringList{"1,1:1"} << 2 << 1;
-}
-
-void tst_ReceivePipeline::cells()
-{
-    QFETCH(bool, registered);
-    QFETCH(QByteArray, endOfString);
-    QFETCH(QByteArrayList, sequence);
-    QFETCH(bool, excel);
-    QFETCH(QByteArrayList, blocks);
-
-    Window w;
-    // The input string "~" takes every string.
-    FillScript(w.script, registered, endOfString, {"~"}, {sequence});
-    w.driver.m_bExcel = excel;
-    CCellRecorder cells;
-    w.pipeline.SetCellSink(&cells);
-    w.Receive(blocks);
-
-    QTEST(cells.m_cells, "cells");
-    QTEST(w.pipeline.ExcelRow(), "row");
-    QTEST(w.pipeline.ExcelColumn(), "column");
-}
-
-void tst_ReceivePipeline::playback_data()
-{
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<bool>("receiveCRLF");
-    QTest::addColumn<bool>("sendCRLF");
-    QTest::addColumn<QByteArrayList>("blocks");
-    QTest::addColumn<QByteArrayList>("sent");
-    QTest::addColumn<QList<quint32>>("sleeps");
-
-    QTest::newRow("delay line waits, then the next line goes; at the end a bare CR")
-        << QByteArray("D500\nABC\n") << false << false << QByteArrayList{"x\n", "y\n"}
-        << QByteArrayList{"ABC\r", "\r"} << QList<quint32>{500};
-    QTest::newRow("CR LF from the instrument with CR/LF receiving sends two lines")
-        << QByteArray("L1\nL2\nL3\n") << true << false << QByteArrayList{"x\r\n"}
-        << QByteArrayList{"L1\r", "L2\r"} << QList<quint32>{};
-    QTest::newRow("a bare CR from the instrument sends nothing without CR/LF receiving")
-        << QByteArray("L1\n") << false << false << QByteArrayList{"x\r"} << QByteArrayList{}
-        << QList<quint32>{};
-    QTest::newRow("CR/LF transmitting appends a line feed")
-        << QByteArray("A\n") << false << true << QByteArrayList{"\n"} << QByteArrayList{"A\r\n"}
-        << QList<quint32>{};
-    QTest::newRow("CR before the file's line feed is dropped, last line without one")
-        << QByteArray("A\r\nB") << false << false << QByteArrayList{"\n\n\n"}
-        << QByteArrayList{"A\r", "B\r", "\r"} << QList<quint32>{};
-    QTest::newRow("unreadable delay counts as no delay")
-        << QByteArray("Dxyz\nA\n") << false << false << QByteArrayList{"\n"}
-        << QByteArrayList{"A\r"} << QList<quint32>{0};
-    QTest::newRow("the line after a delay line is sent even when it is a delay line")
-        << QByteArray("D1\nD2\nA\n") << false << false << QByteArrayList{"\n", "\n"}
-        << QByteArrayList{"D2\r", "A\r"} << QList<quint32>{1};
-    QTest::newRow("bytes of the file go out unchanged")
-        << QByteArray("<CR>\tx\xB0\n") << false << false << QByteArrayList{"\n"}
-        << QByteArrayList{"<CR>\tx\xB0\r"} << QList<quint32>{};
-}
-
-void tst_ReceivePipeline::playback()
-{
-    QFETCH(QByteArray, file);
-    QFETCH(bool, receiveCRLF);
-    QFETCH(bool, sendCRLF);
-    QFETCH(QByteArrayList, blocks);
-
-    QTemporaryDir dir;
-    QFile out(dir.filePath(QStringLiteral("cmd.txt")));
-    QVERIFY(out.open(QIODevice::WriteOnly));
-    out.write(file);
-    out.close();
-    CPlaybackFile playback;
-    QVERIFY(playback.Open(out.fileName()));
-
-    Window w;
-    w.display.m_bReceiveCRLF = receiveCRLF;
-    w.display.m_bSendCRLF = sendCRLF;
-    w.pipeline.SetPlaybackFile(&playback);
-    w.Receive(blocks);
-
-    QTEST(w.commands.m_sent, "sent");
-    QTEST(w.sleeps, "sleeps");
-}
-
-void tst_ReceivePipeline::countsBytesAndReportsProgressPerBlock()
-{
-    Window w;
-    QList<qint64> reports;
-    w.pipeline.SetProgressReporter([&](qint64 total) { reports.append(total); });
-    w.Receive({"AB", QByteArray("C\0", 2)});
-    QCOMPARE(reports, (QList<qint64>{2, 4}));
-    QCOMPARE(w.pipeline.TotalBytes(), qint64(3));
-}
-
-void tst_ReceivePipeline::discardEventsDropWhatIsWaiting()
-{
-    for (const quint16 event : {CByteSource::EventDiscard, CByteSource::EventDiscardOther}) {
-        Window w;
-        w.source.m_nEvent = event;
-        w.source.m_blocks = {"garbage\r"};
-        w.pipeline.OnCommEvent();
-        QVERIFY(w.source.m_blocks.isEmpty());
-        QVERIFY(w.text.m_appends.isEmpty());
-        QCOMPARE(w.sleeps, QList<quint32>{20});
-        QCOMPARE(w.pipeline.TotalBytes(), qint64(0));
+    // The appends of the text, the bytes counted.
+    void display()
+    {
+        const struct
+        {
+            int options;
+            QByteArray end;
+            QByteArrayList inputs;
+            QList<QByteArrayList> sequences;
+            QByteArrayList blocks, appends;
+            qint64 total;
+        } rows[] = {
+            // Plain: the line at CR and the rest at the end of the pass; a bare CR without CR/LF.
+            {CrLf, {}, {}, {}, {"AB\rCD"}, {"AB\r\n", "CD"}, 5},
+            {Plain, {}, {}, {}, {"A\rB"}, {"A\r", "B"}, 3},
+            // NUL bytes are dropped and not counted; control characters shown by their names.
+            {Plain, {}, {}, {}, {QByteArray("AB\0CD", 5)}, {"ABCD"}, 4},
+            {Names, {}, {}, {}, {"A\002B\r"}, {"A<STX>B<CR>"}, 4},
+            // Names in the received text become bytes; a received <NUL> name ends the text.
+            {Plain, {}, {}, {}, {"T<CR>x"}, {"T\rx"}, 6},
+            {Plain, {}, {}, {}, {"AB<NUL>CD"}, {"AB"}, 9},
+            // Each pass ends at the first block that leaves text.
+            {Plain, {}, {}, {}, {"A", "B\r", "C"}, {"A", "B\r", "C"}, 4},
+            // An unmatched string leaves no trace, but for the line feed after its CR.
+            {Script, "<CR>", {"X<CR>"}, {{}}, {"Y1\rX2\r"}, {"X2\r"}, 6},
+            {Script | CrLf, "<CR>", {"X<CR>"}, {{}}, {"Y1\rX2\r"}, {"\n", "X2\r\n"}, 6},
+            // The end character between strings is ignored but counted.
+            {Script, "<CR>", {"X"}, {{}}, {"\r\rX1\r"}, {"X1\r"}, 5},
+            // A result without the end character is shown at the end of the pass,
+            // unless a later string replaces it.
+            {Script, ";", {"A;"}, {{"RemoveCharacters(2, 1)"}}, {"A1;"}, {"A1"}, 3},
+            {Script, ";", {"A;"}, {{"RemoveCharacters(2, 1)"}}, {"A1;A2;"}, {"A2"}, 6},
+            // The commands of a sequence run in order on the result.
+            {Script, "#", {"$#"}, {{"SkipCharacters(1)", "TrimLeft()"}}, {"$  12#"}, {"12#"}, 6},
+            // An empty result shows nothing and keeps the line waiting.
+            {Script,
+             ";",
+             {"A", "B"},
+             {{"RemoveCharacters(2, 1)"}, {"SkipCharacters(99)"}},
+             {"A1;B2;"},
+             {"A1"},
+             6},
+            {Script, "<CR>", {"X"}, {{}}, {"X", "1", "\r"}, {"X1\r"}, 3},
+            // A wildcard input string; the end characters of the input strings.
+            {Script, {}, {"$ABC#", "~XY;"}, {{}, {}}, {"$1#Q2;"}, {"$1#", "Q2;"}, 6},
+            {Script,
+             "<CR>",
+             {"X"},
+             {{}},
+             {QByteArray("X\0"
+                         "1\r",
+                         4)},
+             {"X1\r"},
+             3},
+            // A failing command keeps the result of the commands before it.
+            {Script,
+             "<CR>",
+             {"X"},
+             {{"InsertCharacter(0, #)", "ChangeCharacter(99, a, b)", "TrimAll()"}},
+             {"X 1\r"},
+             {"#X 1\r"},
+             4},
+            // An input string without its sequence shows the string unchanged.
+            {Script, ";", {"X", "Y"}, {{"TrimAll()"}}, {"X 1;Y 2;"}, {"X1;", "Y 2;"}, 8},
+            {Script | Names, "<CR>", {"X"}, {{}}, {"X1\r"}, {"X1<CR>"}, 3},
+            // The script switched on without input strings shows nothing.
+            {Script | CrLf, "<CR>", {}, {}, {"A\rB\r"}, {"\n", "\n"}, 4},
+            // The degree sign as end character.
+            {Script, "\xB0", {"T"}, {{}}, {"T21\xB0T22\xB0"}, {"T21\xB0", "T22\xB0"}, 8},
+        };
+        for (const auto& row : rows) {
+            Window w;
+            FillScript(w.script, row.options & Script, row.end, row.inputs, row.sequences);
+            w.display.m_bReceiveCRLF = (row.options & CrLf) ? 1 : 0;
+            w.display.m_bShowControlChars = (row.options & Names) ? 1 : 0;
+            w.Receive(row.blocks);
+            const QByteArray name = row.blocks.join('|').toPercentEncoding();
+            QVERIFY2(w.text.m_appends == row.appends,
+                     name + ": " + w.text.m_appends.join('|').toPercentEncoding());
+            QVERIFY2(w.pipeline.TotalBytes() == row.total, name);
+            QVERIFY(w.commands.m_sent.isEmpty());
+        }
     }
-}
 
-void tst_ReceivePipeline::otherEventsLeaveTheInputWaiting()
-{
-    Window w;
-    w.source.m_nEvent = 3;
-    w.source.m_blocks = {"A\r"};
-    w.pipeline.OnCommEvent();
-    QCOMPARE(w.source.m_blocks.size(), 1);
-    QVERIFY(w.text.m_appends.isEmpty());
-}
+    // The cells written and the next cell; the input string "~" takes every string.
+    void cells()
+    {
+        const struct
+        {
+            int options;
+            QByteArray end;
+            QByteArray command;
+            bool excel;
+            QByteArrayList blocks;
+            QStringList cells;
+            int row, column;
+        } rows[] = {
+            // Plain: TAB ends a cell, CR a row; a line feed never reaches a cell.
+            {Plain, {}, {}, true, {"1\t2\t3\r"}, {"1,1:1", "1,2:2", "1,3:3"}, 2, 1},
+            {Plain, {}, {}, true, {"1\r\n2\r"}, {"1,1:1", "2,1:2"}, 3, 1},
+            // Cells wait for the CR across blocks; names of control codes are decoded.
+            {Plain, {}, {}, true, {"1\t2", "\t3", "\r"}, {"1,1:1", "1,2:2", "1,3:3"}, 2, 1},
+            {Plain, {}, {}, true, {"a<HT>b\r"}, {"1,1:a", "1,2:b"}, 2, 1},
+            // The spreadsheet switch off writes nothing.
+            {Plain, {}, {}, false, {"1\t2\r"}, {}, 1, 1},
+            // Script: a result with TAB and CR fills a row, one without CR keeps the row.
+            {Script, "<LF>", "ChangeCharacters(;, <HT>)", true, {"12;34\r\n"}, {"1,1:12", "1,2:34"}, 2, 1},
+            {Script, ";", "ChangeCharacters(/, <HT>)", true, {"12/34;", "56/;"}, {"1,1:12", "1,2:56"}, 1, 3},
+            // Text after a CR in a result is not written.
+            {Script, ";", "ChangeCharacters(/, <CR>)", true, {"1/2;"}, {"1,1:1"}, 2, 1},
+        };
+        for (const auto& row : rows) {
+            Window w;
+            FillScript(w.script, row.options & Script, row.end, {"~"},
+                       {row.command.isEmpty() ? QByteArrayList() : QByteArrayList{row.command}});
+            w.driver.m_bExcel = row.excel;
+            CCellRecorder cells;
+            w.pipeline.SetCellSink(&cells);
+            w.Receive(row.blocks);
+            const QByteArray name = row.blocks.join('|').toPercentEncoding();
+            QVERIFY2(cells.m_cells == row.cells, name + ": " + cells.m_cells.join('|').toLatin1());
+            QVERIFY2(w.pipeline.ExcelRow() == row.row && w.pipeline.ExcelColumn() == row.column, name);
+        }
+    }
 
-void tst_ReceivePipeline::debugReplayShowsEveryByteInPieces()
-{
-    Window w;
-    FillScript(w.script, true, ";", {"X"}, {{}});
-    w.display.m_bShowControlChars = 1;
-    w.pipeline.SetDebugConnection(true);
-    w.Receive({QByteArray("Q1;\rX\0" "2;\x01", 10)});
-    QCOMPARE(w.pipeline.ReceivedBytes(), QByteArray("Q1;\rX2;\x01"));
-    w.text.m_appends.clear();
+    // The lines of a playback file sent for the strings of the instrument.
+    void playback()
+    {
+        const struct
+        {
+            QByteArray file;
+            bool receiveCRLF, sendCRLF;
+            QByteArrayList blocks, sent;
+            QList<quint32> sleeps;
+        } rows[] = {
+            // A delay line waits, then the next line goes; at the end a bare CR.
+            {"D500\nABC\n", false, false, {"x\n", "y\n"}, {"ABC\r", "\r"}, {500}},
+            // CR LF from the instrument with CR/LF receiving sends two lines, a bare CR none without.
+            {"L1\nL2\nL3\n", true, false, {"x\r\n"}, {"L1\r", "L2\r"}, {}},
+            {"L1\n", false, false, {"x\r"}, {}, {}},
+            // CR/LF transmitting appends a line feed.
+            {"A\n", false, true, {"\n"}, {"A\r\n"}, {}},
+            // The CR before the file's line feed is dropped; the last line needs none.
+            {"A\r\nB", false, false, {"\n\n\n"}, {"A\r", "B\r", "\r"}, {}},
+            // The line after a delay line is sent even when it is a delay line.
+            {"D1\nD2\nA\n", false, false, {"\n", "\n"}, {"D2\r", "A\r"}, {1}},
+            // The bytes of the file go out unchanged.
+            {"<CR>\tx\xB0\n", false, false, {"\n"}, {"<CR>\tx\xB0\r"}, {}},
+        };
+        QTemporaryDir dir;
+        for (const auto& row : rows) {
+            QFile out(dir.filePath(QStringLiteral("cmd.txt")));
+            QVERIFY(out.open(QIODevice::WriteOnly));
+            out.write(row.file);
+            out.close();
+            CPlaybackFile playback;
+            QVERIFY(playback.Open(out.fileName()));
 
-    w.pipeline.DebugReplay();
-    QCOMPARE(w.text.m_appends,
-             (QByteArrayList{"\n\nDebug Output\n", "Q1;", "\r", "X2;", "\x01"}));
-    // The store is kept: a second replay shows everything again.
-    w.pipeline.DebugReplay();
-    QCOMPARE(w.text.m_appends.size(), 10);
-}
+            Window w;
+            w.display.m_bReceiveCRLF = row.receiveCRLF;
+            w.display.m_bSendCRLF = row.sendCRLF;
+            w.pipeline.SetPlaybackFile(&playback);
+            w.Receive(row.blocks);
+            QVERIFY2(w.commands.m_sent == row.sent, row.file.toPercentEncoding());
+            QVERIFY2(w.sleeps == row.sleeps, row.file.toPercentEncoding());
+        }
+    }
 
-void tst_ReceivePipeline::debugStoreIsOffByDefault()
-{
-    Window w;
-    w.Receive({"AB\r"});
-    QVERIFY(w.pipeline.ReceivedBytes().isEmpty());
-    w.pipeline.DebugReplay();
-    QCOMPARE(w.text.m_appends.last(), QByteArray("\n\nDebug Output\n"));
-}
+    void countsBytesAndReportsProgressPerBlock()
+    {
+        Window w;
+        QList<qint64> reports;
+        w.pipeline.SetProgressReporter([&](qint64 total) { reports.append(total); });
+        w.Receive({"AB", QByteArray("C\0", 2)});
+        QCOMPARE(reports, (QList<qint64>{2, 4}));
+        QCOMPARE(w.pipeline.TotalBytes(), qint64(3));
+    }
 
-void tst_ReceivePipeline::pollingShowsEveryByteAndHandlesBackspace()
-{
-    Window w;
-    w.display.m_bReceiveCRLF = 1;
-    w.source.m_blocks = {"AB\bC", "\r"};
-    QVERIFY(w.pipeline.PollInput());
-    QCOMPARE(w.text.m_appends, (QByteArrayList{"A", "B", "C", "\r\n"}));
-    QCOMPARE(w.text.m_text, QByteArray("AC\r\n"));
-    QCOMPARE(w.pipeline.TotalBytes(), qint64(5));
-    QVERIFY(w.source.m_blocks.isEmpty());
-}
+    void discardEventsDropWhatIsWaiting()
+    {
+        for (const quint16 event : {CByteSource::EventDiscard, CByteSource::EventDiscardOther}) {
+            Window w;
+            w.source.m_nEvent = event;
+            w.source.m_blocks = {"garbage\r"};
+            w.pipeline.OnCommEvent();
+            QVERIFY(w.source.m_blocks.isEmpty());
+            QVERIFY(w.text.m_appends.isEmpty());
+            QCOMPARE(w.sleeps, QList<quint32>{20});
+            QCOMPARE(w.pipeline.TotalBytes(), qint64(0));
+        }
+    }
 
-void tst_ReceivePipeline::pollingKeepsNulBytes()
-{
-    Window w;
-    w.display.m_bShowControlChars = 1;
-    w.pipeline.SetDebugConnection(true);
-    w.source.m_blocks = {QByteArray("A\0B", 3)};
-    w.pipeline.PollInput();
-    QCOMPARE(w.text.m_text, QByteArray("A<NUL>B"));
-    QCOMPARE(w.pipeline.TotalBytes(), qint64(3));
-    QVERIFY(w.pipeline.ReceivedBytes().isEmpty());
-}
+    void otherEventsLeaveTheInputWaiting()
+    {
+        Window w;
+        w.source.m_nEvent = 3;
+        w.source.m_blocks = {"A\r"};
+        w.pipeline.OnCommEvent();
+        QCOMPARE(w.source.m_blocks.size(), 1);
+        QVERIFY(w.text.m_appends.isEmpty());
+    }
 
-void tst_ReceivePipeline::endlessStringIsBounded()
-{
-    Window w;
-    FillScript(w.script, true, "<CR>", {"X"}, {{"SkipCharacters(1048570)"}});
-    const QByteArray chunk(64 * 1024, 'a');
-    QByteArrayList blocks{"X"};
-    for (int i = 0; i < 20; ++i)
-        blocks.append(chunk);
-    blocks.append("\r");
-    w.Receive(blocks);
-    // 1 MiB kept of the string; what is left after skipping shows its end
-    // was still found.
-    QCOMPARE(w.text.m_appends, QByteArrayList{"aaaaaa"});
-}
+    void debugReplayShowsEveryByteInPieces()
+    {
+        Window w;
+        FillScript(w.script, true, ";", {"X"}, {{}});
+        w.display.m_bShowControlChars = 1;
+        // The store is off by default.
+        w.Receive({"AB;"});
+        QVERIFY(w.pipeline.ReceivedBytes().isEmpty());
+        w.pipeline.SetDebugConnection(true);
+        w.Receive({QByteArray("Q1;\rX\0002;\x01", 10)});
+        QCOMPARE(w.pipeline.ReceivedBytes(), QByteArray("Q1;\rX2;\x01"));
+        w.text.m_appends.clear();
 
-void tst_ReceivePipeline::stateSurvivesSwitchingTheScriptOff()
-{
-    Window w;
-    FillScript(w.script, true, ";", {"X"}, {{}});
-    w.Receive({"X1"});
-    w.script.m_bRegistered = 0;
-    w.Receive({"ab;"});
-    QCOMPARE(w.text.m_appends, QByteArrayList{"ab;"});
-    w.script.m_bRegistered = 1;
-    w.Receive({"2;"});
-    QCOMPARE(w.text.m_appends, (QByteArrayList{"ab;", "X12;"}));
-}
+        w.pipeline.DebugReplay();
+        QCOMPARE(w.text.m_appends, (QByteArrayList{"\n\nDebug Output\n", "Q1;", "\r", "X2;", "\x01"}));
+        // The store is kept: a second replay shows everything again.
+        w.pipeline.DebugReplay();
+        QCOMPARE(w.text.m_appends.size(), 10);
+    }
+
+    void pollingShowsEveryByteAndHandlesBackspace()
+    {
+        Window w;
+        w.display.m_bReceiveCRLF = 1;
+        w.source.m_blocks = {"AB\bC", "\r"};
+        QVERIFY(w.pipeline.PollInput());
+        QCOMPARE(w.text.m_appends, (QByteArrayList{"A", "B", "C", "\r\n"}));
+        QCOMPARE(w.text.m_text, QByteArray("AC\r\n"));
+        QCOMPARE(w.pipeline.TotalBytes(), qint64(5));
+        QVERIFY(w.source.m_blocks.isEmpty());
+        // NUL bytes are kept (and counted), also with the debug store on, which polling leaves empty.
+        w.display.m_bShowControlChars = 1;
+        w.pipeline.SetDebugConnection(true);
+        w.source.m_blocks = {QByteArray("A\0B", 3)};
+        w.pipeline.PollInput();
+        QCOMPARE(w.text.m_text, QByteArray("AC\r\nA<NUL>B"));
+        QCOMPARE(w.pipeline.TotalBytes(), qint64(8));
+        QVERIFY(w.pipeline.ReceivedBytes().isEmpty());
+    }
+
+    void endlessStringIsBounded()
+    {
+        Window w;
+        FillScript(w.script, true, "<CR>", {"X"}, {{"SkipCharacters(1048570)"}});
+        const QByteArray chunk(64 * 1024, 'a');
+        QByteArrayList blocks{"X"};
+        for (int i = 0; i < 20; ++i)
+            blocks.append(chunk);
+        blocks.append("\r");
+        w.Receive(blocks);
+        // 1 MiB kept of the string; what is left after skipping shows its end
+        // was still found.
+        QCOMPARE(w.text.m_appends, QByteArrayList{"aaaaaa"});
+    }
+
+    void stateSurvivesSwitchingTheScriptOff()
+    {
+        Window w;
+        FillScript(w.script, true, ";", {"X"}, {{}});
+        w.Receive({"X1"});
+        w.script.m_bRegistered = 0;
+        w.Receive({"ab;"});
+        QCOMPARE(w.text.m_appends, QByteArrayList{"ab;"});
+        w.script.m_bRegistered = 1;
+        w.Receive({"2;"});
+        QCOMPARE(w.text.m_appends, (QByteArrayList{"ab;", "X12;"}));
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_ReceivePipeline)
 #include "tst_ReceivePipeline.moc"

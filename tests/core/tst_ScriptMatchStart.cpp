@@ -13,73 +13,56 @@ class tst_ScriptMatchStart : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void matchStart_data()
-    {
-        QTest::addColumn<QByteArray>("endOfString");
-        QTest::addColumn<QByteArrayList>("inputs");
-        QTest::addColumn<int>("c");
-        QTest::addColumn<bool>("matched");
-        QTest::addColumn<int>("index");
-        QTest::addColumn<int>("startChar");
-        QTest::addColumn<int>("endChar");
-
-        QTest::newRow("end of string uses its last byte")
-            << QByteArray("<CR><LF>") << QByteArrayList {"S"} << int('S') << true << 0 << int('S')
-            << int('\n');
-        QTest::newRow("exact first byte without end setting ends at its last byte")
-            << QByteArray() << QByteArrayList {"$ABC#", "~XY;"} << int('$') << true << 0 << int('$')
-            << int('#');
-        QTest::newRow("other bytes fall to the wildcard")
-            << QByteArray() << QByteArrayList {"$ABC#", "~XY;"} << int('Q') << true << 1 << int('~')
-            << int(';');
-        QTest::newRow("earlier wildcard wins over an exact match")
-            << QByteArray() << QByteArrayList {"~a", "Sb"} << int('S') << true << 0 << int('~')
-            << int('a');
-        QTest::newRow("later input string with the same first byte is never chosen")
-            << QByteArray() << QByteArrayList {"A1", "A2"} << int('A') << true << 0 << int('A')
-            << int('1');
-        QTest::newRow("comparison is case-sensitive")
-            << QByteArray() << QByteArrayList {"a;", "b:"} << int('A') << false << -1 << kUnset
-            << int(':');
-        QTest::newRow("no match leaves the last input's end byte")
-            << QByteArray() << QByteArrayList {"AB", "CD"} << int('X') << false << -1 << kUnset
-            << int('D');
-        QTest::newRow("no match with end setting keeps its byte")
-            << QByteArray("<ETX>") << QByteArrayList {"AB", "CD"} << int('X') << false << -1
-            << kUnset << 3;
-        QTest::newRow("no input strings with end setting")
-            << QByteArray("<CR>") << QByteArrayList {} << int('X') << false << -1 << kUnset << 13;
-        QTest::newRow("no input strings without end setting")
-            << QByteArray() << QByteArrayList {} << int('X') << false << -1 << kUnset << kUnset;
-        QTest::newRow("input strings are decoded")
-            << QByteArray() << QByteArrayList {"<STX>data<ETX>"} << 2 << true << 0 << 2 << 3;
-        QTest::newRow("input decoding to nothing is skipped and leaves the end byte")
-            << QByteArray() << QByteArrayList {"<NUL>", "~"} << int('x') << true << 1 << int('~')
-            << int('~');
-        QTest::newRow("empty input string")
-            << QByteArray() << QByteArrayList {""} << 0 << false << -1 << kUnset << kUnset;
-        QTest::newRow("end setting decoding to nothing uses the input strings")
-            << QByteArray("<NUL>") << QByteArrayList {"Ax"} << int('A') << true << 0 << int('A')
-            << int('x');
-        QTest::newRow("high byte given sign-extended")
-            << QByteArray() << QByteArrayList {"\xb0" "C\xff"} << -80 << true << 0 << -80 << -1;
-        QTest::newRow("high byte given unsigned")
-            << QByteArray() << QByteArrayList {"\xb0" "C\xff"} << 176 << true << 0 << -80 << -1;
-    }
-
+    // The input string a first byte starts, its start byte and the end byte
+    // of the string (kUnset: left as it was).
     void matchStart()
     {
-        QFETCH(QByteArray, endOfString);
-        QFETCH(QByteArrayList, inputs);
-        QFETCH(int, c);
-        CScript script;
-        script.m_strEndOfString = endOfString;
-        script.m_InputStrings = inputs;
-        int start = kUnset, end = kUnset, found = kUnset;
-        QTEST(script.MatchStart(c, start, end, found), "matched");
-        QTEST(found, "index");
-        QTEST(start, "startChar");
-        QTEST(end, "endChar");
+        const struct
+        {
+            QByteArray endOfString;
+            QByteArrayList inputs;
+            int c;
+            bool matched;
+            int index, startChar, endChar;
+        } rows[] = {
+            // The end of string setting gives its last byte.
+            {"<CR><LF>", {"S"}, 'S', true, 0, 'S', '\n'},
+            // Without it, an exact first byte ends at the string's last byte,
+            // other bytes fall to the wildcard.
+            {{}, {"$ABC#", "~XY;"}, '$', true, 0, '$', '#'},
+            {{}, {"$ABC#", "~XY;"}, 'Q', true, 1, '~', ';'},
+            // An earlier wildcard wins over an exact match; a later input
+            // string with the same first byte is never chosen.
+            {{}, {"~a", "Sb"}, 'S', true, 0, '~', 'a'},
+            {{}, {"A1", "A2"}, 'A', true, 0, 'A', '1'},
+            // Case-sensitive; no match leaves the last input's end byte.
+            {{}, {"a;", "b:"}, 'A', false, -1, kUnset, ':'},
+            {{}, {"AB", "CD"}, 'X', false, -1, kUnset, 'D'},
+            // No match or no input strings with an end setting keep its byte.
+            {"<ETX>", {"AB", "CD"}, 'X', false, -1, kUnset, 3},
+            {"<CR>", {}, 'X', false, -1, kUnset, 13},
+            {{}, {}, 'X', false, -1, kUnset, kUnset},
+            // Input strings are decoded; one decoding to nothing is skipped
+            // and leaves the end byte; an empty one matches nothing.
+            {{}, {"<STX>data<ETX>"}, 2, true, 0, 2, 3},
+            {{}, {"<NUL>", "~"}, 'x', true, 1, '~', '~'},
+            {{}, {""}, 0, false, -1, kUnset, kUnset},
+            // An end setting decoding to nothing uses the input strings.
+            {"<NUL>", {"Ax"}, 'A', true, 0, 'A', 'x'},
+            // A high byte given sign-extended or unsigned.
+            {{}, {"\260C\xff"}, -80, true, 0, -80, -1},
+            {{}, {"\260C\xff"}, 176, true, 0, -80, -1},
+        };
+        for (const auto& row : rows) {
+            CScript script;
+            script.m_strEndOfString = row.endOfString;
+            script.m_InputStrings = row.inputs;
+            int start = kUnset, end = kUnset, found = kUnset;
+            const bool matched = script.MatchStart(row.c, start, end, found);
+            const QByteArray label = row.inputs.join('|') + " " + QByteArray::number(row.c);
+            QVERIFY2(matched == row.matched && found == row.index, label);
+            QVERIFY2(start == row.startChar && end == row.endChar, label);
+        }
     }
 };
 

@@ -36,44 +36,45 @@ class tst_TextTools : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void stampsTheFirstByteOfEveryLine_data()
-    {
-        QTest::addColumn<bool>("names");
-        QTest::addColumn<QByteArrayList>("pieces");
-        QTest::addColumn<QByteArray>("expected");
-        const QByteArray s1 = "2026-11-23 14:05:31.001 ", s2 = "2026-11-23 14:05:31.002 ",
-                         s3 = "2026-11-23 14:05:31.003 ";
-        QTest::newRow("CR LF ends a line once") << false << QByteArrayList{"a\r\nb\r\n"} << s1 + "a\r\n" + s2 + "b\r\n";
-        QTest::newRow("CR LF split between pieces is one line end")
-            << false << QByteArrayList{"a\r", "\nb"} << s1 + "a\r\n" + s2 + "b";
-        QTest::newRow("lone CR and lone LF each end a line")
-            << false << QByteArrayList{"a\rb\nc"} << s1 + "a\r" + s2 + "b\n" + s3 + "c";
-        QTest::newRow("a line continued in the next piece keeps its stamp")
-            << false << QByteArrayList{"12.", "5 g\r\n"} << s1 + "12.5 g\r\n";
-        QTest::newRow("no stamp waits for a line that has not begun") << false << QByteArrayList{"x\r\n"} << s1 + "x\r\n";
-        QTest::newRow("shown names <CR><LF> end a line once")
-            << true << QByteArrayList{"a<CR><LF>b<CR>"} << s1 + "a<CR><LF>" + s2 + "b<CR>";
-        QTest::newRow("<LF> name in the next piece stays with its <CR>")
-            << true << QByteArrayList{"<STX>a<CR>", "<LF>b<CR>"} << s1 + "<STX>a<CR><LF>" + s2 + "b<CR>";
-        QTest::newRow("lone <LF> name ends a line") << true << QByteArrayList{"a<LF>b"} << s1 + "a<LF>" + s2 + "b";
-    }
-
+    // Stamps 1, 2 and 3 ms after the clock's start; with names shown, the
+    // names of CR and LF end the lines.
     void stampsTheFirstByteOfEveryLine()
     {
-        QFETCH(bool, names);
-        QFETCH(QByteArrayList, pieces);
-        CTextBuffer buffer;
-        QDateTime now(QDate(2026, 11, 23), QTime(14, 5, 31));
-        CLineStamper stamper(buffer, [&] { return now = now.addMSecs(1); });
-        stamper.SetControlNames(names);
-        for (const QByteArray& piece : pieces)
-            stamper.AppendBytes(piece);
-        QTEST(buffer.m_text, "expected");
+        const QByteArray s1 = "2026-11-23 14:05:31.001 ", s2 = "2026-11-23 14:05:31.002 ",
+                         s3 = "2026-11-23 14:05:31.003 ";
+        const struct
+        {
+            bool names;
+            QByteArrayList pieces;
+            QByteArray expected;
+        } rows[] = {
+            // CR LF ends a line once, also split between pieces; lone CR and LF each end one.
+            {false, {"a\r\nb\r\n"}, s1 + "a\r\n" + s2 + "b\r\n"},
+            {false, {"a\r", "\nb"}, s1 + "a\r\n" + s2 + "b"},
+            {false, {"a\rb\nc"}, s1 + "a\r" + s2 + "b\n" + s3 + "c"},
+            // A line continued in the next piece keeps its stamp; none waits for a line not begun.
+            {false, {"12.", "5 g\r\n"}, s1 + "12.5 g\r\n"},
+            {false, {"x\r\n"}, s1 + "x\r\n"},
+            // <CR><LF> ends a line once, also split between pieces; a lone <LF> ends one.
+            {true, {"a<CR><LF>b<CR>"}, s1 + "a<CR><LF>" + s2 + "b<CR>"},
+            {true, {"<STX>a<CR>", "<LF>b<CR>"}, s1 + "<STX>a<CR><LF>" + s2 + "b<CR>"},
+            {true, {"a<LF>b"}, s1 + "a<LF>" + s2 + "b"},
+        };
+        for (const auto& row : rows) {
+            CTextBuffer buffer;
+            QDateTime now(QDate(2026, 11, 23), QTime(14, 5, 31));
+            CLineStamper stamper(buffer, [&] { return now = now.addMSecs(1); });
+            stamper.SetControlNames(row.names);
+            for (const QByteArray& piece : row.pieces)
+                stamper.AppendBytes(piece);
+            QVERIFY2(buffer.m_text == row.expected, buffer.m_text.toPercentEncoding());
+        }
     }
 
     void formatsLocalTimeToTheMillisecond()
     {
-        QCOMPARE(CLineStamper::Stamp(QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5, 7))), QByteArray("2026-01-02 03:04:05.007 "));
+        QCOMPARE(CLineStamper::Stamp(QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5, 7))),
+                 QByteArray("2026-01-02 03:04:05.007 "));
     }
 
     void switchedOnMidLineStampsFromTheNextLine()
@@ -96,46 +97,36 @@ private Q_SLOTS:
 
     // Line breaks after the names of received line ends, with control
     // characters shown, and taking them out again.
-    void add_data()
-    {
-        QTest::addColumn<QStringList>("pieces");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("breaks after CR LF, not between them")
-            << QStringList{"A<CR><LF>B<CR><LF>"} << QStringLiteral("A<CR><LF>\nB<CR><LF>\n");
-        QTest::newRow("breaks after a lone CR") << QStringList{"A<CR>B"} << QStringLiteral("A<CR>\nB");
-        QTest::newRow("breaks after a lone LF") << QStringList{"A<LF>B<LF>"} << QStringLiteral("A<LF>\nB<LF>\n");
-        QTest::newRow("a CR ending a piece waits for the LF of the next")
-            << QStringList{"A<CR>", "<LF>B"} << QStringLiteral("A<CR><LF>\nB");
-        QTest::newRow("a CR ending a piece breaks before other text")
-            << QStringList{"A<CR>", "B<CR>", ""} << QStringLiteral("A<CR>\nB<CR>");
-        QTest::newRow("other names and brackets stay as they are")
-            << QStringList{"<STX>1<2>3<ETX><C<L"} << QStringLiteral("<STX>1<2>3<ETX><C<L");
-        QTest::newRow("names split between pieces are not names") << QStringList{"A<C", "R>B"} << QStringLiteral("A<CR>B");
-    }
-
     void add()
     {
-        QFETCH(QStringList, pieces);
-        CNameLineBreaks breaks;
-        QString result;
-        for (const QString& piece : pieces)
-            result += breaks.Add(piece);
-        QTEST(result, "shown");
-    }
-
-    void removeUndoesAdd_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("line ends") << QStringLiteral("A<CR><LF>B<CR>C<LF>D");
-        QTest::newRow("names at the end") << QStringLiteral("A<CR><LF>");
-        QTest::newRow("no names") << QStringLiteral("plain <text>");
-        QTest::newRow("a real break not after a name stays") << QStringLiteral("typed\nline<CR><LF>");
-    }
-
-    void removeUndoesAdd()
-    {
-        QFETCH(QString, text);
-        QCOMPARE(CNameLineBreaks::Remove(CNameLineBreaks().Add(text)), text);
+        const struct
+        {
+            QStringList pieces;
+            QString shown;
+        } rows[] = {
+            // Breaks after CR LF (not between them), a lone CR, a lone LF.
+            {{"A<CR><LF>B<CR><LF>"}, "A<CR><LF>\nB<CR><LF>\n"},
+            {{"A<CR>B"}, "A<CR>\nB"},
+            {{"A<LF>B<LF>"}, "A<LF>\nB<LF>\n"},
+            // A CR ending a piece waits for the LF of the next, breaks before other text.
+            {{"A<CR>", "<LF>B"}, "A<CR><LF>\nB"},
+            {{"A<CR>", "B<CR>", ""}, "A<CR>\nB<CR>"},
+            // Other names and brackets stay; names split between pieces are not names.
+            {{"<STX>1<2>3<ETX><C<L"}, "<STX>1<2>3<ETX><C<L"},
+            {{"A<C", "R>B"}, "A<CR>B"},
+        };
+        for (const auto& row : rows) {
+            CNameLineBreaks breaks;
+            QString result;
+            for (const QString& piece : row.pieces)
+                result += breaks.Add(piece);
+            QVERIFY2(result == row.shown, qPrintable(result));
+        }
+        // Taking the breaks out again gives the text back; a real break not
+        // after a name stays.
+        for (const QString& text :
+             {"A<CR><LF>B<CR>C<LF>D", "A<CR><LF>", "plain <text>", "typed\nline<CR><LF>"})
+            QVERIFY2(CNameLineBreaks::Remove(CNameLineBreaks().Add(text)) == text, qPrintable(text));
     }
 
     void resetForgetsWaitingCR()
@@ -160,8 +151,12 @@ private Q_SLOTS:
         QVERIFY(!dump.HasPartialRow());
         for (int r = 0; r < 16; ++r)
             QCOMPARE(rows.at(r), Expected(16 * r, all.mid(16 * r, 16)));
-        QCOMPARE(rows.at(0), QStringLiteral("00000000  00 01 02 03 04 05 06 07  08 09 0a 0b 0c 0d 0e 0f  ................"));
-        QCOMPARE(rows.at(3), QStringLiteral("00000030  30 31 32 33 34 35 36 37  38 39 3a 3b 3c 3d 3e 3f  0123456789:;<=>?"));
+        QCOMPARE(
+            rows.at(0),
+            QStringLiteral("00000000  00 01 02 03 04 05 06 07  08 09 0a 0b 0c 0d 0e 0f  ................"));
+        QCOMPARE(
+            rows.at(3),
+            QStringLiteral("00000030  30 31 32 33 34 35 36 37  38 39 3a 3b 3c 3d 3e 3f  0123456789:;<=>?"));
         QCOMPARE(rows.at(7).right(16), QStringLiteral("pqrstuvwxyz{|}~."));
         QCOMPARE(rows.at(15).right(16), QStringLiteral("................"));
         QCOMPARE(dump.EndOffset(), qint64(256));
