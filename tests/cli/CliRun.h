@@ -17,6 +17,8 @@ inline CliRun RunCli(const QStringList& arguments)
 {
     QProcess process;
     process.start(QStringLiteral(ORVALIS_CLI), arguments);
+    // Nothing to read: a question on standard input ends at once.
+    process.closeWriteChannel();
     CliRun run;
     if (!process.waitForFinished(10000)) {
         process.kill();
