@@ -61,10 +61,11 @@ class tst_MqttCapture : public QObject
                       const QStringList& more = {}, const QByteArray& until = "MQTT: connected")
     {
         cli.setProcessChannelMode(QProcess::MergedChannels);
-        cli.start(QStringLiteral(ORVALIS_CLI), QStringList{QStringLiteral("capture"), Driver(), QStringLiteral("--port"),
-                                                           pty.SlaveName(), QStringLiteral("--mqtt"), broker.Url(),
-                                                           QStringLiteral("--topic"), QString::fromUtf8(Prefix)}
-                                                   + more);
+        cli.start(QStringLiteral(ORVALIS_CLI),
+                  QStringList{QStringLiteral("capture"), Driver(), QStringLiteral("--port"), pty.SlaveName(),
+                              QStringLiteral("--mqtt"), broker.Url(), QStringLiteral("--topic"),
+                              QString::fromUtf8(Prefix)} +
+                      more);
         QElapsedTimer clock;
         clock.start();
         while (clock.elapsed() < 10000 && cli.state() != QProcess::NotRunning) {
@@ -81,6 +82,8 @@ class tst_MqttCapture : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
+        if (const QString missing = MqttTestBroker().Missing(); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
         QVERIFY(m_dir.isValid());
         qputenv("ORVALIS_HOME", m_dir.path().toLocal8Bit());
         qputenv("XDG_DATA_HOME", m_dir.filePath(QStringLiteral("data")).toLocal8Bit());
@@ -90,8 +93,6 @@ private Q_SLOTS:
     void everyReadingArrivesOnceInOrder()
     {
         MqttTestBroker broker;
-        if (!broker.Missing().isEmpty())
-            QSKIP(qPrintable(broker.Missing()));
         QVERIFY(broker.Start());
         MqttTestSubscriber subscriber(broker.Port(), Prefix + "/#", "orvalis-test-capture");
         QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
@@ -121,34 +122,20 @@ private Q_SLOTS:
         QCOMPARE(subscriber.Payloads(Prefix + "/readings").size(), 500);
     }
 
-    void killedProgramTurnsTheStatusOffline()
-    {
-        MqttTestBroker broker;
-        if (!broker.Missing().isEmpty())
-            QSKIP(qPrintable(broker.Missing()));
-        QVERIFY(broker.Start());
-        MqttTestSubscriber subscriber(broker.Port(), Prefix + "/status", "orvalis-test-kill");
-        QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
-        CPtyPair pty;
-        QProcess cli;
-        QVERIFY2(StartCapture(cli, broker, pty), m_output.constData());
-        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("online"), 5000);
-        cli.kill();
-        QVERIFY(cli.waitForFinished(5000));
-        // The broker's last will: the connection ended without a goodbye.
-        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("offline"), 10000);
-    }
-
     void passwordFromAFileOrTheEnvironmentLetsTheUserIn_data()
     {
         QTest::addColumn<QString>("how");
         QTest::addColumn<QString>("password");
         QTest::addColumn<QByteArray>("outcome");
-        QTest::newRow("password file") << "file" << "s3cret word" << QByteArray("MQTT: connected");
-        QTest::newRow("environment variable") << "environment" << "s3cret word" << QByteArray("MQTT: connected");
-        QTest::newRow("desktop keyring") << "keyring" << "s3cret word" << QByteArray("MQTT: connected");
+        QTest::newRow("password file") << "file"
+                                       << "s3cret word" << QByteArray("MQTT: connected");
+        QTest::newRow("environment variable") << "environment"
+                                              << "s3cret word" << QByteArray("MQTT: connected");
+        QTest::newRow("desktop keyring") << "keyring"
+                                         << "s3cret word" << QByteArray("MQTT: connected");
         QTest::newRow("wrong password is retried with the reason")
-            << "file" << "guess" << QByteArray("MQTT: retrying: Connection Refused: not authorised");
+            << "file"
+            << "guess" << QByteArray("MQTT: retrying: Connection Refused: not authorised");
     }
     void passwordFromAFileOrTheEnvironmentLetsTheUserIn()
     {
@@ -156,8 +143,6 @@ private Q_SLOTS:
         QFETCH(QString, password);
         QFETCH(QByteArray, outcome);
         MqttTestBroker broker;
-        if (!broker.Missing().isEmpty())
-            QSKIP(qPrintable(broker.Missing()));
         const QString refused = broker.RequirePassword(QStringLiteral("lab"), QStringLiteral("s3cret word"));
         if (!refused.isEmpty())
             QSKIP(qPrintable(refused));
@@ -170,7 +155,8 @@ private Q_SLOTS:
         QStringList more;
         QProcess cli;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus"));
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                           QStringLiteral("unix:path=/nonexistent/bus"));
         std::optional<KeyringTestServer> keyring;
         if (how == "keyring") {
             if (const QString missing = KeyringTestServer::Missing(); !missing.isEmpty())
@@ -181,10 +167,11 @@ private Q_SLOTS:
             qputenv("DBUS_SESSION_BUS_ADDRESS", keyring->BusAddress().toUtf8());
             std::optional<bool> stored;
             QString why;
-            CPasswordKeyring::Write(QStringLiteral("Balance"), password, this, [&](bool ok, const QString& reason) {
-                stored = ok;
-                why = reason;
-            });
+            CPasswordKeyring::Write(QStringLiteral("Balance"), password, this,
+                                    [&](bool ok, const QString& reason) {
+                                        stored = ok;
+                                        why = reason;
+                                    });
             QTRY_VERIFY_WITH_TIMEOUT(stored.has_value(), 10000);
             QVERIFY2(*stored, qPrintable(why));
             environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), keyring->BusAddress());
@@ -200,68 +187,61 @@ private Q_SLOTS:
         cli.setProcessEnvironment(environment);
         CPtyPair pty;
         QVERIFY2(StartCapture(cli, broker, pty, more, outcome), m_output.constData());
-        const QByteArray source = how == "file"        ? "the password from "
+        const QByteArray source = how == "file"      ? "the password from "
                                   : how == "keyring" ? "the password from the keyring"
                                                      : "the password from ORVALIS_MQTT_PASSWORD";
         QVERIFY2(m_output.contains(source), m_output.constData());
         QVERIFY(!m_output.contains(password.toUtf8()));
         ::kill(pid_t(cli.processId()), SIGINT);
         QVERIFY(cli.waitForFinished(10000));
-        QSettings(m_dir.filePath(QStringLiteral("Orvalis.ini")), QSettings::IniFormat).remove(QStringLiteral("Balance"));
+        QSettings(m_dir.filePath(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
+            .remove(QStringLiteral("Balance"));
     }
 
-    void mqttsWithACaFileArrives()
+    // Over TLS; a killed program leaves the broker's last will: the status
+    // turns offline without a goodbye.
+    void mqttsWithACaFileArrivesAndAKilledProgramIsOffline()
     {
         MqttTestBroker broker;
         if (const QString why = broker.TlsUnavailable(); !why.isEmpty())
             QSKIP(qPrintable(why));
         QVERIFY(broker.Start());
-        MqttTestSubscriber subscriber(broker.Port(), Prefix + "/readings", "orvalis-test-capture-tls", broker.CaFile());
+        MqttTestSubscriber subscriber(broker.Port(), Prefix + "/#", "orvalis-test-capture-tls",
+                                      broker.CaFile());
         QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
         CPtyPair pty;
         QProcess cli;
-        QVERIFY2(StartCapture(cli, broker, pty, {QStringLiteral("--ca-file"), broker.CaFile()}), m_output.constData());
+        QVERIFY2(StartCapture(cli, broker, pty, {QStringLiteral("--ca-file"), broker.CaFile()}),
+                 m_output.constData());
         QVERIFY(pty.WriteMaster("over TLS\r\n"));
-        QTRY_COMPARE_WITH_TIMEOUT(Texts(subscriber.Payloads(Prefix + "/readings")), QList<QByteArray>{"over TLS"}, 10000);
-        ::kill(pid_t(cli.processId()), SIGINT);
-        QVERIFY(cli.waitForFinished(10000));
+        QTRY_COMPARE_WITH_TIMEOUT(Texts(subscriber.Payloads(Prefix + "/readings")),
+                                  QList<QByteArray>{"over TLS"}, 10000);
+        QCOMPARE(subscriber.Last(Prefix + "/status"), QByteArray("online"));
+        cli.kill();
+        QVERIFY(cli.waitForFinished(5000));
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("offline"), 10000);
     }
 
-    void helpNamesEveryPasswordSource()
-    {
-        QProcess cli;
-        cli.start(QStringLiteral(ORVALIS_CLI), {QStringLiteral("capture"), QStringLiteral("--help")});
-        QVERIFY(cli.waitForFinished(10000));
-        const QByteArray help = cli.readAllStandardOutput();
-        QCOMPARE(cli.exitCode(), 0);
-        for (const char* part : {"--password-file FILE", "ORVALIS_MQTT_PASSWORD", "keyring", "--ca-file FILE"})
-            QVERIFY2(help.contains(part), help.constData());
-    }
-
-    void badBrokerAddressIsAUsageError_data()
-    {
-        QTest::addColumn<QStringList>("options");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("other scheme") << QStringList{"--mqtt", "http://x"} << "mqtt:// or mqtts://";
-        QTest::newRow("no host") << QStringList{"--mqtt", "mqtt://:1883"} << "no host";
-        QTest::newRow("wildcard topic") << QStringList{"--mqtt", "mqtt://x", "--topic", "a/#"} << "--topic";
-        QTest::newRow("topic alone") << QStringList{"--topic", "a"} << "--topic needs --mqtt";
-        QTest::newRow("password file alone") << QStringList{"--password-file", "p"} << "--password-file needs --mqtt";
-        QTest::newRow("unreadable password file")
-            << QStringList{"--mqtt", "mqtt://x", "--password-file", "/nonexistent/p"} << "--password-file /nonexistent/p:";
-        QTest::newRow("unreadable CA file")
-            << QStringList{"--mqtt", "mqtts://x", "--ca-file", "/nonexistent/ca.pem"} << "--ca-file /nonexistent/ca.pem";
-    }
     void badBrokerAddressIsAUsageError()
     {
-        QFETCH(QStringList, options);
-        QFETCH(QString, message);
-        QProcess cli;
-        cli.start(QStringLiteral(ORVALIS_CLI), QStringList{QStringLiteral("capture"), Driver()} + options);
-        QVERIFY(cli.waitForFinished(10000));
-        const QString err = QString::fromUtf8(cli.readAllStandardError());
-        QCOMPARE(cli.exitCode(), 2);
-        QVERIFY2(err.contains(message), qPrintable(err));
+        const QList<QPair<QStringList, QString>> rows{
+            {{"--mqtt", "http://x"}, "mqtt:// or mqtts://"},
+            {{"--mqtt", "mqtt://:1883"}, "no host"},
+            {{"--mqtt", "mqtt://x", "--topic", "a/#"}, "--topic"},
+            {{"--topic", "a"}, "--topic needs --mqtt"},
+            {{"--password-file", "p"}, "--password-file needs --mqtt"},
+            {{"--mqtt", "mqtt://x", "--password-file", "/nonexistent/p"}, "--password-file /nonexistent/p:"},
+            {{"--mqtt", "mqtts://x", "--ca-file", "/nonexistent/ca.pem"}, "--ca-file /nonexistent/ca.pem"},
+        };
+        for (const auto& [options, message] : rows) {
+            QProcess cli;
+            cli.start(QStringLiteral(ORVALIS_CLI),
+                      QStringList{QStringLiteral("capture"), Driver()} + options);
+            QVERIFY(cli.waitForFinished(10000));
+            const QString err = QString::fromUtf8(cli.readAllStandardError());
+            QCOMPARE(cli.exitCode(), 2);
+            QVERIFY2(err.contains(message), qPrintable(err));
+        }
     }
 };
 
