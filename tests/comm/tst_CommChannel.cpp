@@ -54,7 +54,6 @@ private Q_SLOTS:
     void waitingReaderUsesNoProcessor();
     void writingToAPeerThatNeverReadsIsBounded();
     void writesFromTwoThreadsStayWhole();
-    void typedCharacters();
     void openTerminalSetsTheDisplay();
 
 private:
@@ -575,38 +574,6 @@ void tst_CommChannel::writesFromTwoThreadsStayWhole()
     QVERIFY(QRegularExpression(QStringLiteral("^(a{1000}b{1000}|b{1000}a{1000})$"))
                 .match(QString::fromLatin1(received))
                 .hasMatch());
-}
-
-void tst_CommChannel::typedCharacters()
-{
-    const struct
-    {
-        char character;
-        bool sendCrLf, localEcho;
-        QByteArray sent, shown;
-    } rows[] = {
-        {'\r', true, false, "\r\n", ""},    // carriage return gains a line feed
-        {'\r', false, false, "\r", ""},     // not without the option
-        {'\r', true, true, "\r\n", "\r\n"}, // local echo shows what was sent
-        {'A', true, true, "A", "A"},
-    };
-    for (const auto& row : rows) {
-        CPtyPair pty;
-        RecordingDisplay display;
-        CComm channel;
-        CTerminalParameter terminal;
-        terminal.m_bSendCRLF = row.sendCrLf;
-        terminal.m_bLocalEcho = row.localEcho;
-        channel.SetTerminalParameter(terminal);
-        channel.SetDisplay(&display);
-
-        channel.OnChar(row.character);
-        QCOMPARE(display.shown, QByteArray());
-        QVERIFY(channel.OpenPort(Line(PathOf(pty))));
-        channel.OnChar(row.character);
-        QCOMPARE(pty.ReadMaster(int(row.sent.size()) + 1, 300), row.sent);
-        QCOMPARE(display.shown, row.shown);
-    }
 }
 
 void tst_CommChannel::openTerminalSetsTheDisplay()
