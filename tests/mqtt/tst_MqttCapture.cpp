@@ -3,6 +3,7 @@
 
 #include "CDriverFile.h"
 #include "CPasswordKeyring.h"
+#include "CliRun.h"
 #include "KeyringTestServer.h"
 #include "MqttTestBroker.h"
 #include "MqttTestSubscriber.h"
@@ -15,7 +16,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
 #include <optional>
 
 namespace {
@@ -56,28 +56,15 @@ class tst_MqttCapture : public QObject
         return path;
     }
 
-    // Starts capture; false when it did not report the broker connected.
-    bool StartCapture(QProcess& cli, const MqttTestBroker& broker, const CPtyPair& pty,
-                      const QStringList& more = {}, const QByteArray& until = "MQTT: connected")
+    // capture --mqtt on the line of pty, publishing to broker.
+    QStringList Capture(const MqttTestBroker& broker, const CPtyPair& pty, const QStringList& more = {})
     {
-        cli.setProcessChannelMode(QProcess::MergedChannels);
-        cli.start(QStringLiteral(ORVALIS_CLI),
-                  QStringList{QStringLiteral("capture"), Driver(), QStringLiteral("--port"), pty.SlaveName(),
-                              QStringLiteral("--mqtt"), broker.Url(), QStringLiteral("--topic"),
-                              QString::fromUtf8(Prefix)} +
-                      more);
-        QElapsedTimer clock;
-        clock.start();
-        while (clock.elapsed() < 10000 && cli.state() != QProcess::NotRunning) {
-            cli.waitForReadyRead(50);
-            m_output += cli.readAll();
-            if (m_output.contains(until))
-                return true;
-        }
-        return false;
+        return QStringList{QStringLiteral("capture"), Driver(),
+                           QStringLiteral("--port"),  pty.SlaveName(),
+                           QStringLiteral("--mqtt"),  broker.Url(),
+                           QStringLiteral("--topic"), QString::fromUtf8(Prefix)} +
+               more;
     }
-
-    QByteArray m_output;
 
 private Q_SLOTS:
     void initTestCase()
@@ -88,7 +75,6 @@ private Q_SLOTS:
         qputenv("ORVALIS_HOME", m_dir.path().toLocal8Bit());
         qputenv("XDG_DATA_HOME", m_dir.filePath(QStringLiteral("data")).toLocal8Bit());
     }
-    void init() { m_output.clear(); }
 
     void everyReadingArrivesOnceInOrder()
     {
@@ -98,8 +84,8 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
         CPtyPair pty;
         QVERIFY(pty.IsOpen());
-        QProcess cli;
-        QVERIFY2(StartCapture(cli, broker, pty), m_output.constData());
+        CCliProcess cli(Capture(broker, pty));
+        QVERIFY2(cli.WaitForError(QStringLiteral("MQTT: connected")), qPrintable(cli.Error()));
 
         QList<QByteArray> expected;
         QByteArray bytes;
@@ -114,9 +100,8 @@ private Q_SLOTS:
         QCOMPARE(Texts(subscriber.Payloads(Prefix + "/readings")), expected);
         QCOMPARE(subscriber.Last(Prefix + "/status"), QByteArray("online"));
 
-        ::kill(pid_t(cli.processId()), SIGINT);
-        QVERIFY(cli.waitForFinished(10000));
-        QCOMPARE(cli.exitCode(), 0);
+        cli.Interrupt();
+        QCOMPARE(cli.Finish(), 0);
         QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("offline"), 5000);
         QTest::qWait(200);
         QCOMPARE(subscriber.Payloads(Prefix + "/readings").size(), 500);
@@ -153,7 +138,6 @@ private Q_SLOTS:
             profile.setValue(QStringLiteral("Balance/MqttUser"), QStringLiteral("lab"));
         }
         QStringList more;
-        QProcess cli;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
                            QStringLiteral("unix:path=/nonexistent/bus"));
@@ -184,16 +168,16 @@ private Q_SLOTS:
         } else {
             environment.insert(QStringLiteral("ORVALIS_MQTT_PASSWORD"), password);
         }
-        cli.setProcessEnvironment(environment);
         CPtyPair pty;
-        QVERIFY2(StartCapture(cli, broker, pty, more, outcome), m_output.constData());
-        const QByteArray source = how == "file"      ? "the password from "
-                                  : how == "keyring" ? "the password from the keyring"
-                                                     : "the password from ORVALIS_MQTT_PASSWORD";
-        QVERIFY2(m_output.contains(source), m_output.constData());
-        QVERIFY(!m_output.contains(password.toUtf8()));
-        ::kill(pid_t(cli.processId()), SIGINT);
-        QVERIFY(cli.waitForFinished(10000));
+        CCliProcess cli(Capture(broker, pty, more), environment);
+        QVERIFY2(cli.WaitForError(QString::fromUtf8(outcome)), qPrintable(cli.Error()));
+        const QString source = how == "file"      ? "the password from "
+                               : how == "keyring" ? "the password from the keyring"
+                                                  : "the password from ORVALIS_MQTT_PASSWORD";
+        QVERIFY2(cli.Error().contains(source), qPrintable(cli.Error()));
+        QVERIFY(!cli.Error().contains(password));
+        cli.Interrupt();
+        cli.Finish();
         QSettings(m_dir.filePath(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
             .remove(QStringLiteral("Balance"));
     }
@@ -210,15 +194,14 @@ private Q_SLOTS:
                                       broker.CaFile());
         QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
         CPtyPair pty;
-        QProcess cli;
-        QVERIFY2(StartCapture(cli, broker, pty, {QStringLiteral("--ca-file"), broker.CaFile()}),
-                 m_output.constData());
+        CCliProcess cli(Capture(broker, pty, {QStringLiteral("--ca-file"), broker.CaFile()}));
+        QVERIFY2(cli.WaitForError(QStringLiteral("MQTT: connected")), qPrintable(cli.Error()));
         QVERIFY(pty.WriteMaster("over TLS\r\n"));
         QTRY_COMPARE_WITH_TIMEOUT(Texts(subscriber.Payloads(Prefix + "/readings")),
                                   QList<QByteArray>{"over TLS"}, 10000);
         QCOMPARE(subscriber.Last(Prefix + "/status"), QByteArray("online"));
-        cli.kill();
-        QVERIFY(cli.waitForFinished(5000));
+        cli.Kill();
+        QCOMPARE(cli.Finish(), -1);
         QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("offline"), 10000);
     }
 
