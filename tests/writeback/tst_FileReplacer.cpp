@@ -35,52 +35,56 @@ class tst_FileReplacer : public QObject
 
 private Q_SLOTS:
     void cleanup() { CFileReplacer::SetWriteHook({}); }
-    void replacesLikeWritingInPlace()
+    void replacesLikeWritingInPlace_data()
     {
-        const struct
-        {
-            const char* name;
-            QByteArray old; // empty: no file
-            CFileReplacer::Tail tail;
-            QByteArray result;
-        } rows[] = {
-            {"a longer old file keeps its tail", "0123456789", CFileReplacer::Tail::Keep, "new3456789"},
-            {"a longer old file is cut when asked", "0123456789", CFileReplacer::Tail::Drop, "new"},
-            {"a shorter old file is replaced", "01", CFileReplacer::Tail::Keep, "new"},
-            {"a missing file is created", "", CFileReplacer::Tail::Keep, "new"},
-        };
-        for (const auto& row : rows) {
-            const QString path = m_dir.filePath(QLatin1String(row.name));
-            if (!row.old.isEmpty())
-                Put(path, row.old);
-            const CFileResult result = CFileReplacer::Replace(path, "new", row.tail);
-            QVERIFY2(result.IsOk(), qPrintable(result.Message()));
-            QVERIFY2(Bytes(path) == row.result, row.name);
-            QCOMPARE(Leftovers(), QStringList());
-        }
+        QTest::addColumn<QByteArray>("old");
+        QTest::addColumn<int>("tail");
+        QTest::addColumn<QByteArray>("result");
+
+        const int keep = int(CFileReplacer::Tail::Keep);
+        const int drop = int(CFileReplacer::Tail::Drop);
+        QTest::newRow("a longer old file keeps its tail") << QByteArray("0123456789") << keep << QByteArray("new3456789");
+        QTest::newRow("a longer old file is cut when asked") << QByteArray("0123456789") << drop << QByteArray("new");
+        QTest::newRow("a shorter old file is replaced") << QByteArray("01") << keep << QByteArray("new");
+        QTest::newRow("a missing file is created") << QByteArray() << keep << QByteArray("new");
     }
 
-    // A 52 KB driver written over an older one fails in its second piece:
-    // the disk full in words of its own, other errors in the system's.
+    void replacesLikeWritingInPlace()
+    {
+        QFETCH(QByteArray, old);
+        QFETCH(int, tail);
+        const QString path = m_dir.filePath(QStringLiteral("in place %1").arg(QTest::currentDataTag()));
+        if (!old.isEmpty())
+            Put(path, old);
+        const CFileResult result = CFileReplacer::Replace(path, "new", CFileReplacer::Tail(tail));
+        QVERIFY2(result.IsOk(), qPrintable(result.Message()));
+        QTEST(Bytes(path), "result");
+        QCOMPARE(Leftovers(), QStringList());
+    }
+
+    void failedWriteLeavesTheOldFile_data()
+    {
+        QTest::addColumn<int>("error");
+        QTest::addColumn<QString>("message");
+
+        QTest::newRow("disk full") << ENOSPC << QStringLiteral("cannot write at byte 16384 (the disk is full)");
+        QTest::newRow("other errors in the system's words") << EIO << QStringLiteral("cannot write at byte 16384 (Input/output error)");
+    }
+
+    // A 52 KB driver written over an older one fails in its second piece.
     void failedWriteLeavesTheOldFile()
     {
-        const QList<QPair<int, QString>> rows{
-            {ENOSPC, QStringLiteral("cannot write at byte 16384 (the disk is full)")},
-            {EIO, QStringLiteral("cannot write at byte 16384 (Input/output error)")},
-        };
-        for (const auto& [error, message] : rows) {
-            const QString path = m_dir.filePath(QStringLiteral("lab.tbb"));
-            const QByteArray old = QByteArray(4000, 'o');
-            Put(path, old);
-            CFileReplacer::SetWriteHook(
-                [code = error](qint64 offset) { return offset >= CFileReplacer::PieceSize ? code : 0; });
-            const CFileResult result =
-                CFileReplacer::Replace(path, QByteArray(52 * 1024, 'n'), CFileReplacer::Tail::Keep);
-            QCOMPARE(result.GetStatus(), CFileResult::Status::NotWritten);
-            QCOMPARE(result.Message(), path + QStringLiteral(": ") + message);
-            QCOMPARE(Bytes(path), old);
-            QCOMPARE(Leftovers(), QStringList());
-        }
+        QFETCH(int, error);
+        const QString path = m_dir.filePath(QStringLiteral("lab.tbb"));
+        const QByteArray old = QByteArray(4000, 'o');
+        Put(path, old);
+        CFileReplacer::SetWriteHook([error](qint64 offset) { return offset >= CFileReplacer::PieceSize ? error : 0; });
+        const CFileResult result = CFileReplacer::Replace(path, QByteArray(52 * 1024, 'n'), CFileReplacer::Tail::Keep);
+        QCOMPARE(result.GetStatus(), CFileResult::Status::NotWritten);
+        QFETCH(QString, message);
+        QCOMPARE(result.Message(), path + QStringLiteral(": ") + message);
+        QCOMPARE(Bytes(path), old);
+        QCOMPARE(Leftovers(), QStringList());
     }
 
     void keepsModeAndLink()
@@ -88,15 +92,12 @@ private Q_SLOTS:
         const QString target = m_dir.filePath(QStringLiteral("target.tbb"));
         const QString link = m_dir.filePath(QStringLiteral("link.tbb"));
         Put(target, "old");
-        QVERIFY(QFile::setPermissions(target, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                                  QFileDevice::ReadGroup));
+        QVERIFY(QFile::setPermissions(target, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup));
         QVERIFY(QFile::link(target, link));
         QVERIFY(CFileReplacer::Replace(link, "newer", CFileReplacer::Tail::Keep).IsOk());
         QVERIFY(QFileInfo(link).isSymLink());
         QCOMPARE(Bytes(target), QByteArray("newer"));
-        struct stat info
-        {
-        };
+        struct stat info {};
         QCOMPARE(::stat(QFile::encodeName(target).constData(), &info), 0);
         QCOMPARE(info.st_mode & 07777, mode_t(0640));
     }
@@ -109,8 +110,7 @@ private Q_SLOTS:
         QCOMPARE(written.Message(), QStringLiteral("Cannot open %1: a FIFO, not a regular file").arg(fifo));
         CDriverFile driver;
         QCOMPARE(driver.Load(fifo).Message(), written.Message());
-        QCOMPARE(driver.Load(m_dir.path()).Message(),
-                 QStringLiteral("Cannot open %1: a folder, not a regular file").arg(m_dir.path()));
+        QCOMPARE(driver.Load(m_dir.path()).Message(), QStringLiteral("Cannot open %1: a folder, not a regular file").arg(m_dir.path()));
     }
 
     // A real kill between two pieces of the write.
@@ -142,9 +142,7 @@ private Q_SLOTS:
 private:
     QStringList Leftovers() const
     {
-        return QDir(m_dir.path())
-            .entryList(QDir::Files | QDir::Hidden | QDir::System)
-            .filter(QStringLiteral(".tmp"));
+        return QDir(m_dir.path()).entryList(QDir::Files | QDir::Hidden | QDir::System).filter(QStringLiteral(".tmp"));
     }
 
     QTemporaryDir m_dir;
