@@ -23,7 +23,7 @@ public:
     {
         m_fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
         if (m_fd >= 0) {
-            termios raw {};
+            termios raw{};
             ::tcgetattr(m_fd, &raw);
             ::cfmakeraw(&raw);
             ::tcsetattr(m_fd, TCSANOW, &raw);
@@ -36,7 +36,10 @@ public:
     }
     bool IsOpen() const { return m_fd >= 0; }
 
-    void Send(const QByteArray& bytes) { QCOMPARE(::write(m_fd, bytes.constData(), size_t(bytes.size())), bytes.size()); }
+    void Send(const QByteArray& bytes)
+    {
+        QCOMPARE(::write(m_fd, bytes.constData(), size_t(bytes.size())), bytes.size());
+    }
 
     // The next CR LF line, or "" when none arrives within timeoutMs.
     QByteArray ReadLine(int timeoutMs = 3000)
@@ -49,7 +52,7 @@ public:
                 m_pending.remove(0, end + 2);
                 return line;
             }
-            pollfd wait { m_fd, POLLIN, 0 };
+            pollfd wait{m_fd, POLLIN, 0};
             if (deadline.hasExpired() || ::poll(&wait, 1, int(deadline.remainingTime())) <= 0)
                 return {};
             char buffer[256];
@@ -88,74 +91,69 @@ private:
         return QString::fromLocal8Bit(sim.readLine().trimmed());
     }
 
-    void Stop(QProcess& sim)
-    {
-        if (sim.state() == QProcess::NotRunning)
-            return;
-        sim.terminate();
-        QVERIFY(sim.waitForFinished(5000));
-    }
-
 private Q_SLOTS:
-    // One simulator answers them all in turn, nothing else follows.
-    void answersCommands()
+    // One simulator answers them all in turn, nothing else follows; its
+    // link leads to the line and goes when it ends, however it is ended.
+    void answersCommandsAndItsLinkGoesAtExit()
     {
         const QList<QPair<QByteArray, QString>> exchanges{
             {"SI\r", ReadingLine.pattern()},
-            {"si\r", ReadingLine.pattern()}, // lower case is understood
+            {"si\r", ReadingLine.pattern()},  // lower case is understood
             {"P\r\n", ReadingLine.pattern()}, // the print key
             {"T\r", QStringLiteral("^T A\\r\\n$")},
             {"XYZ\r", QStringLiteral("^ES\\r\\n$")},
             {QByteArray(200, 'S') + "\r", QStringLiteral("^ES\\r\\n$")}, // overlong: one error
         };
-        QProcess sim;
-        const QString path = Start(sim, { QStringLiteral("--interval"), QStringLiteral("0") });
-        QVERIFY2(!path.isEmpty(), qPrintable(sim.readAllStandardError()));
-        {
-            Line line(path);
-            QVERIFY(line.IsOpen());
-            for (const auto& [command, answer] : exchanges) {
-                line.Send(command);
-                const QByteArray reply = line.ReadLine();
-                QVERIFY2(QRegularExpression(answer).match(QString::fromLatin1(reply)).hasMatch(), reply.constData());
+        // Tare and zero each bring the readings near zero.
+        for (const bool interrupt : {false, true}) {
+            const QByteArray command = interrupt ? "Z\r\n" : "T\r";
+            QTemporaryDir dir;
+            const QString link = dir.filePath(QStringLiteral("balance"));
+            // A stale link of a killed simulator is replaced.
+            QVERIFY(QFile::link(QStringLiteral("/nonexistent"), link));
+            QProcess sim;
+            const QString path =
+                Start(sim, {QStringLiteral("--interval"), QStringLiteral("0"), QStringLiteral("--weight"),
+                            QStringLiteral("250.5"), QStringLiteral("--seed"), QStringLiteral("7"),
+                            QStringLiteral("--link"), link});
+            QVERIFY2(!path.isEmpty(), qPrintable(sim.readAllStandardError()));
+            QCOMPARE(QFileInfo(link).symLinkTarget(), path);
+            {
+                Line line(link);
+                QVERIFY(line.IsOpen());
+                line.Send("SI\r");
+                QVERIFY(qAbs(WeightOf(line.ReadLine()) - 250.5) < 0.1);
+                line.Send(command + "SI\r");
+                QVERIFY(!line.ReadLine().isEmpty()); // the acknowledgement
+                const QByteArray reading = line.ReadLine();
+                QVERIFY2(ReadingLine.match(QString::fromLatin1(reading)).hasMatch(), reading.constData());
+                QVERIFY2(qAbs(WeightOf(reading)) < 0.1, reading.constData());
+                for (const auto& [sent, answer] : exchanges) {
+                    line.Send(sent);
+                    const QByteArray reply = line.ReadLine();
+                    QVERIFY2(QRegularExpression(answer).match(QString::fromLatin1(reply)).hasMatch(),
+                             reply.constData());
+                }
+                // No unsolicited readings at interval 0.
+                if (!interrupt)
+                    QCOMPARE(line.ReadLine(150), QByteArray());
             }
-            // No unsolicited readings at interval 0.
-            QCOMPARE(line.ReadLine(150), QByteArray());
+            if (interrupt)
+                ::kill(pid_t(sim.processId()), SIGINT);
+            else
+                sim.terminate();
+            QVERIFY(sim.waitForFinished(5000));
+            QCOMPARE(sim.exitStatus(), QProcess::NormalExit);
+            QCOMPARE(sim.exitCode(), 0);
+            QVERIFY(!QFileInfo::exists(link) && !QFileInfo(link).isSymLink());
         }
-        Stop(sim);
-    }
-
-    void tareAndZeroBringReadingsNearZero_data()
-    {
-        QTest::addColumn<QByteArray>("command");
-        QTest::newRow("tare") << QByteArray("T\r");
-        QTest::newRow("zero") << QByteArray("Z\r\n");
-    }
-    void tareAndZeroBringReadingsNearZero()
-    {
-        QFETCH(QByteArray, command);
-        QProcess sim;
-        const QString path = Start(sim, { QStringLiteral("--interval"), QStringLiteral("0"), QStringLiteral("--weight"),
-                                          QStringLiteral("250.5"), QStringLiteral("--seed"), QStringLiteral("7") });
-        QVERIFY(!path.isEmpty());
-        {
-            Line line(path);
-            line.Send("SI\r");
-            QVERIFY(qAbs(WeightOf(line.ReadLine()) - 250.5) < 0.1);
-            line.Send(command + "SI\r");
-            QVERIFY(!line.ReadLine().isEmpty()); // the acknowledgement
-            const QByteArray reading = line.ReadLine();
-            QVERIFY2(ReadingLine.match(QString::fromLatin1(reading)).hasMatch(), reading.constData());
-            QVERIFY2(qAbs(WeightOf(reading)) < 0.1, reading.constData());
-        }
-        Stop(sim);
     }
 
     void stopsAfterCount()
     {
         QProcess sim;
-        const QString path = Start(sim, { QStringLiteral("--interval"), QStringLiteral("10"), QStringLiteral("--count"),
-                                          QStringLiteral("3") });
+        const QString path = Start(sim, {QStringLiteral("--interval"), QStringLiteral("10"),
+                                         QStringLiteral("--count"), QStringLiteral("3")});
         QVERIFY(!path.isEmpty());
         Line line(path);
         // Readings come unasked, and the simulator stops after the third.
@@ -169,58 +167,22 @@ private Q_SLOTS:
         QCOMPARE(sim.exitCode(), 0);
     }
 
-    void linkLeadsToTheLineAndGoesAtExit_data()
-    {
-        QTest::addColumn<bool>("interrupt");
-        QTest::newRow("terminated") << false;
-        QTest::newRow("interrupted") << true;
-    }
-    void linkLeadsToTheLineAndGoesAtExit()
-    {
-        QFETCH(bool, interrupt);
-        QTemporaryDir dir;
-        const QString link = dir.filePath(QStringLiteral("balance"));
-        // A stale link of a killed simulator is replaced.
-        QVERIFY(QFile::link(QStringLiteral("/nonexistent"), link));
-        QProcess sim;
-        const QString path = Start(sim, { QStringLiteral("--interval"), QStringLiteral("0"), QStringLiteral("--link"), link });
-        QVERIFY(!path.isEmpty());
-        QCOMPARE(QFileInfo(link).symLinkTarget(), path);
-        {
-            Line line(link);
-            line.Send("SI\r");
-            QVERIFY(ReadingLine.match(QString::fromLatin1(line.ReadLine())).hasMatch());
-        }
-        if (interrupt)
-            ::kill(pid_t(sim.processId()), SIGINT);
-        else
-            sim.terminate();
-        QVERIFY(sim.waitForFinished(5000));
-        QCOMPARE(sim.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(sim.exitCode(), 0);
-        QVERIFY(!QFileInfo::exists(link) && !QFileInfo(link).isSymLink());
-    }
-
-    void refusesBadOptions_data()
-    {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("negative interval") << QStringList { "--interval", "-5" } << "Bad --interval \"-5\"";
-        QTest::newRow("weight that is not a number") << QStringList { "--weight", "heavy" } << "Bad --weight \"heavy\"";
-        QTest::newRow("link over a regular file") << QStringList { "--link", ORVALIS_SOURCE_DIR "/CMakeLists.txt" }
-                                                  << "is not a symbolic link";
-    }
     void refusesBadOptions()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, message);
-        QProcess sim;
-        sim.start(QStringLiteral(ORVALIS_BALANCE_SIM), arguments);
-        QVERIFY(sim.waitForFinished(5000));
-        QVERIFY(sim.exitCode() != 0);
-        QVERIFY(sim.readAllStandardOutput().isEmpty());
-        const QString error = QString::fromLocal8Bit(sim.readAllStandardError());
-        QVERIFY2(error.contains(message), qPrintable(error));
+        const QList<QPair<QStringList, QString>> rows{
+            {{"--interval", "-5"}, "Bad --interval \"-5\""},
+            {{"--weight", "heavy"}, "Bad --weight \"heavy\""},
+            {{"--link", ORVALIS_SOURCE_DIR "/CMakeLists.txt"}, "is not a symbolic link"},
+        };
+        for (const auto& [arguments, message] : rows) {
+            QProcess sim;
+            sim.start(QStringLiteral(ORVALIS_BALANCE_SIM), arguments);
+            QVERIFY(sim.waitForFinished(5000));
+            QVERIFY(sim.exitCode() != 0);
+            QVERIFY(sim.readAllStandardOutput().isEmpty());
+            const QString error = QString::fromLocal8Bit(sim.readAllStandardError());
+            QVERIFY2(error.contains(message), qPrintable(error));
+        }
     }
 };
 

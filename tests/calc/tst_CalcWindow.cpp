@@ -17,10 +17,10 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QRegularExpression>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QSettings>
-#include <QRegularExpression>
 #include <QTest>
 
 namespace {
@@ -56,16 +56,13 @@ private Q_SLOTS:
     void cleanup();
 
     void cellsOfAWindowAppearInItsDocument();
-    void twoWindowsWriteTwoDocumentsInOneOffice();
     void switchTurnedOnInOptionsStartsTheLink();
     void unreachableOfficeLeavesTheJournalAlone();
-    void closedDocumentIsToldOnceAndTheJournalGoesOn();
     void killedOfficeLosesNoRow();
 
 private:
     static CDriverFile Driver(const QString& connector, int excel = 1);
     COrvalisView* Start(const CDriverFile& records);
-    COrvalisView* OpenAnother(const CDriverFile& records, const QString& name);
     CMainFrame* Frame() const { return m_app->MainFrame(); }
     QString Home(const QString& name) const { return QDir(m_home->path()).filePath(name); }
     QString StatusText() const { return Frame()->GetPaneText(CMainFrame::PaneMessage); }
@@ -129,26 +126,15 @@ COrvalisView* tst_CalcWindow::Start(const CDriverFile& records)
     return qobject_cast<COrvalisView*>(Frame()->ActiveView());
 }
 
-COrvalisView* tst_CalcWindow::OpenAnother(const CDriverFile& records, const QString& name)
-{
-    CDriverFile copy = records;
-    if (!copy.Store(Home(name)).IsOk())
-        return nullptr;
-    m_app->m_strLastUsedDriver = Home(name);
-    m_app->m_bConnectRequested = 1;
-    if (!Frame()->OpenNewDocument(QStringLiteral("Orvali")))
-        return nullptr;
-    return qobject_cast<COrvalisView*>(Frame()->ActiveView());
-}
-
 void tst_CalcWindow::cellsOfAWindowAppearInItsDocument()
 {
     COrvalisView* view = Start(Driver(m_pty->SlaveName()));
     QVERIFY(view && view->m_pExcel);
-    const QString journal = Home(QStringLiteral("balance %1.csv").arg(QDate::currentDate().toString(Qt::ISODate)));
+    const QString journal =
+        Home(QStringLiteral("balance %1.csv").arg(QDate::currentDate().toString(Qt::ISODate)));
     QCOMPARE(view->m_pExcel->JournalPath(), journal);
-    QTRY_COMPARE_WITH_TIMEOUT(StatusText(), QStringLiteral("Cells go to LibreOffice Calc and to %1").arg(journal),
-                              60000);
+    QTRY_COMPARE_WITH_TIMEOUT(StatusText(),
+                              QStringLiteral("Cells go to LibreOffice Calc and to %1").arg(journal), 60000);
     QVERIFY(m_pty->WriteMaster("first window\tg\r\n+12.345\t-0.5\r\n1e3\r\n"));
     QTRY_COMPARE_WITH_TIMEOUT(Lines(journal).size(), 3, 10000);
     QCOMPARE(Lines(journal), (QStringList{"first window,g", "+12.345,-0.5", "1e3"}));
@@ -159,28 +145,6 @@ void tst_CalcWindow::cellsOfAWindowAppearInItsDocument()
     QCOMPARE(m_office.Cell(document, 2, 1), QVariant(12.345));
     QCOMPARE(m_office.Cell(document, 2, 2), QVariant(-0.5));
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("first window\tg\n+12.345\t-0.5\n1e3\n"));
-}
-
-void tst_CalcWindow::twoWindowsWriteTwoDocumentsInOneOffice()
-{
-    const int before = m_office.SpreadsheetCount();
-    COrvalisView* first = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(first);
-    CPtyPair otherLine;
-    otherLine.CloseSlave();
-    COrvalisView* second = OpenAnother(Driver(otherLine.SlaveName()), QStringLiteral("meter.tbb"));
-    QVERIFY(second && second != first && second->m_pExcel);
-    QVERIFY(m_pty->WriteMaster("balance\t1\r\n"));
-    QVERIFY(otherLine.WriteMaster("meter\t2\r\n"));
-    QTRY_COMPARE_WITH_TIMEOUT(m_office.SpreadsheetCount(), before + 2, 60000);
-    int a = -1;
-    int b = -1;
-    QTRY_VERIFY_WITH_TIMEOUT((a = m_office.DocumentWith("balance")) >= 0, 20000);
-    QTRY_VERIFY_WITH_TIMEOUT((b = m_office.DocumentWith("meter")) >= 0, 20000);
-    QVERIFY(a != b);
-    QTRY_COMPARE_WITH_TIMEOUT(m_office.Cell(a, 1, 2), QVariant(1.0), 20000);
-    QTRY_COMPARE_WITH_TIMEOUT(m_office.Cell(b, 1, 2), QVariant(2.0), 20000);
-    QVERIFY(first->m_pExcel->JournalPath() != second->m_pExcel->JournalPath());
 }
 
 void tst_CalcWindow::switchTurnedOnInOptionsStartsTheLink()
@@ -220,9 +184,9 @@ void tst_CalcWindow::unreachableOfficeLeavesTheJournalAlone()
     COrvalisView* view = Start(Driver(m_pty->SlaveName()));
     QVERIFY(view && view->m_pExcel);
     const QString journal = view->m_pExcel->JournalPath();
-    QTRY_COMPARE_WITH_TIMEOUT(StatusText(),
-                              QStringLiteral("LibreOffice Calc is not installed: values go only to %1").arg(journal),
-                              10000);
+    QTRY_COMPARE_WITH_TIMEOUT(
+        StatusText(), QStringLiteral("LibreOffice Calc is not installed: values go only to %1").arg(journal),
+        10000);
     QVERIFY(m_pty->WriteMaster("1\t2\r\n3\t4\r\n"));
     QTRY_COMPARE(Lines(journal), (QStringList{"1,2", "3,4"}));
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("1\t2\n3\t4\n"));
@@ -234,31 +198,10 @@ void tst_CalcWindow::unreachableOfficeLeavesTheJournalAlone()
                 .toBool());
     QVERIFY(m_pty->WriteMaster("5\r\n"));
     QTRY_COMPARE(Lines(journal).size(), 3);
-    QVERIFY2(QRegularExpression(QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3},5$)")).match(Lines(journal).last()).hasMatch(),
+    QVERIFY2(QRegularExpression(QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3},5$)"))
+                 .match(Lines(journal).last())
+                 .hasMatch(),
              qPrintable(Lines(journal).last()));
-}
-
-// The user closes the window's document; the office stays.
-void tst_CalcWindow::closedDocumentIsToldOnceAndTheJournalGoesOn()
-{
-    COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-    QVERIFY(view && view->m_pExcel);
-    QSignalSpy messages(view->m_pExcel.get(), &CExcelOutput::message);
-    QVERIFY(m_pty->WriteMaster("before closing\t1\r\n"));
-    QTRY_VERIFY_WITH_TIMEOUT(m_office.DocumentWith("before closing") >= 0, 60000);
-    m_office.CloseDocuments();
-    QVERIFY(m_pty->WriteMaster("after closing\t2\r\n"));
-    QTRY_COMPARE_WITH_TIMEOUT(view->m_pExcel->GetState(), CExcelOutput::Lost, 20000);
-    const QString journal = view->m_pExcel->JournalPath();
-    const QString gone =
-        QStringLiteral("The link to LibreOffice Calc is gone (the document was closed): values go only to %1").arg(journal);
-    QCOMPARE(StatusText(), gone);
-    QVERIFY(m_pty->WriteMaster("later\t3\r\n"));
-    QTRY_COMPARE(Lines(journal), (QStringList{"before closing,1", "after closing,2", "later,3"}));
-    QTest::qWait(200);
-    QCOMPARE(Texts(messages).filter(QStringLiteral("gone")), QStringList{gone});
-    QCOMPARE(m_office.DocumentWith("after closing"), -1);
-    QTRY_COMPARE(view->toPlainText(), QStringLiteral("before closing\t1\nafter closing\t2\nlater\t3\n"));
 }
 
 void tst_CalcWindow::killedOfficeLosesNoRow()
@@ -286,8 +229,10 @@ void tst_CalcWindow::killedOfficeLosesNoRow()
     QTest::qWait(200);
     const QStringList lost = Texts(messages).filter(QStringLiteral("gone"));
     QCOMPARE(lost.size(), 1);
-    QCOMPARE(lost.first(), QStringLiteral("The link to LibreOffice Calc is gone (LibreOffice has quit): values go only to %1")
-                               .arg(view->m_pExcel->JournalPath()));
+    QCOMPARE(
+        lost.first(),
+        QStringLiteral("The link to LibreOffice Calc is gone (LibreOffice has quit): values go only to %1")
+            .arg(view->m_pExcel->JournalPath()));
     QCOMPARE(Lines(view->m_pExcel->JournalPath()).at(99), QStringLiteral("row 100,25"));
     QTRY_COMPARE(view->toPlainText().count(QLatin1Char('\n')), 101);
 }

@@ -1,12 +1,13 @@
 #include "CDriverFile.h"
+#include "CliRun.h"
 #include "PtyPair.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QElapsedTimer>
 #include <QTest>
 #include <QtEndian>
 
@@ -15,32 +16,6 @@
 #include <thread>
 
 namespace {
-
-struct CliRun
-{
-    int exitCode = -1;
-    QByteArray out;
-    QString err;
-};
-
-CliRun RunCli(const QStringList& arguments, const QByteArray& input = QByteArray())
-{
-    QProcess process;
-    process.start(QStringLiteral(ORVALIS_CLI), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    CliRun run;
-    if (!process.waitForFinished(10000)) {
-        process.kill();
-        process.waitForFinished();
-        run.err = QStringLiteral("orvalis-cli did not finish");
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = process.readAllStandardOutput();
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
 
 QByteArray Framed(const QByteArrayList& blocks)
 {
@@ -52,70 +27,6 @@ QByteArray Framed(const QByteArrayList& blocks)
     }
     return bytes;
 }
-
-// orvalis-cli running on a line while the test plays the instrument.
-class CCliProcess
-{
-public:
-    explicit CCliProcess(const QStringList& arguments)
-    {
-        m_process.start(QStringLiteral(ORVALIS_CLI), arguments);
-        m_process.waitForStarted();
-    }
-    ~CCliProcess()
-    {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.kill();
-            m_process.waitForFinished();
-        }
-    }
-
-    // Waits until standard error (or output) holds the text.
-    bool WaitForError(const QString& text) { return WaitFor([&] { return m_err.contains(text); }); }
-    bool WaitForOutput(const QByteArray& text) { return WaitFor([&] { return m_out.contains(text); }); }
-    bool WaitForOutputEnd(const QByteArray& text, int timeoutMs)
-    {
-        return WaitFor([&] { return m_out.endsWith(text); }, timeoutMs);
-    }
-    void Interrupt() { ::kill(pid_t(m_process.processId()), SIGINT); }
-    void Input(const QByteArray& bytes) { m_process.write(bytes); }
-    void CloseInput() { m_process.closeWriteChannel(); }
-    bool IsRunning() { return !m_process.waitForFinished(0) && m_process.state() == QProcess::Running; }
-    // The exit code, -1 when it did not end in time or crashed.
-    int Finish()
-    {
-        m_process.closeWriteChannel();
-        if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(10000))
-            return -1;
-        Collect();
-        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
-    }
-    QByteArray Output() const { return m_out; }
-    QString Error() const { return m_err; }
-
-private:
-    template <class Condition>
-    bool WaitFor(Condition done, int timeoutMs = 10000)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (!done() && timer.elapsed() < timeoutMs && m_process.state() == QProcess::Running) {
-            m_process.waitForReadyRead(50);
-            Collect();
-        }
-        Collect();
-        return done();
-    }
-    void Collect()
-    {
-        m_out += m_process.readAllStandardOutput();
-        m_err += QString::fromUtf8(m_process.readAllStandardError());
-    }
-
-    QProcess m_process;
-    QByteArray m_out;
-    QString m_err;
-};
 
 QByteArray FileBytes(const QString& path)
 {
@@ -131,32 +42,17 @@ class tst_capture : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void replayShowsWhatTheWindowShows_data();
     void replayShowsWhatTheWindowShows();
-    void replayWritesCellsAsCsv();
-    void replayUsesTheBytesOfACutBlock();
-    void replayGoesOnAfterAnEmptyBlock();
-    void replayReportsBadInput_data();
-    void replayReportsBadInput();
+    void refusesBadInput();
     void captureShowsRecordsAndEndsOnCtrlC();
-    void captureAnswersFromThePlaybackFile();
+    void captureAnswersFromThePlaybackFileWithTimeStamps();
     void captureEndsWhenTheLineGoesAway_data();
     void captureEndsWhenTheLineGoesAway();
-    void captureStampsEveryLineWithTheLocalTime();
     void captureKeepsUpWithAFlood_data();
     void captureKeepsUpWithAFlood();
-    void captureReportsALineThatCannotOpen();
-    void captureRefusesBadOptions_data();
-    void captureRefusesBadOptions();
-    void sendText_data();
-    void sendText();
+    void send();
     void sendFileShowsProgress();
     void sendStopsOnALineThatTakesNothing();
-    void sendAsksForTheSerialNumber();
-    void sendStopsWithoutSerialNumber();
-    void sendRefusesAKeyWithoutName();
-    void sendUsageErrors_data();
-    void sendUsageErrors();
 
 private:
     QString Write(const QString& name, const QByteArray& bytes);
@@ -198,106 +94,111 @@ QString tst_capture::Driver(const QString& name, bool registered, bool receiveCR
     driver.m_FunctionKeys.m_Commands[0] = "P\r\n";
     driver.m_FunctionKeys.m_Names[1] = "Serial";
     driver.m_FunctionKeys.m_Commands[1] = "N^$S0x100^$S\r";
-    driver.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"InsertCharacter(0, *)"}),
-                                   std::make_shared<CStringArray>(CStringArray{"TrimLeft()", "ChangeSpaces(<HT>)"})};
+    driver.m_Script.m_Sequences = {
+        std::make_shared<CStringArray>(CStringArray{"InsertCharacter(0, *)"}),
+        std::make_shared<CStringArray>(CStringArray{"TrimLeft()", "ChangeSpaces(<HT>)"})};
     const QString path = m_dir.filePath(name);
     if (!driver.Store(path).IsOk())
         qFatal("cannot store the driver");
     return path;
 }
 
-void tst_capture::replayShowsWhatTheWindowShows_data()
-{
-    QTest::addColumn<bool>("registered");
-    QTest::addColumn<QByteArray>("capture");
-    QTest::addColumn<QByteArray>("shown");
-
-    QTest::newRow("script mode, one block")
-        << true << Framed({"  12.5 g\r\nE03\r\n"}) << QByteArray("12.5\tg\n*E03\n");
-    QTest::newRow("script mode keeps the block boundaries of the line")
-        << true << Framed({"  1 g\r\n  2", " g\r\n"}) << QByteArray("1\tg\n2\tg\n");
-    QTest::newRow("plain mode, CR LF and a lone CR are one line end each")
-        << false << Framed({"A\r\nB", "\rC\xB0"}) << QByteArray("A\n\nB\nC\xC2\xB0");
-    QTest::newRow("text longer than a piece of the console is shown whole")
-        << false << Framed({QByteArray(20000, 'x') + "\r", "\nB"}) << QByteArray(20000, 'x') + "\n\nB";
-    QTest::newRow("a file without the header is raw bytes")
-        << true << QByteArray("  7 g\r\n") << QByteArray("7\tg\n");
-    QTest::newRow("an empty file shows nothing") << true << QByteArray() << QByteArray();
-}
-
 void tst_capture::replayShowsWhatTheWindowShows()
 {
-    QFETCH(bool, registered);
-    QFETCH(QByteArray, capture);
-
-    const QString driver = Driver(QStringLiteral("balance.tbb"), registered, true);
-    const CliRun run = RunCli({QStringLiteral("replay"), driver, Write(QStringLiteral("c.bin"), capture)});
-    QCOMPARE(run.err, QString());
-    QCOMPARE(run.exitCode, 0);
-    QTEST(run.out, "shown");
+    QByteArray cut = Framed({"AB\n", "CDEFGH"});
+    cut.chop(3);
+    const struct
+    {
+        const char* name;
+        bool registered, receiveCRLF;
+        QByteArray capture, shown;
+        int exitCode;
+        QString error;
+    } rows[] = {
+        {"script mode, one block", true, true, Framed({"  12.5 g\r\nE03\r\n"}), "12.5\tg\n*E03\n", 0, {}},
+        {"script mode keeps the block boundaries of the line",
+         true,
+         true,
+         Framed({"  1 g\r\n  2", " g\r\n"}),
+         "1\tg\n2\tg\n",
+         0,
+         {}},
+        {"plain mode, CR LF and a lone CR are one line end each",
+         false,
+         true,
+         Framed({"A\r\nB", "\rC\xB0"}),
+         "A\n\nB\nC\xC2\xB0",
+         0,
+         {}},
+        {"text longer than a piece of the console is shown whole",
+         false,
+         true,
+         Framed({QByteArray(20000, 'x') + "\r", "\nB"}),
+         QByteArray(20000, 'x') + "\n\nB",
+         0,
+         {}},
+        {"a file without the header is raw bytes", true, true, "  7 g\r\n", "7\tg\n", 0, {}},
+        {"an empty file shows nothing", true, true, "", "", 0, {}},
+        {"empty blocks are skipped", false, false, Framed({"AB\n", "", "CD\n", ""}), "AB\nCD\n", 0, {}},
+        {"a cut block gives its bytes and fails", false, false, cut, "AB\nCDE", 1,
+         QStringLiteral("is cut short (3 of 6 bytes)")},
+    };
+    for (const auto& row : rows) {
+        const QString driver = Driver(QStringLiteral("balance.tbb"), row.registered, row.receiveCRLF);
+        const CliRun run =
+            RunCli({QStringLiteral("replay"), driver, Write(QStringLiteral("c.bin"), row.capture)});
+        QVERIFY2(row.error.isEmpty() ? run.err.isEmpty() : run.err.contains(row.error),
+                 qPrintable(QStringLiteral("%1: %2").arg(QLatin1String(row.name), run.err)));
+        QVERIFY2(run.exitCode == row.exitCode, row.name);
+        QVERIFY2(run.out.toUtf8() == row.shown, row.name);
+    }
 }
 
-void tst_capture::replayWritesCellsAsCsv()
+// Every refusal is said once, on standard error, with the exit code 2 for
+// a wrong command line and 1 for what cannot be read or opened.
+void tst_capture::refusesBadInput()
 {
-    const QString driver = Driver(QStringLiteral("cells.tbb"), true, false);
-    const QString csv = m_dir.filePath(QStringLiteral("cells.csv"));
-    const QString capture = Write(QStringLiteral("cells.bin"), Framed({"  12.5 g\r\n 3,5 \"kg\"\r\n", "E1\r\n"}));
-    const CliRun run = RunCli({QStringLiteral("replay"), driver, capture, QStringLiteral("--cells"), csv});
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(FileBytes(csv), QByteArray("12.5,g\n\"3,5\",\"\"\"kg\"\"\"\n*E1\n"));
-}
-
-void tst_capture::replayUsesTheBytesOfACutBlock()
-{
-    const QString driver = Driver(QStringLiteral("cut.tbb"), false, false);
-    QByteArray capture = Framed({"AB\n", "CDEFGH"});
-    capture.chop(3);
-    const CliRun run = RunCli({QStringLiteral("replay"), driver, Write(QStringLiteral("cut.bin"), capture)});
-    QCOMPARE(run.exitCode, 1);
-    QCOMPARE(run.out, QByteArray("AB\nCDE"));
-    QVERIFY2(run.err.contains(QStringLiteral("is cut short (3 of 6 bytes)")), qPrintable(run.err));
-}
-
-void tst_capture::replayGoesOnAfterAnEmptyBlock()
-{
-    const QString driver = Driver(QStringLiteral("empty.tbb"), false, false);
-    const CliRun run
-        = RunCli({QStringLiteral("replay"), driver, Write(QStringLiteral("empty.bin"), Framed({"AB\n", "", "CD\n", ""}))});
-    QCOMPARE(run.err, QString());
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out, QByteArray("AB\nCD\n"));
-}
-
-void tst_capture::replayReportsBadInput_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("message");
-
-    QTest::newRow("missing arguments") << QStringList{QStringLiteral("replay")} << 2
-                                       << QStringLiteral("usage: orvalis-cli replay DRIVER FILE");
-    QTest::newRow("unknown option")
-        << QStringList{QStringLiteral("replay"), QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("--nope")}
-        << 2 << QStringLiteral("Unknown option 'nope'");
-    QTest::newRow("missing driver")
-        << QStringList{QStringLiteral("replay"), QStringLiteral("/nonexistent/x.tbb"), QStringLiteral("y")} << 1
-        << QStringLiteral("Cannot open /nonexistent/x.tbb: No such file or directory");
-    // Opening a FIFO would wait for a writer for ever.
+    CPtyPair pty;
+    QVERIFY(pty.IsOpen());
     const QString fifo = m_dir.filePath(QStringLiteral("fifo"));
-    QTest::newRow("driver is a FIFO") << QStringList{QStringLiteral("replay"), fifo, QStringLiteral("y")} << 1
-                                      << QStringLiteral("Cannot open %1: a FIFO, not a regular file").arg(fifo);
-    QTest::newRow("recording is a FIFO")
-        << QStringList{QStringLiteral("replay"), Driver(QStringLiteral("fifo.tbb"), false, false), fifo} << 1
-        << QStringLiteral("Cannot open %1: a FIFO, not a regular file").arg(fifo);
-}
-
-void tst_capture::replayReportsBadInput()
-{
-    QFETCH(QStringList, arguments);
-    const CliRun run = RunCli(arguments);
-    QTEST(run.exitCode, "exitCode");
-    QFETCH(QString, message);
-    QVERIFY2(run.err.contains(message), qPrintable(run.err));
+    const QString fifoError = QStringLiteral("Cannot open %1: a FIFO, not a regular file").arg(fifo);
+    const QString driver = Driver(QStringLiteral("bad.tbb"), false, false);
+    const QString missing = QStringLiteral("Cannot open /nonexistent/x.tbb: No such file or directory");
+    const struct
+    {
+        QStringList arguments;
+        int exitCode;
+        QString message;
+    } rows[] = {
+        {{"replay"}, 2, "usage: orvalis-cli replay DRIVER FILE"},
+        {{"replay", "a", "b", "--nope"}, 2, "Unknown option 'nope'"},
+        {{"replay", "/nonexistent/x.tbb", "y"}, 1, missing},
+        // Opening a FIFO would wait for a writer for ever.
+        {{"replay", fifo, "y"}, 1, fifoError},
+        {{"replay", driver, fifo}, 1, fifoError},
+        {{"capture"}, 2, "usage: orvalis-cli capture DRIVER"},
+        {{"capture", "x.tbb", "--key", "0"}, 2, "--key \"0\": a function key is 1 to 8"},
+        {{"capture", "x.tbb", "--serial", "abc"}, 2, "--serial \"abc\": Please enter an integer."},
+        {{"capture", "/nonexistent/x.tbb"}, 1, missing},
+        {{"capture", driver, "--port", pty.SlaveName(), "--playback", "missing.txt"},
+         1,
+         "Cannot open playback file "},
+        {{"capture", driver, "--port", "/dev/nonexistent-line"},
+         1,
+         "Cannot open /dev/nonexistent-line: No such file or directory"},
+        {{"send", driver}, 2, "usage: orvalis-cli send DRIVER"},
+        {{"send", driver, "--key", "1", "--text", "x"}, 2, "usage: orvalis-cli send DRIVER"},
+        {{"send", driver, "--key", "9"}, 2, "--key \"9\": a function key is 1 to 8"},
+        {{"send", driver, "--text", "x", "--serial", "10000"},
+         2,
+         "--serial \"10000\": Please enter an integer between 0 and 9999."},
+    };
+    for (const auto& row : rows) {
+        const CliRun run = RunCli(row.arguments);
+        const QString what = row.arguments.join(QLatin1Char(' ')) + QStringLiteral(": ") + run.err;
+        QVERIFY2(run.exitCode == row.exitCode, qPrintable(what));
+        QVERIFY2(run.err.count(row.message) == 1, qPrintable(what));
+    }
 }
 
 void tst_capture::captureShowsRecordsAndEndsOnCtrlC()
@@ -323,12 +224,17 @@ void tst_capture::captureShowsRecordsAndEndsOnCtrlC()
     QCOMPARE(FileBytes(csv), QByteArray("12.5,g\n*E03\n7.25,g\n"));
     QVERIFY(!QFile::exists(record + QStringLiteral(".part")));
 
-    const CliRun replay = RunCli({QStringLiteral("replay"), driver, record});
+    // The replay of the recording shows and writes the same.
+    const QString replayed = m_dir.filePath(QStringLiteral("replay.csv"));
+    const CliRun replay =
+        RunCli({QStringLiteral("replay"), driver, record, QStringLiteral("--cells"), replayed});
     QCOMPARE(replay.exitCode, 0);
-    QCOMPARE(replay.out, cli.Output());
+    QCOMPARE(replay.out.toUtf8(), cli.Output());
+    QCOMPARE(FileBytes(replayed), FileBytes(csv));
 }
 
-void tst_capture::captureAnswersFromThePlaybackFile()
+// Each line shown with the local time it arrived at.
+void tst_capture::captureAnswersFromThePlaybackFileWithTimeStamps()
 {
     CPtyPair pty;
     QVERIFY(pty.IsOpen());
@@ -336,10 +242,12 @@ void tst_capture::captureAnswersFromThePlaybackFile()
     const QString driver = Driver(QStringLiteral("answer.tbb"), false, false);
     CCliProcess cli({QStringLiteral("capture"), driver, QStringLiteral("--port"), pty.SlaveName(),
                      QStringLiteral("--playback"), QStringLiteral("answers.txt"), QStringLiteral("--serial"),
-                     QStringLiteral("42"), QStringLiteral("--key"), QStringLiteral("1")});
+                     QStringLiteral("42"), QStringLiteral("--key"), QStringLiteral("1"),
+                     QStringLiteral("--timestamps")});
     QVERIFY2(cli.WaitForError(QStringLiteral("Ctrl-C ends")), qPrintable(cli.Error()));
     QCOMPARE(pty.ReadMaster(3), QByteArray("P\r\n"));
 
+    const QDateTime before = QDateTime::currentDateTime().addMSecs(-1);
     QVERIFY(pty.WriteMaster("ready\n"));
     QCOMPARE(pty.ReadMaster(6), QByteArray("FIRST\r"));
     QVERIFY(pty.WriteMaster("next\n"));
@@ -347,10 +255,27 @@ void tst_capture::captureAnswersFromThePlaybackFile()
     QCOMPARE(pty.ReadMaster(record.size()), record);
     QVERIFY(pty.WriteMaster("end\n"));
     QCOMPARE(pty.ReadMaster(1), QByteArray("\r"));
-    QVERIFY(cli.WaitForOutput("end\n"));
+    QVERIFY(cli.WaitForOutput(" end\n"));
+    const QDateTime after = QDateTime::currentDateTime().addMSecs(1);
     cli.Interrupt();
     QCOMPARE(cli.Finish(), 0);
-    QCOMPARE(cli.Output(), QByteArray("ready\nnext\nend\n"));
+
+    const QList<QByteArray> lines = cli.Output().split('\n');
+    QCOMPARE(lines.size(), 4);
+    QVERIFY(lines.last().isEmpty());
+    const QRegularExpression format(
+        QStringLiteral("^(\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}) (\\w+)$"));
+    QDateTime previous = before;
+    const QStringList words{QStringLiteral("ready"), QStringLiteral("next"), QStringLiteral("end")};
+    for (int i = 0; i < 3; ++i) {
+        const QRegularExpressionMatch match = format.match(QString::fromLatin1(lines[i]));
+        QVERIFY2(match.hasMatch(), lines[i].constData());
+        QCOMPARE(match.captured(2), words[i]);
+        const QDateTime stamp =
+            QDateTime::fromString(match.captured(1), QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+        QVERIFY2(stamp >= previous && stamp <= after, lines[i].constData());
+        previous = stamp;
+    }
 }
 
 void tst_capture::captureEndsWhenTheLineGoesAway_data()
@@ -384,11 +309,13 @@ void tst_capture::captureEndsWhenTheLineGoesAway()
     QVERIFY(QFile::remove(link));
     if (!reconnect) {
         QCOMPARE(cli.Finish(), 1);
-        QVERIFY2(cli.Error().contains(QStringLiteral("orvalis-cli capture: the line went away: Connection to ")),
-                 qPrintable(cli.Error()));
+        QVERIFY2(
+            cli.Error().contains(QStringLiteral("orvalis-cli capture: the line went away: Connection to ")),
+            qPrintable(cli.Error()));
         return;
     }
-    QVERIFY2(cli.WaitForError(QStringLiteral(" - Waiting for %1\u2026\n").arg(link)), qPrintable(cli.Error()));
+    QVERIFY2(cli.WaitForError(QStringLiteral(" - Waiting for %1\u2026\n").arg(link)),
+             qPrintable(cli.Error()));
     CPtyPair again;
     again.CloseSlave();
     QVERIFY(QFile::link(again.SlaveName(), link));
@@ -399,39 +326,6 @@ void tst_capture::captureEndsWhenTheLineGoesAway()
     cli.Interrupt();
     QCOMPARE(cli.Finish(), 0);
     QCOMPARE(cli.Output(), QByteArray("last words\nhalf and the rest\n"));
-}
-
-void tst_capture::captureStampsEveryLineWithTheLocalTime()
-{
-    CPtyPair pty;
-    QVERIFY(pty.IsOpen());
-    CCliProcess cli({QStringLiteral("capture"), Driver(QStringLiteral("stamps.tbb"), false, false),
-                     QStringLiteral("--port"), pty.SlaveName(), QStringLiteral("--timestamps")});
-    QVERIFY2(cli.WaitForError(QStringLiteral("Ctrl-C ends")), qPrintable(cli.Error()));
-    const QDateTime before = QDateTime::currentDateTime().addMSecs(-1);
-    QVERIFY(pty.WriteMaster("first\n"));
-    QVERIFY(cli.WaitForOutput("first\n"));
-    QTest::qWait(20);
-    QVERIFY(pty.WriteMaster("second\nthird\n"));
-    QVERIFY(cli.WaitForOutput("third\n"));
-    const QDateTime after = QDateTime::currentDateTime().addMSecs(1);
-    cli.Interrupt();
-    QCOMPARE(cli.Finish(), 0);
-
-    const QList<QByteArray> lines = cli.Output().split('\n');
-    QCOMPARE(lines.size(), 4);
-    QVERIFY(lines.last().isEmpty());
-    const QRegularExpression format(QStringLiteral("^(\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}) (\\w+)$"));
-    QDateTime previous = before;
-    const QStringList words{QStringLiteral("first"), QStringLiteral("second"), QStringLiteral("third")};
-    for (int i = 0; i < 3; ++i) {
-        const QRegularExpressionMatch match = format.match(QString::fromLatin1(lines[i]));
-        QVERIFY2(match.hasMatch(), lines[i].constData());
-        QCOMPARE(match.captured(2), words[i]);
-        const QDateTime stamp = QDateTime::fromString(match.captured(1), QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
-        QVERIFY2(stamp >= previous && stamp <= after, lines[i].constData());
-        previous = stamp;
-    }
 }
 
 void tst_capture::captureKeepsUpWithAFlood_data()
@@ -467,52 +361,11 @@ void tst_capture::captureKeepsUpWithAFlood()
     });
     const bool all = cli.WaitForOutputEnd(readings.right(20), 30000);
     instrument.join();
-    QVERIFY2(all, qPrintable(QStringLiteral("%1 of %2 bytes shown").arg(cli.Output().size()).arg(readings.size())));
+    QVERIFY2(all, qPrintable(
+                      QStringLiteral("%1 of %2 bytes shown").arg(cli.Output().size()).arg(readings.size())));
     cli.Interrupt();
     QCOMPARE(cli.Finish(), 0);
     QVERIFY(cli.Output() == readings);
-}
-
-void tst_capture::captureReportsALineThatCannotOpen()
-{
-    const CliRun run = RunCli({QStringLiteral("capture"), Driver(QStringLiteral("none.tbb"), false, false),
-                               QStringLiteral("--port"), QStringLiteral("/dev/nonexistent-line")});
-    QCOMPARE(run.exitCode, 1);
-    // Said once, not again as a log line.
-    QCOMPARE(run.err.count(QStringLiteral("Cannot open /dev/nonexistent-line: No such file or directory")), 1);
-}
-
-void tst_capture::captureRefusesBadOptions_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("message");
-
-    QTest::newRow("no driver") << QStringList{} << 2 << QStringLiteral("usage: orvalis-cli capture DRIVER");
-    QTest::newRow("function key 0") << QStringList{QStringLiteral("x.tbb"), QStringLiteral("--key"), QStringLiteral("0")}
-                                    << 2 << QStringLiteral("--key \"0\": a function key is 1 to 8");
-    QTest::newRow("serial number that is no number")
-        << QStringList{QStringLiteral("x.tbb"), QStringLiteral("--serial"), QStringLiteral("abc")} << 2
-        << QStringLiteral("--serial \"abc\": Please enter an integer.");
-    QTest::newRow("missing driver") << QStringList{QStringLiteral("/nonexistent/x.tbb")} << 1
-                                    << QStringLiteral("Cannot open /nonexistent/x.tbb: No such file or directory");
-    QTest::newRow("missing playback file")
-        << QStringList{QStringLiteral("@driver"), QStringLiteral("--port"), QStringLiteral("@pty"),
-                       QStringLiteral("--playback"), QStringLiteral("missing.txt")}
-        << 1 << QStringLiteral("Cannot open playback file ");
-}
-
-void tst_capture::captureRefusesBadOptions()
-{
-    QFETCH(QStringList, arguments);
-    CPtyPair pty;
-    QVERIFY(pty.IsOpen());
-    arguments.replaceInStrings(QStringLiteral("@driver"), Driver(QStringLiteral("bad.tbb"), false, false));
-    arguments.replaceInStrings(QStringLiteral("@pty"), pty.SlaveName());
-    const CliRun run = RunCli(QStringList{QStringLiteral("capture")} + arguments);
-    QTEST(run.exitCode, "exitCode");
-    QFETCH(QString, message);
-    QVERIFY2(run.err.contains(message), qPrintable(run.err));
 }
 
 QByteArray tst_capture::Sent(CCliProcess& cli, CPtyPair& pty, int& exitCode)
@@ -528,39 +381,53 @@ QByteArray tst_capture::Sent(CCliProcess& cli, CPtyPair& pty, int& exitCode)
     return sent;
 }
 
-void tst_capture::sendText_data()
+void tst_capture::send()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QByteArray>("sent");
-
-    const QByteArray record42 = "S309000001000000002ACB";
-    QTest::newRow("command text in the control-code notation is decoded")
-        << QStringList{QStringLiteral("--text"), QStringLiteral("P<CR><LF>")} << QByteArray("P\r\n");
-    QTest::newRow("function key command goes out as stored")
-        << QStringList{QStringLiteral("--key"), QStringLiteral("1")} << QByteArray("P\r\n");
-    QTest::newRow("serial number from the option")
-        << QStringList{QStringLiteral("--key"), QStringLiteral("2"), QStringLiteral("--serial"), QStringLiteral("42")}
-        << "N" + record42 + "\r";
-    QTest::newRow("playback macro drops the text before it")
-        << QStringList{QStringLiteral("--text"), QStringLiteral("X^$Enothing.txt^$EY")} << QByteArray("Y");
-    QTest::newRow("file macro sends the file between the texts")
-        << QStringList{QStringLiteral("--text"), QStringLiteral("<STX>^$Fpayload.txt^$F<ETX>")}
-        << QByteArray("\x02payload\x03");
-}
-
-void tst_capture::sendText()
-{
-    QFETCH(QStringList, arguments);
     Write(QStringLiteral("payload.txt"), "payload");
-    CPtyPair pty;
-    QVERIFY(pty.IsOpen());
-    CCliProcess cli(QStringList{QStringLiteral("send"), Driver(QStringLiteral("send.tbb"), false, false),
-                                QStringLiteral("--port"), pty.SlaveName()}
-                    + arguments);
-    int exitCode = -1;
-    const QByteArray sent = Sent(cli, pty, exitCode);
-    QCOMPARE(exitCode, 0);
-    QTEST(sent, "sent");
+    const QString driver = Driver(QStringLiteral("send.tbb"), false, false);
+    const QByteArray record42 = "S309000001000000002ACB";
+    const struct
+    {
+        QStringList arguments;
+        QByteArray input; // standard input, then its end
+        int exitCode;
+        QByteArray sent;
+        QStringList messages;
+    } rows[] = {
+        // The command text in the control-code notation is decoded.
+        {{"--text", "P<CR><LF>"}, "", 0, "P\r\n", {}},
+        // A function key's command goes out as stored.
+        {{"--key", "1"}, "", 0, "P\r\n", {}},
+        {{"--key", "2", "--serial", "42"}, "", 0, "N" + record42 + "\r", {}},
+        // A playback macro drops the text before it.
+        {{"--text", "X^$Enothing.txt^$EY"}, "", 0, "Y", {}},
+        // A file macro sends the file between the texts.
+        {{"--text", "<STX>^$Fpayload.txt^$F<ETX>"}, "", 0, "\x02payload\x03", {}},
+        // The serial number asked for until it is one.
+        {{"--key", "2"},
+         "abc\n10000\n42\n",
+         0,
+         "N" + record42 + "\r",
+         {"Serial #: Please enter an integer.\n", "Please enter an integer between 0 and 9999."}},
+        {{"--key", "2"}, "", 1, "N", {"No serial number: the rest of the command is not sent"}},
+        {{"--key", "5"}, "", 1, "", {"F5 has no name in this driver; nothing sent"}},
+    };
+    for (const auto& row : rows) {
+        CPtyPair pty;
+        QVERIFY(pty.IsOpen());
+        CCliProcess cli(
+            QStringList{QStringLiteral("send"), driver, QStringLiteral("--port"), pty.SlaveName()} +
+            row.arguments);
+        cli.Input(row.input);
+        cli.CloseInput();
+        int exitCode = -1;
+        const QByteArray sent = Sent(cli, pty, exitCode);
+        const QString what = row.arguments.join(QLatin1Char(' ')) + QStringLiteral(": ") + cli.Error();
+        QVERIFY2(exitCode == row.exitCode, qPrintable(what));
+        QVERIFY2(sent == row.sent, qPrintable(what + QString::fromLatin1(sent)));
+        for (const QString& message : row.messages)
+            QVERIFY2(cli.Error().contains(message), qPrintable(what));
+    }
 }
 
 void tst_capture::sendFileShowsProgress()
@@ -599,76 +466,6 @@ void tst_capture::sendStopsOnALineThatTakesNothing()
     QCOMPARE(cli.Finish(), 1);
     QVERIFY2(cli.Error().contains(QStringLiteral("orvalis-cli send: stopped")), qPrintable(cli.Error()));
     QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
-}
-
-void tst_capture::sendAsksForTheSerialNumber()
-{
-    CPtyPair pty;
-    QVERIFY(pty.IsOpen());
-    CCliProcess cli({QStringLiteral("send"), Driver(QStringLiteral("ask.tbb"), false, false),
-                     QStringLiteral("--port"), pty.SlaveName(), QStringLiteral("--key"), QStringLiteral("2")});
-    cli.Input("abc\n10000\n42\n");
-    int exitCode = -1;
-    const QByteArray sent = Sent(cli, pty, exitCode);
-    QCOMPARE(exitCode, 0);
-    QCOMPARE(sent, QByteArray("NS309000001000000002ACB\r"));
-    QVERIFY2(cli.Error().contains(QStringLiteral("Serial #: Please enter an integer.\n")), qPrintable(cli.Error()));
-    QVERIFY2(cli.Error().contains(QStringLiteral("Please enter an integer between 0 and 9999.")),
-             qPrintable(cli.Error()));
-}
-
-void tst_capture::sendStopsWithoutSerialNumber()
-{
-    CPtyPair pty;
-    QVERIFY(pty.IsOpen());
-    CCliProcess cli({QStringLiteral("send"), Driver(QStringLiteral("eof.tbb"), false, false),
-                     QStringLiteral("--port"), pty.SlaveName(), QStringLiteral("--key"), QStringLiteral("2")});
-    cli.CloseInput();
-    int exitCode = -1;
-    const QByteArray sent = Sent(cli, pty, exitCode);
-    QCOMPARE(exitCode, 1);
-    QCOMPARE(sent, QByteArray("N"));
-    QVERIFY2(cli.Error().contains(QStringLiteral("No serial number: the rest of the command is not sent")),
-             qPrintable(cli.Error()));
-}
-
-void tst_capture::sendRefusesAKeyWithoutName()
-{
-    CPtyPair pty;
-    QVERIFY(pty.IsOpen());
-    CCliProcess cli({QStringLiteral("send"), Driver(QStringLiteral("f5.tbb"), false, false),
-                     QStringLiteral("--port"), pty.SlaveName(), QStringLiteral("--key"), QStringLiteral("5")});
-    int exitCode = -1;
-    QCOMPARE(Sent(cli, pty, exitCode), QByteArray());
-    QCOMPARE(exitCode, 1);
-    QVERIFY2(cli.Error().contains(QStringLiteral("F5 has no name in this driver; nothing sent")),
-             qPrintable(cli.Error()));
-}
-
-void tst_capture::sendUsageErrors_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("message");
-
-    QTest::newRow("nothing to send") << QStringList{} << QStringLiteral("usage: orvalis-cli send DRIVER");
-    QTest::newRow("two things to send")
-        << QStringList{QStringLiteral("--key"), QStringLiteral("1"), QStringLiteral("--text"), QStringLiteral("x")}
-        << QStringLiteral("usage: orvalis-cli send DRIVER");
-    QTest::newRow("function key outside 1..8") << QStringList{QStringLiteral("--key"), QStringLiteral("9")}
-                                               << QStringLiteral("--key \"9\": a function key is 1 to 8");
-    QTest::newRow("serial number outside 0..9999")
-        << QStringList{QStringLiteral("--text"), QStringLiteral("x"), QStringLiteral("--serial"), QStringLiteral("10000")}
-        << QStringLiteral("--serial \"10000\": Please enter an integer between 0 and 9999.");
-}
-
-void tst_capture::sendUsageErrors()
-{
-    QFETCH(QStringList, arguments);
-    const CliRun run = RunCli(QStringList{QStringLiteral("send"), Driver(QStringLiteral("usage.tbb"), false, false)}
-                              + arguments);
-    QCOMPARE(run.exitCode, 2);
-    QFETCH(QString, message);
-    QVERIFY2(run.err.contains(message), qPrintable(run.err));
 }
 
 QTEST_GUILESS_MAIN(tst_capture)

@@ -27,153 +27,136 @@ class tst_cli : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void showPrintsEveryRecord_data();
     void showPrintsEveryRecord();
-    void showBoundsALongField_data();
     void showBoundsALongField();
-    void showRefusesBadFiles_data();
     void showRefusesBadFiles();
-    void usageErrors_data();
     void usageErrors();
     void examplesAreWhatTheGeneratorWrites();
     void setConnectorChangesOnlyTheConnector();
-    void setConnectorErrors_data();
-    void setConnectorErrors();
-    void terminalDriverIsNoInstrumentDriver_data();
     void terminalDriverIsNoInstrumentDriver();
     void setNameRenamesDriverAndFileName();
     void programAnswersWithoutADisplay();
 };
 
-void tst_cli::showPrintsEveryRecord_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QStringList>("lines");
-    QTest::newRow("balance example")
-        << Example("Balance.tbb")
-        << QStringList{": instrument driver",
-                       "  Name:                 \"Balance\"",
-                       "  File name:            \"Balance.tbb\"",
-                       "  Connector:            \"COM1\"",
-                       "  Parity:               N",
-                       "  Emulation:            ANSI",
-                       "  F1:                   \"Print\" sends \"P<CR><LF>\"",
-                       "  F8:                   \"\" sends \"\"",
-                       "  End of string:        \"<LF>\"",
-                       "  Input string 2:       \"~\"\n    TrimLeft()\n    ChangeSpaces(<HT>)\n"};
-    QTest::newRow("meter example")
-        << Example("Meter.tbb")
-        << QStringList{"  Name:                 \"Meter\"",
-                       "  Excel:                on",
-                       "  Flow control:         Rts/Cts",
-                       "  F2:                   \"Reset\" sends \"<ESC>R\"",
-                       "  Input string 1:       \"<STX>...<ETX>\"\n    SkipCharacters(1)\n"
-                       "    ChangeCharacters(<ETX>, <CR>)\n    TrimAll()\n"};
-    QTest::newRow("terminal driver")
-        << QStringLiteral(ORVALIS_SOURCE_DIR "/tests/data/VT100.drv")
-        << QStringList{": terminal driver", "  Connector:            \"COM3\"", "  Flow control:         Xon/Xoff",
-                       "  Emulation:            VT100", "  F8:                   \"Status\" sends \"STAT?<CR>\""};
-    QTest::newRow("printer settings")
-        << QStringLiteral(ORVALIS_SOURCE_DIR "/tests/data/v24print.drv")
-        << QStringList{": serial printer settings", "\nDriver\n", "\nCommunication\n", "\nTerminal\n", "\nScript\n"};
-}
-
 void tst_cli::showPrintsEveryRecord()
 {
-    QFETCH(QString, path);
-    QFETCH(QStringList, lines);
-    const CliRun run = RunCli({"show", path});
-    QCOMPARE(run.err, QString());
-    QCOMPARE(run.exitCode, 0);
-    QVERIFY(run.out.startsWith(path + ": "));
-    for (const QString& line : lines)
-        QVERIFY2(run.out.contains(line), qPrintable(QStringLiteral("missing \"%1\" in:\n%2").arg(line, run.out)));
-    if (path.endsWith(".drv") && !path.endsWith("v24print.drv"))
-        QVERIFY(!run.out.contains("\nScript\n"));
-    if (path.endsWith("v24print.drv"))
-        QVERIFY(!run.out.contains("\nFunction keys\n"));
-}
-
-void tst_cli::showBoundsALongField_data()
-{
-    QTest::addColumn<int>("length");
-    QTest::addColumn<bool>("cut");
-    QTest::newRow("4 KB is shown whole") << 4096 << false;
-    QTest::newRow("one byte more is cut with its length") << 4097 << true;
+    const QString vt100 = QStringLiteral(ORVALIS_SOURCE_DIR "/tests/data/VT100.drv");
+    const QString printer = QStringLiteral(ORVALIS_SOURCE_DIR "/tests/data/v24print.drv");
+    const struct
+    {
+        QString path;
+        QStringList lines, absent;
+    } rows[] = {
+        {Example("Balance.tbb"),
+         {": instrument driver", "  Name:                 \"Balance\"",
+          "  File name:            \"Balance.tbb\"", "  Connector:            \"COM1\"",
+          "  Parity:               N", "  Emulation:            ANSI",
+          "  F1:                   \"Print\" sends \"P<CR><LF>\"", "  F8:                   \"\" sends \"\"",
+          "  End of string:        \"<LF>\"",
+          "  Input string 2:       \"~\"\n    TrimLeft()\n    ChangeSpaces(<HT>)\n"},
+         {}},
+        {Example("Meter.tbb"),
+         {"  Name:                 \"Meter\"", "  Excel:                on",
+          "  Flow control:         Rts/Cts", "  F2:                   \"Reset\" sends \"<ESC>R\"",
+          "  Input string 1:       \"<STX>...<ETX>\"\n    SkipCharacters(1)\n"
+          "    ChangeCharacters(<ETX>, <CR>)\n    TrimAll()\n"},
+         {}},
+        {vt100,
+         {": terminal driver", "  Connector:            \"COM3\"", "  Flow control:         Xon/Xoff",
+          "  Emulation:            VT100", "  F8:                   \"Status\" sends \"STAT?<CR>\""},
+         {"\nScript\n"}},
+        {printer,
+         {": serial printer settings", "\nDriver\n", "\nCommunication\n", "\nTerminal\n", "\nScript\n"},
+         {"\nFunction keys\n"}},
+    };
+    for (const auto& row : rows) {
+        const CliRun run = RunCli({"show", row.path});
+        QCOMPARE(run.err, QString());
+        QCOMPARE(run.exitCode, 0);
+        QVERIFY(run.out.startsWith(row.path + ": "));
+        for (const QString& line : row.lines)
+            QVERIFY2(run.out.contains(line),
+                     qPrintable(QStringLiteral("missing \"%1\" in:\n%2").arg(line, run.out)));
+        for (const QString& part : row.absent)
+            QVERIFY2(!run.out.contains(part), qPrintable(run.out));
+    }
 }
 
 void tst_cli::showBoundsALongField()
 {
-    QFETCH(int, length);
-    QFETCH(bool, cut);
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("long.tbb"));
-    CDriverFile records;
-    records.m_Driver.m_strName = QByteArray(length, 'A');
-    QVERIFY(records.Store(path).IsOk());
-    const CliRun run = RunCli({"show", path});
-    QCOMPARE(run.exitCode, 0);
-    // The first 4 KB between quotes; a longer field goes on only as its length.
-    const QString shown = QLatin1Char('"') + QString(4096, QLatin1Char('A')) + QLatin1Char('"');
-    QVERIFY(run.out.contains(shown));
-    QCOMPARE(run.out.contains(QStringLiteral("\u2026 (%1 bytes)").arg(length)), cut);
-    QCOMPARE(run.out.contains(QStringLiteral("\u2026")), cut);
-}
-
-void tst_cli::showRefusesBadFiles_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("error"); // after the path
-    // The driver block (22 bytes) and half of the communication block.
-    QTest::newRow("truncated driver names the byte")
-        << "lab.tbb" << 1 << ": damaged at byte 28 (end of the file in a 16-bit word)\n";
-    QTest::newRow("missing file") << "missing.tbb" << 1 << ": No such file or directory\n";
-    QTest::newRow("other file type") << "notes.txt" << 2
-                                     << ": not a driver file (expected a .tbb, a .drv or v24print.drv)\n";
+    // 4 KB is shown whole; one byte more is cut, with its length.
+    for (const int length : {4096, 4097}) {
+        const bool cut = length > 4096;
+        CDriverFile records;
+        records.m_Driver.m_strName = QByteArray(length, 'A');
+        QVERIFY(records.Store(path).IsOk());
+        const CliRun run = RunCli({"show", path});
+        QCOMPARE(run.exitCode, 0);
+        // The first 4 KB between quotes; a longer field goes on only as its length.
+        const QString shown = QLatin1Char('"') + QString(4096, QLatin1Char('A')) + QLatin1Char('"');
+        QVERIFY(run.out.contains(shown));
+        QCOMPARE(run.out.contains(QStringLiteral("\u2026 (%1 bytes)").arg(length)), cut);
+        QCOMPARE(run.out.contains(QStringLiteral("\u2026")), cut);
+    }
 }
 
 void tst_cli::showRefusesBadFiles()
 {
-    QFETCH(QString, name);
-    QFETCH(int, exitCode);
-    QFETCH(QString, error);
     QTemporaryDir dir;
-    const QString path = dir.filePath(name);
-    if (name == "lab.tbb") {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(FileBytes(Example("Balance.tbb")).left(22 + 6));
+    // The driver block (22 bytes) and half of the communication block.
+    QFile truncated(dir.filePath("lab.tbb"));
+    QVERIFY(truncated.open(QIODevice::WriteOnly));
+    truncated.write(FileBytes(Example("Balance.tbb")).left(22 + 6));
+    truncated.close();
+    const struct
+    {
+        QString name;
+        int exitCode;
+        QString error; // around the path
+    } rows[] = {
+        {"lab.tbb", 1, "%1: damaged at byte 28 (end of the file in a 16-bit word)\n"},
+        {"missing.tbb", 1, "Cannot open %1: No such file or directory\n"},
+        {"notes.txt", 2, "%1: not a driver file (expected a .tbb, a .drv or v24print.drv)\n"},
+    };
+    for (const auto& row : rows) {
+        const QString path = dir.filePath(row.name);
+        const CliRun run = RunCli({"show", path});
+        QCOMPARE(run.exitCode, row.exitCode);
+        QCOMPARE(run.out, QString());
+        QCOMPARE(run.err, row.error.arg(path));
     }
-    const CliRun run = RunCli({"show", path});
-    QCOMPARE(run.exitCode, exitCode);
-    QCOMPARE(run.out, QString());
-    const QString prefix = name == "missing.tbb" ? "Cannot open " : "";
-    QCOMPARE(run.err, prefix + path + error);
-}
-
-void tst_cli::usageErrors_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("no command prints the usage") << QStringList{} << 2 << "usage: orvalis-cli COMMAND";
-    QTest::newRow("unknown command is named") << QStringList{"shwo"} << 2 << "unknown command \"shwo\"";
-    QTest::newRow("show without a file") << QStringList{"show"} << 2 << "usage: orvalis-cli show FILE";
-    QTest::newRow("help lists show") << QStringList{"help"} << 0 << "  show FILE";
-    QTest::newRow("help lists set-connector") << QStringList{"help"} << 0 << "  set-connector DRIVER CONNECTOR";
-    QTest::newRow("--version prints the version") << QStringList{"--version"} << 0 << "orvalis-cli " ORVALIS_VERSION "\n";
 }
 
 void tst_cli::usageErrors()
 {
-    QFETCH(QStringList, arguments);
-    QFETCH(int, exitCode);
-    QFETCH(QString, expected);
-    const CliRun run = RunCli(arguments);
-    QCOMPARE(run.exitCode, exitCode);
-    QVERIFY2((run.out + run.err).contains(expected), qPrintable(run.out + run.err));
-    QVERIFY(!(run.out + run.err).contains("write-examples"));
+    QTemporaryDir dir;
+    const QString driver = dir.filePath(QStringLiteral("Balance.tbb"));
+    QVERIFY(QFile::copy(Example(QStringLiteral("Balance.tbb")), driver));
+    const struct
+    {
+        QStringList arguments;
+        int exitCode;
+        QString expected;
+    } rows[] = {
+        {{}, 2, "usage: orvalis-cli COMMAND"},
+        {{"shwo"}, 2, "unknown command \"shwo\""},
+        {{"show"}, 2, "usage: orvalis-cli show FILE"},
+        {{"help"}, 0, "  set-connector DRIVER CONNECTOR"},
+        {{"--version"}, 0, "orvalis-cli " ORVALIS_VERSION "\n"},
+        // A refused change leaves the driver as it was.
+        {{"set-connector", driver, "COM0"}, 2, "Bad connector \"COM0\""},
+        {{"set-connector", dir.filePath(QStringLiteral("missing.tbb")), "COM1"}, 1, "Cannot open"},
+        {{"set-connector", driver}, 2, "usage: orvalis-cli set-connector DRIVER CONNECTOR"},
+    };
+    for (const auto& row : rows) {
+        const CliRun run = RunCli(row.arguments);
+        QCOMPARE(run.exitCode, row.exitCode);
+        QVERIFY2((run.out + run.err).contains(row.expected), qPrintable(run.out + run.err));
+        QVERIFY(!(run.out + run.err).contains("write-examples"));
+    }
+    QCOMPARE(FileBytes(driver), FileBytes(Example(QStringLiteral("Balance.tbb"))));
 }
 
 void tst_cli::examplesAreWhatTheGeneratorWrites()
@@ -212,59 +195,25 @@ void tst_cli::setConnectorChangesOnlyTheConnector()
     QCOMPARE(changed, 1);
 }
 
-void tst_cli::setConnectorErrors_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("a connector that is no name is quoted")
-        << QStringList{"set-connector", "DRIVER", "COM0"} << 2 << "Bad connector \"COM0\"";
-    QTest::newRow("a missing driver is named") << QStringList{"set-connector", "MISSING", "COM1"} << 1 << "Cannot open";
-    QTest::newRow("without a connector")
-        << QStringList{"set-connector", "DRIVER"} << 2 << "usage: orvalis-cli set-connector DRIVER CONNECTOR";
-}
-
-void tst_cli::setConnectorErrors()
-{
-    QFETCH(QStringList, arguments);
-    QFETCH(int, exitCode);
-    QFETCH(QString, expected);
-    QTemporaryDir dir;
-    const QString driver = dir.filePath(QStringLiteral("Balance.tbb"));
-    QVERIFY(QFile::copy(Example(QStringLiteral("Balance.tbb")), driver));
-    arguments.replaceInStrings(QStringLiteral("DRIVER"), driver);
-    arguments.replaceInStrings(QStringLiteral("MISSING"), dir.filePath(QStringLiteral("missing.tbb")));
-    const CliRun run = RunCli(arguments);
-    QCOMPARE(run.exitCode, exitCode);
-    QVERIFY2(run.err.contains(expected), qPrintable(run.err));
-    // A refused change leaves the driver as it was.
-    QCOMPARE(FileBytes(driver), FileBytes(Example(QStringLiteral("Balance.tbb"))));
-}
-
-void tst_cli::terminalDriverIsNoInstrumentDriver_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("set-connector") << QStringList{"set-connector", "DRIVER", "COM1"};
-    QTest::newRow("set-name") << QStringList{"set-name", "DRIVER", "Lab"};
-    QTest::newRow("replay") << QStringList{"replay", "DRIVER", "DRIVER"};
-    QTest::newRow("send") << QStringList{"send", "DRIVER", "--port", "None", "--text", "x"};
-}
-
 void tst_cli::terminalDriverIsNoInstrumentDriver()
 {
-    QFETCH(QStringList, arguments);
     QTemporaryDir dir;
     const QString driver = dir.filePath(QStringLiteral("x.drv"));
     QVERIFY(QFile::copy(QStringLiteral(ORVALIS_SOURCE_DIR "/tests/data/VT100.drv"), driver));
     QFile::setPermissions(driver, QFile::ReadOwner | QFile::WriteOwner);
     const QByteArray before = FileBytes(driver);
-    arguments.replaceInStrings(QStringLiteral("DRIVER"), driver);
-    const CliRun run = RunCli(arguments);
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(driver + QStringLiteral(" is a terminal driver, not an instrument driver")),
-             qPrintable(run.err));
-    QVERIFY(!run.err.contains(QStringLiteral("damaged")));
-    QCOMPARE(FileBytes(driver), before);
+    const QList<QStringList> commands{{"set-connector", driver, "COM1"},
+                                      {"set-name", driver, "Lab"},
+                                      {"replay", driver, driver},
+                                      {"send", driver, "--port", "None", "--text", "x"}};
+    for (const QStringList& arguments : commands) {
+        const CliRun run = RunCli(arguments);
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY2(run.err.contains(driver + QStringLiteral(" is a terminal driver, not an instrument driver")),
+                 qPrintable(run.err));
+        QVERIFY(!run.err.contains(QStringLiteral("damaged")));
+        QCOMPARE(FileBytes(driver), before);
+    }
 }
 
 void tst_cli::setNameRenamesDriverAndFileName()

@@ -1,14 +1,14 @@
 // "orvalis-cli screen DRIVER.drv FILE" through its real process: the final
-// screen of each emulation, the driver's CR -> CR/LF receiving, its screen
-// size, capture files, and the refusals.
+// screen with the driver's emulation, CR -> CR/LF receiving and screen size,
+// capture files, and the refusals.
 
 #include "CTerminalFile.h"
 #include "CliRun.h"
 
 #include <QFile>
-#include <QtEndian>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtEndian>
 
 namespace {
 
@@ -32,41 +32,39 @@ class tst_cli_screen : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void printsTheFinalScreen_data()
-    {
-        QTest::addColumn<int>("emulation");
-        QTest::addColumn<int>("receiveCRLF");
-        QTest::addColumn<int>("rows");
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QStringList>("shown");
-        QTest::newRow("VT52 addressing on a 12-row screen")
-            << 3 << 0 << 12 << QByteArray("menu\x1bY\x2a\x24" "ok\x1bH\x1bK" "MENU") << QStringList{"MENU", "", "", "", "", "", "", "", "", "", "    ok"};
-        QTest::newRow("VT100 full-screen program")
-            << 4 << 0 << 10 << QByteArray("junk\x1b[2J\x1b[1;1Htop - 10:00\x1b[3;5H\x1b[7mPID\x1b[m") << QStringList{"top - 10:00", "", "    PID"};
-        QTest::newRow("TTY with CR -> CR/LF receiving") << 1 << 1 << 10 << QByteArray("A\rB") << QStringList{"A", "B"};
-        QTest::newRow("TTY without it") << 1 << 0 << 10 << QByteArray("A\rB") << QStringList{"B"};
-        QTest::newRow("None names the line ends") << 0 << 1 << 10 << QByteArray("1.5 g\r") << QStringList{"1.5 g<CR><LF>"};
-    }
-
+    // The emulations' rules are the screen model's tests; here one screen of
+    // each kind of setting the driver passes on.
     void printsTheFinalScreen()
     {
-        QFETCH(int, emulation);
-        QFETCH(int, receiveCRLF);
-        QFETCH(int, rows);
-        QFETCH(QByteArray, bytes);
-        QFETCH(QStringList, shown);
+        const struct
+        {
+            int emulation, receiveCRLF, rows;
+            QByteArray bytes;
+            QStringList shown;
+        } cases[] = {
+            // A VT100 full-screen program on a 12-row screen.
+            {4,
+             0,
+             12,
+             "junk\x1b[2J\x1b[1;1Htop - 10:00\x1b[3;5H\x1b[7mPID\x1b[m",
+             {"top - 10:00", "", "    PID"}},
+            // TTY with CR -> CR/LF receiving.
+            {1, 1, 10, "A\rB", {"A", "B"}},
+        };
         QTemporaryDir dir;
-        CTerminalFile driver;
-        driver.m_Terminal.m_nEmulation = emulation;
-        driver.m_Terminal.m_bReceiveCRLF = receiveCRLF;
-        driver.m_Terminal.m_nRows = rows;
-        driver.m_Terminal.m_nColumns = 40;
-        QVERIFY(driver.Store(dir.filePath("term.drv")).IsOk());
-        QVERIFY(WriteFile(dir.filePath("bytes.bin"), bytes));
-        const CliRun run = RunCli({"screen", dir.filePath("term.drv"), dir.filePath("bytes.bin")});
-        QCOMPARE(run.err, QString());
-        QCOMPARE(run.exitCode, 0);
-        QCOMPARE(run.out, Lines(shown, rows));
+        for (const auto& row : cases) {
+            CTerminalFile driver;
+            driver.m_Terminal.m_nEmulation = row.emulation;
+            driver.m_Terminal.m_bReceiveCRLF = row.receiveCRLF;
+            driver.m_Terminal.m_nRows = row.rows;
+            driver.m_Terminal.m_nColumns = 40;
+            QVERIFY(driver.Store(dir.filePath("term.drv")).IsOk());
+            QVERIFY(WriteFile(dir.filePath("bytes.bin"), row.bytes));
+            const CliRun run = RunCli({"screen", dir.filePath("term.drv"), dir.filePath("bytes.bin")});
+            QCOMPARE(run.err, QString());
+            QCOMPARE(run.exitCode, 0);
+            QCOMPARE(run.out, Lines(row.shown, row.rows));
+        }
     }
 
     void readsCaptureFiles()
@@ -96,28 +94,8 @@ private Q_SLOTS:
         QVERIFY2(cut.err.contains(QStringLiteral("is cut short")), qPrintable(cut.err));
     }
 
-    void refusals_data()
-    {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("error");
-        QTest::newRow("missing driver is named")
-            << QStringList{"screen", "DIR/missing.drv", "DIR/bytes.bin"} << 1
-            << "Cannot open DIR/missing.drv: No such file or directory\n";
-        QTest::newRow("damaged driver names the byte")
-            << QStringList{"screen", "DIR/short.drv", "DIR/bytes.bin"} << 1 << "DIR/short.drv: damaged at byte";
-        QTest::newRow("missing byte file is named")
-            << QStringList{"screen", "DIR/term.drv", "DIR/missing.bin"} << 1
-            << "Cannot open DIR/missing.bin: No such file or directory\n";
-        QTest::newRow("one argument only") << QStringList{"screen", "DIR/term.drv"} << 2
-                                           << "usage: orvalis-cli screen DRIVER.drv FILE\n";
-    }
-
     void refusals()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(int, exitCode);
-        QFETCH(QString, error);
         QTemporaryDir dir;
         CTerminalFile driver;
         QVERIFY(driver.Store(dir.filePath("term.drv")).IsOk());
@@ -125,12 +103,28 @@ private Q_SLOTS:
         QVERIFY(full.open(QIODevice::ReadOnly));
         QVERIFY(WriteFile(dir.filePath("short.drv"), full.readAll().left(30)));
         QVERIFY(WriteFile(dir.filePath("bytes.bin"), "text"));
-        arguments.replaceInStrings(QStringLiteral("DIR"), dir.path());
-        error.replace(QStringLiteral("DIR"), dir.path());
-        const CliRun run = RunCli(arguments);
-        QCOMPARE(run.exitCode, exitCode);
-        QCOMPARE(run.out, QString());
-        QVERIFY2(run.err.startsWith(error), qPrintable(run.err));
+        const QString d = dir.path();
+        const struct
+        {
+            QStringList arguments;
+            int exitCode;
+            QString error;
+        } rows[] = {
+            {{"screen", d + "/missing.drv", d + "/bytes.bin"},
+             1,
+             "Cannot open " + d + "/missing.drv: No such file or directory\n"},
+            {{"screen", d + "/short.drv", d + "/bytes.bin"}, 1, d + "/short.drv: damaged at byte"},
+            {{"screen", d + "/term.drv", d + "/missing.bin"},
+             1,
+             "Cannot open " + d + "/missing.bin: No such file or directory\n"},
+            {{"screen", d + "/term.drv"}, 2, "usage: orvalis-cli screen DRIVER.drv FILE\n"},
+        };
+        for (const auto& row : rows) {
+            const CliRun run = RunCli(row.arguments);
+            QCOMPARE(run.exitCode, row.exitCode);
+            QCOMPARE(run.out, QString());
+            QVERIFY2(run.err.startsWith(row.error), qPrintable(run.err));
+        }
     }
 };
 

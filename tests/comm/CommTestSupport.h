@@ -1,8 +1,8 @@
 #pragma once
 
 #include "CComm.h"
-#include "CCommParameter.h"
 #include "CCommEvent.h"
+#include "CCommParameter.h"
 #include "CTerminalDisplayInput.h"
 #include "CTerminalDisplaySettings.h"
 
@@ -64,8 +64,8 @@ struct Notification
     const CComm* channel;
     qint64 wParam;
     qint64 lParam;
-    quint16 commEvent;      // GetCommEvent() while handling it
-    bool fromOpenLine;      // IsFrom() while handling it
+    quint16 commEvent; // GetCommEvent() while handling it
+    bool fromOpenLine; // IsFrom() while handling it
 };
 
 // The owner of one or more channels: records every notification and, unless
@@ -87,18 +87,14 @@ public:
         if (channel == nullptr)
             return true;
         const bool fromOpenLine = channel->IsFrom(*message);
-        notifications.append({channel, message->wParam(), message->lParam(), channel->GetCommEvent(), fromOpenLine});
+        notifications.append(
+            {channel, message->wParam(), message->lParam(), channel->GetCommEvent(), fromOpenLine});
         if (!fromOpenLine || !autoAcknowledge)
             return true;
         if ((message->lParam() & CCommEvent::DataReceived) && readData)
             received[channel] += channel->GetInput();
         channel->Acknowledge();
         return true;
-    }
-    int CountFor(const CComm& channel) const
-    {
-        return int(std::count_if(notifications.begin(), notifications.end(),
-                                 [&](const Notification& n) { return n.channel == &channel; }));
     }
     bool WaitForCount(int count, int ms = 3000)
     {
@@ -151,7 +147,8 @@ inline std::thread WriteAsInstrument(const CPtyPair& pty, const QByteArray& byte
 {
     return std::thread([&pty, bytes, piece, done] {
         for (qsizetype at = 0; at < bytes.size();) {
-            const ssize_t sent = ::write(pty.Master(), bytes.constData() + at, size_t(qMin(bytes.size() - at, piece)));
+            const ssize_t sent =
+                ::write(pty.Master(), bytes.constData() + at, size_t(qMin(bytes.size() - at, piece)));
             if (sent > 0)
                 at += sent;
             else
@@ -166,7 +163,10 @@ inline std::thread WriteAsInstrument(const CPtyPair& pty, const QByteArray& byte
 class RecordingDisplay : public CTerminalDisplayInput
 {
 public:
-    void ApplySettings(const CTerminalDisplaySettings& settings) override { applied.append(settings.Properties()); }
+    void ApplySettings(const CTerminalDisplaySettings& settings) override
+    {
+        applied.append(settings.Properties());
+    }
     void DisplayInput(const QByteArray& text) override { shown += text; }
 
     QList<CTerminalDisplaySettings::Property> applied;

@@ -82,34 +82,29 @@ class tst_ModemLines : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void dtrFollowsTheOpenLine_data()
-    {
-        QTest::addColumn<int>("flow");
-        QTest::newRow("no flow control") << 0;
-        QTest::newRow("Rts/Cts") << 2;
-    }
-
+    // With and without Rts/Cts flow control.
     void dtrFollowsTheOpenLine()
     {
-        QFETCH(int, flow);
-        {
-            std::lock_guard lock(g_mutex);
-            g_calls.clear();
-            g_lines.clear();
-        }
-        CPtyPair pty;
-        CComm channel;
-        QVERIFY(channel.OpenPort(Line(PathOf(pty), 9600, 8, 'N', 1, flow)));
-        std::vector<LineCall> calls = DtrCalls();
-        QCOMPARE(calls.size(), size_t(1));
-        QCOMPARE(calls.front().request, TIOCMBIS);
-        const int fd = calls.front().fd;
+        for (const int flow : {0, 2}) {
+            {
+                std::lock_guard lock(g_mutex);
+                g_calls.clear();
+                g_lines.clear();
+            }
+            CPtyPair pty;
+            CComm channel;
+            QVERIFY(channel.OpenPort(Line(PathOf(pty), 9600, 8, 'N', 1, flow)));
+            std::vector<LineCall> calls = DtrCalls();
+            QCOMPARE(calls.size(), size_t(1));
+            QCOMPARE(calls.front().request, TIOCMBIS);
+            const int fd = calls.front().fd;
 
-        channel.SetPortOpen(false);
-        calls = DtrCalls();
-        QCOMPARE(calls.size(), size_t(2));
-        QCOMPARE(calls.back().request, TIOCMBIC);
-        QCOMPARE(calls.back().fd, fd);
+            channel.SetPortOpen(false);
+            calls = DtrCalls();
+            QCOMPARE(calls.size(), size_t(2));
+            QCOMPARE(calls.back().request, TIOCMBIC);
+            QCOMPARE(calls.back().fd, fd);
+        }
     }
 };
 

@@ -27,8 +27,9 @@ public:
     {
         m_program = QStandardPaths::findExecutable(QStringLiteral("mosquitto"));
         if (m_program.isEmpty())
-            m_program = QStandardPaths::findExecutable(QStringLiteral("mosquitto"),
-                                                       {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/local/sbin")});
+            m_program = QStandardPaths::findExecutable(
+                QStringLiteral("mosquitto"),
+                {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/local/sbin")});
         m_port = FreePort();
     }
     ~MqttTestBroker() { Stop(); }
@@ -36,10 +37,14 @@ public:
     // Empty when the broker can be run, else why not.
     QString Missing() const
     {
-        return m_program.isEmpty() ? QStringLiteral("mosquitto is not installed (Debian package mosquitto)") : QString();
+        return m_program.isEmpty() ? QStringLiteral("mosquitto is not installed (Debian package mosquitto)")
+                                   : QString();
     }
     int Port() const { return m_port; }
-    QString Url() const { return QStringLiteral("%1://127.0.0.1:%2").arg(m_caFile.isEmpty() ? "mqtt" : "mqtts").arg(m_port); }
+    QString Url() const
+    {
+        return QStringLiteral("%1://127.0.0.1:%2").arg(m_caFile.isEmpty() ? "mqtt" : "mqtts").arg(m_port);
+    }
 
     // Why a TLS broker cannot run here (no mosquitto, no openssl), or empty
     // when EnableTls worked.
@@ -49,37 +54,19 @@ public:
         return missing.isEmpty() ? EnableTls() : missing;
     }
 
-    // From the next Start on the listener speaks TLS only, with a server
-    // certificate for 127.0.0.1 signed by a throwaway CA (CaFile()) made
-    // here with openssl. Empty when that worked, else why not.
+    // From the next Start on the listener speaks TLS only, with a
+    // self-signed certificate for 127.0.0.1 (CaFile(), its own CA) made here
+    // with openssl. Empty when that worked, else why not.
     QString EnableTls()
     {
-        const QString openssl = QStandardPaths::findExecutable(QStringLiteral("openssl"));
-        if (openssl.isEmpty())
-            return QStringLiteral("openssl is not installed (Debian package openssl)");
-        const QString ca = m_dir.filePath(QStringLiteral("ca.pem"));
-        const QString ext = m_dir.filePath(QStringLiteral("server.ext"));
-        QFile extFile(ext);
-        if (!extFile.open(QIODevice::WriteOnly) || extFile.write("subjectAltName=IP:127.0.0.1\n") < 0)
-            return QStringLiteral("cannot write %1").arg(ext);
-        extFile.close();
-        const QStringList ec{QStringLiteral("-newkey"), QStringLiteral("ec"), QStringLiteral("-pkeyopt"),
-                             QStringLiteral("ec_paramgen_curve:prime256v1"), QStringLiteral("-nodes")};
-        const QList<QStringList> steps{
-            QStringList{"req", "-x509", "-days", "2", "-subj", "/CN=Orvalis test CA", "-keyout", "ca.key", "-out", "ca.pem"} + ec,
-            QStringList{"req", "-subj", "/CN=127.0.0.1", "-keyout", "server.key", "-out", "server.csr"} + ec,
-            {"x509", "-req", "-days", "2", "-in", "server.csr", "-CA", "ca.pem", "-CAkey", "ca.key", "-CAcreateserial",
-             "-extfile", "server.ext", "-out", "server.pem"}};
-        for (const QStringList& arguments : steps) {
-            QProcess step;
-            step.setWorkingDirectory(m_dir.path());
-            step.setProcessChannelMode(QProcess::MergedChannels);
-            step.start(openssl, arguments);
-            if (!step.waitForFinished(30000) || step.exitStatus() != QProcess::NormalExit || step.exitCode() != 0)
-                return QStringLiteral("openssl %1: %2").arg(arguments.join(' '), QString::fromLocal8Bit(step.readAll()));
-        }
-        m_caFile = ca;
-        return QString();
+        const QString error =
+            RunTool(QStringLiteral("openssl"), {"req", "-x509", "-days", "2", "-subj", "/CN=127.0.0.1",
+                                                "-addext", "subjectAltName=IP:127.0.0.1", "-newkey", "ec",
+                                                "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
+                                                "-keyout", "server.key", "-out", "server.pem"});
+        if (error.isEmpty())
+            m_caFile = m_dir.filePath(QStringLiteral("server.pem"));
+        return error;
     }
     QString CaFile() const { return m_caFile; }
 
@@ -87,16 +74,8 @@ public:
     // worked, else why not.
     QString RequirePassword(const QString& user, const QString& password)
     {
-        const QString tool = QStandardPaths::findExecutable(QStringLiteral("mosquitto_passwd"));
-        if (tool.isEmpty())
-            return QStringLiteral("mosquitto_passwd is not installed (Debian package mosquitto)");
         m_passwordFile = m_dir.filePath(QStringLiteral("passwords"));
-        QProcess step;
-        step.setProcessChannelMode(QProcess::MergedChannels);
-        step.start(tool, {QStringLiteral("-b"), QStringLiteral("-c"), m_passwordFile, user, password});
-        if (!step.waitForFinished(10000) || step.exitStatus() != QProcess::NormalExit || step.exitCode() != 0)
-            return QStringLiteral("mosquitto_passwd: %1").arg(QString::fromLocal8Bit(step.readAll()));
-        return QString();
+        return RunTool(QStringLiteral("mosquitto_passwd"), {"-b", "-c", m_passwordFile, user, password});
     }
 
     bool Start()
@@ -104,22 +83,22 @@ public:
         QFile conf(m_dir.filePath(QStringLiteral("mosquitto.conf")));
         if (!conf.open(QIODevice::WriteOnly))
             return false;
-        QByteArray text = "listener " + QByteArray::number(m_port) + " 127.0.0.1\n"
-                          "allow_anonymous " + QByteArray(m_passwordFile.isEmpty() ? "true" : "false") + "\n"
-                          "persistence true\n"
-                          "persistence_location " + QFile::encodeName(m_dir.path()) + "/\n"
-                          "max_queued_messages 0\n"
-                          "max_inflight_messages 0\n"
-                          "log_dest file " + QFile::encodeName(m_dir.filePath(QStringLiteral("broker.log"))) + "\n";
+        const auto path = [](const QString& file) { return QFile::encodeName(file); };
+        QByteArrayList lines{"listener " + QByteArray::number(m_port) + " 127.0.0.1",
+                             QByteArray("allow_anonymous ") + (m_passwordFile.isEmpty() ? "true" : "false"),
+                             "persistence true",
+                             "persistence_location " + path(m_dir.path()) + "/",
+                             "max_queued_messages 0",
+                             "max_inflight_messages 0",
+                             "log_dest file " + path(m_dir.filePath(QStringLiteral("broker.log")))};
         if (!m_passwordFile.isEmpty())
-            text += "password_file " + QFile::encodeName(m_passwordFile) + "\n";
+            lines << "password_file " + path(m_passwordFile);
         if (!m_caFile.isEmpty())
-            text += "cafile " + QFile::encodeName(m_caFile) + "\n"
-                    "certfile " + QFile::encodeName(m_dir.filePath(QStringLiteral("server.pem"))) + "\n"
-                    "keyfile " + QFile::encodeName(m_dir.filePath(QStringLiteral("server.key"))) + "\n";
+            lines << "cafile " + path(m_caFile) << "certfile " + path(m_caFile)
+                  << "keyfile " + path(m_dir.filePath(QStringLiteral("server.key")));
         if (const passwd* user = getpwuid(getuid()))
-            text += QByteArray("user ") + user->pw_name + "\n";
-        conf.write(text);
+            lines << QByteArray("user ") + user->pw_name;
+        conf.write(lines.join('\n') + '\n');
         conf.close();
         m_process.setProgram(m_program);
         m_process.setArguments({QStringLiteral("-c"), conf.fileName()});
@@ -158,23 +137,41 @@ public:
         }
     }
 
-    QString Log() const
+private:
+    // Runs a tool of the Debian packages in the broker's folder; empty when
+    // it did its work, else why not.
+    QString RunTool(const QString& name, const QStringList& arguments) const
     {
-        QFile log(m_dir.filePath(QStringLiteral("broker.log")));
-        return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
+        const QString tool = QStandardPaths::findExecutable(name);
+        if (tool.isEmpty())
+            return QStringLiteral("%1 is not installed (Debian package %2)")
+                .arg(name, name == QLatin1String("openssl") ? name : QStringLiteral("mosquitto"));
+        QProcess step;
+        step.setWorkingDirectory(m_dir.path());
+        step.setProcessChannelMode(QProcess::MergedChannels);
+        step.start(tool, arguments);
+        if (!step.waitForFinished(30000) || step.exitStatus() != QProcess::NormalExit || step.exitCode() != 0)
+            return QStringLiteral("%1: %2").arg(name, QString::fromLocal8Bit(step.readAll()));
+        return QString();
     }
 
-private:
-    static int FreePort()
+    static sockaddr_in Loopback(int port)
     {
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(port);
+        return address;
+    }
+
+    static int FreePort()
+    {
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address = Loopback(0);
         socklen_t length = sizeof address;
         int port = 0;
-        if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0
-            && getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+        if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+            getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
             port = ntohs(address.sin_port);
         close(fd);
         return port;
@@ -183,10 +180,7 @@ private:
     bool Accepts() const
     {
         const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(m_port);
+        sockaddr_in address = Loopback(m_port);
         const bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
         close(fd);
         return ok;

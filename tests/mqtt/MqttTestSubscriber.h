@@ -51,9 +51,10 @@ public:
             auto* me = static_cast<MqttTestSubscriber*>(self);
             std::lock_guard lock(me->m_mutex);
             me->m_messages.append({QByteArray(m->topic),
-                                   QByteArray(static_cast<const char*>(m->payload), m->payloadlen), m->retain});
+                                   QByteArray(static_cast<const char*>(m->payload), m->payloadlen),
+                                   m->retain});
         });
-        m_bConnected = mosquitto_connect(m_pMosq, "127.0.0.1", port, 10) == MOSQ_ERR_SUCCESS;
+        mosquitto_connect(m_pMosq, "127.0.0.1", port, 10);
         mosquitto_loop_start(m_pMosq);
     }
 
@@ -64,7 +65,6 @@ public:
         mosquitto_destroy(m_pMosq);
     }
 
-    bool Connected() const { return m_bConnected; }
     bool Subscribed() const
     {
         std::lock_guard lock(m_mutex);
@@ -99,7 +99,6 @@ public:
 private:
     QByteArray m_filter;
     mosquitto* m_pMosq = nullptr;
-    bool m_bConnected = false;
     mutable std::mutex m_mutex;
     bool m_bSubscribed = false;
     QList<Message> m_messages;

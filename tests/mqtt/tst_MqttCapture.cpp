@@ -3,6 +3,7 @@
 
 #include "CDriverFile.h"
 #include "CPasswordKeyring.h"
+#include "CliRun.h"
 #include "KeyringTestServer.h"
 #include "MqttTestBroker.h"
 #include "MqttTestSubscriber.h"
@@ -15,7 +16,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
 #include <optional>
 
 namespace {
@@ -56,49 +56,36 @@ class tst_MqttCapture : public QObject
         return path;
     }
 
-    // Starts capture; false when it did not report the broker connected.
-    bool StartCapture(QProcess& cli, const MqttTestBroker& broker, const CPtyPair& pty,
-                      const QStringList& more = {}, const QByteArray& until = "MQTT: connected")
+    // capture --mqtt on the line of pty, publishing to broker.
+    QStringList Capture(const MqttTestBroker& broker, const CPtyPair& pty, const QStringList& more = {})
     {
-        cli.setProcessChannelMode(QProcess::MergedChannels);
-        cli.start(QStringLiteral(ORVALIS_CLI), QStringList{QStringLiteral("capture"), Driver(), QStringLiteral("--port"),
-                                                           pty.SlaveName(), QStringLiteral("--mqtt"), broker.Url(),
-                                                           QStringLiteral("--topic"), QString::fromUtf8(Prefix)}
-                                                   + more);
-        QElapsedTimer clock;
-        clock.start();
-        while (clock.elapsed() < 10000 && cli.state() != QProcess::NotRunning) {
-            cli.waitForReadyRead(50);
-            m_output += cli.readAll();
-            if (m_output.contains(until))
-                return true;
-        }
-        return false;
+        return QStringList{QStringLiteral("capture"), Driver(),
+                           QStringLiteral("--port"),  pty.SlaveName(),
+                           QStringLiteral("--mqtt"),  broker.Url(),
+                           QStringLiteral("--topic"), QString::fromUtf8(Prefix)} +
+               more;
     }
-
-    QByteArray m_output;
 
 private Q_SLOTS:
     void initTestCase()
     {
+        if (const QString missing = MqttTestBroker().Missing(); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
         QVERIFY(m_dir.isValid());
         qputenv("ORVALIS_HOME", m_dir.path().toLocal8Bit());
         qputenv("XDG_DATA_HOME", m_dir.filePath(QStringLiteral("data")).toLocal8Bit());
     }
-    void init() { m_output.clear(); }
 
     void everyReadingArrivesOnceInOrder()
     {
         MqttTestBroker broker;
-        if (!broker.Missing().isEmpty())
-            QSKIP(qPrintable(broker.Missing()));
         QVERIFY(broker.Start());
         MqttTestSubscriber subscriber(broker.Port(), Prefix + "/#", "orvalis-test-capture");
         QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
         CPtyPair pty;
         QVERIFY(pty.IsOpen());
-        QProcess cli;
-        QVERIFY2(StartCapture(cli, broker, pty), m_output.constData());
+        CCliProcess cli(Capture(broker, pty));
+        QVERIFY2(cli.WaitForError(QStringLiteral("MQTT: connected")), qPrintable(cli.Error()));
 
         QList<QByteArray> expected;
         QByteArray bytes;
@@ -113,30 +100,11 @@ private Q_SLOTS:
         QCOMPARE(Texts(subscriber.Payloads(Prefix + "/readings")), expected);
         QCOMPARE(subscriber.Last(Prefix + "/status"), QByteArray("online"));
 
-        ::kill(pid_t(cli.processId()), SIGINT);
-        QVERIFY(cli.waitForFinished(10000));
-        QCOMPARE(cli.exitCode(), 0);
+        cli.Interrupt();
+        QCOMPARE(cli.Finish(), 0);
         QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("offline"), 5000);
         QTest::qWait(200);
         QCOMPARE(subscriber.Payloads(Prefix + "/readings").size(), 500);
-    }
-
-    void killedProgramTurnsTheStatusOffline()
-    {
-        MqttTestBroker broker;
-        if (!broker.Missing().isEmpty())
-            QSKIP(qPrintable(broker.Missing()));
-        QVERIFY(broker.Start());
-        MqttTestSubscriber subscriber(broker.Port(), Prefix + "/status", "orvalis-test-kill");
-        QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
-        CPtyPair pty;
-        QProcess cli;
-        QVERIFY2(StartCapture(cli, broker, pty), m_output.constData());
-        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("online"), 5000);
-        cli.kill();
-        QVERIFY(cli.waitForFinished(5000));
-        // The broker's last will: the connection ended without a goodbye.
-        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("offline"), 10000);
     }
 
     void passwordFromAFileOrTheEnvironmentLetsTheUserIn_data()
@@ -144,11 +112,15 @@ private Q_SLOTS:
         QTest::addColumn<QString>("how");
         QTest::addColumn<QString>("password");
         QTest::addColumn<QByteArray>("outcome");
-        QTest::newRow("password file") << "file" << "s3cret word" << QByteArray("MQTT: connected");
-        QTest::newRow("environment variable") << "environment" << "s3cret word" << QByteArray("MQTT: connected");
-        QTest::newRow("desktop keyring") << "keyring" << "s3cret word" << QByteArray("MQTT: connected");
+        QTest::newRow("password file") << "file"
+                                       << "s3cret word" << QByteArray("MQTT: connected");
+        QTest::newRow("environment variable") << "environment"
+                                              << "s3cret word" << QByteArray("MQTT: connected");
+        QTest::newRow("desktop keyring") << "keyring"
+                                         << "s3cret word" << QByteArray("MQTT: connected");
         QTest::newRow("wrong password is retried with the reason")
-            << "file" << "guess" << QByteArray("MQTT: retrying: Connection Refused: not authorised");
+            << "file"
+            << "guess" << QByteArray("MQTT: retrying: Connection Refused: not authorised");
     }
     void passwordFromAFileOrTheEnvironmentLetsTheUserIn()
     {
@@ -156,8 +128,6 @@ private Q_SLOTS:
         QFETCH(QString, password);
         QFETCH(QByteArray, outcome);
         MqttTestBroker broker;
-        if (!broker.Missing().isEmpty())
-            QSKIP(qPrintable(broker.Missing()));
         const QString refused = broker.RequirePassword(QStringLiteral("lab"), QStringLiteral("s3cret word"));
         if (!refused.isEmpty())
             QSKIP(qPrintable(refused));
@@ -168,9 +138,9 @@ private Q_SLOTS:
             profile.setValue(QStringLiteral("Balance/MqttUser"), QStringLiteral("lab"));
         }
         QStringList more;
-        QProcess cli;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus"));
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                           QStringLiteral("unix:path=/nonexistent/bus"));
         std::optional<KeyringTestServer> keyring;
         if (how == "keyring") {
             if (const QString missing = KeyringTestServer::Missing(); !missing.isEmpty())
@@ -181,10 +151,11 @@ private Q_SLOTS:
             qputenv("DBUS_SESSION_BUS_ADDRESS", keyring->BusAddress().toUtf8());
             std::optional<bool> stored;
             QString why;
-            CPasswordKeyring::Write(QStringLiteral("Balance"), password, this, [&](bool ok, const QString& reason) {
-                stored = ok;
-                why = reason;
-            });
+            CPasswordKeyring::Write(QStringLiteral("Balance"), password, this,
+                                    [&](bool ok, const QString& reason) {
+                                        stored = ok;
+                                        why = reason;
+                                    });
             QTRY_VERIFY_WITH_TIMEOUT(stored.has_value(), 10000);
             QVERIFY2(*stored, qPrintable(why));
             environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), keyring->BusAddress());
@@ -197,71 +168,63 @@ private Q_SLOTS:
         } else {
             environment.insert(QStringLiteral("ORVALIS_MQTT_PASSWORD"), password);
         }
-        cli.setProcessEnvironment(environment);
         CPtyPair pty;
-        QVERIFY2(StartCapture(cli, broker, pty, more, outcome), m_output.constData());
-        const QByteArray source = how == "file"        ? "the password from "
-                                  : how == "keyring" ? "the password from the keyring"
-                                                     : "the password from ORVALIS_MQTT_PASSWORD";
-        QVERIFY2(m_output.contains(source), m_output.constData());
-        QVERIFY(!m_output.contains(password.toUtf8()));
-        ::kill(pid_t(cli.processId()), SIGINT);
-        QVERIFY(cli.waitForFinished(10000));
-        QSettings(m_dir.filePath(QStringLiteral("Orvalis.ini")), QSettings::IniFormat).remove(QStringLiteral("Balance"));
+        CCliProcess cli(Capture(broker, pty, more), environment);
+        QVERIFY2(cli.WaitForError(QString::fromUtf8(outcome)), qPrintable(cli.Error()));
+        const QString source = how == "file"      ? "the password from "
+                               : how == "keyring" ? "the password from the keyring"
+                                                  : "the password from ORVALIS_MQTT_PASSWORD";
+        QVERIFY2(cli.Error().contains(source), qPrintable(cli.Error()));
+        QVERIFY(!cli.Error().contains(password));
+        cli.Interrupt();
+        cli.Finish();
+        QSettings(m_dir.filePath(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
+            .remove(QStringLiteral("Balance"));
     }
 
-    void mqttsWithACaFileArrives()
+    // Over TLS; a killed program leaves the broker's last will: the status
+    // turns offline without a goodbye.
+    void mqttsWithACaFileArrivesAndAKilledProgramIsOffline()
     {
         MqttTestBroker broker;
         if (const QString why = broker.TlsUnavailable(); !why.isEmpty())
             QSKIP(qPrintable(why));
         QVERIFY(broker.Start());
-        MqttTestSubscriber subscriber(broker.Port(), Prefix + "/readings", "orvalis-test-capture-tls", broker.CaFile());
+        MqttTestSubscriber subscriber(broker.Port(), Prefix + "/#", "orvalis-test-capture-tls",
+                                      broker.CaFile());
         QTRY_VERIFY_WITH_TIMEOUT(subscriber.Subscribed(), 5000);
         CPtyPair pty;
-        QProcess cli;
-        QVERIFY2(StartCapture(cli, broker, pty, {QStringLiteral("--ca-file"), broker.CaFile()}), m_output.constData());
+        CCliProcess cli(Capture(broker, pty, {QStringLiteral("--ca-file"), broker.CaFile()}));
+        QVERIFY2(cli.WaitForError(QStringLiteral("MQTT: connected")), qPrintable(cli.Error()));
         QVERIFY(pty.WriteMaster("over TLS\r\n"));
-        QTRY_COMPARE_WITH_TIMEOUT(Texts(subscriber.Payloads(Prefix + "/readings")), QList<QByteArray>{"over TLS"}, 10000);
-        ::kill(pid_t(cli.processId()), SIGINT);
-        QVERIFY(cli.waitForFinished(10000));
+        QTRY_COMPARE_WITH_TIMEOUT(Texts(subscriber.Payloads(Prefix + "/readings")),
+                                  QList<QByteArray>{"over TLS"}, 10000);
+        QCOMPARE(subscriber.Last(Prefix + "/status"), QByteArray("online"));
+        cli.Kill();
+        QCOMPARE(cli.Finish(), -1);
+        QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Prefix + "/status"), QByteArray("offline"), 10000);
     }
 
-    void helpNamesEveryPasswordSource()
-    {
-        QProcess cli;
-        cli.start(QStringLiteral(ORVALIS_CLI), {QStringLiteral("capture"), QStringLiteral("--help")});
-        QVERIFY(cli.waitForFinished(10000));
-        const QByteArray help = cli.readAllStandardOutput();
-        QCOMPARE(cli.exitCode(), 0);
-        for (const char* part : {"--password-file FILE", "ORVALIS_MQTT_PASSWORD", "keyring", "--ca-file FILE"})
-            QVERIFY2(help.contains(part), help.constData());
-    }
-
-    void badBrokerAddressIsAUsageError_data()
-    {
-        QTest::addColumn<QStringList>("options");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("other scheme") << QStringList{"--mqtt", "http://x"} << "mqtt:// or mqtts://";
-        QTest::newRow("no host") << QStringList{"--mqtt", "mqtt://:1883"} << "no host";
-        QTest::newRow("wildcard topic") << QStringList{"--mqtt", "mqtt://x", "--topic", "a/#"} << "--topic";
-        QTest::newRow("topic alone") << QStringList{"--topic", "a"} << "--topic needs --mqtt";
-        QTest::newRow("password file alone") << QStringList{"--password-file", "p"} << "--password-file needs --mqtt";
-        QTest::newRow("unreadable password file")
-            << QStringList{"--mqtt", "mqtt://x", "--password-file", "/nonexistent/p"} << "--password-file /nonexistent/p:";
-        QTest::newRow("unreadable CA file")
-            << QStringList{"--mqtt", "mqtts://x", "--ca-file", "/nonexistent/ca.pem"} << "--ca-file /nonexistent/ca.pem";
-    }
     void badBrokerAddressIsAUsageError()
     {
-        QFETCH(QStringList, options);
-        QFETCH(QString, message);
-        QProcess cli;
-        cli.start(QStringLiteral(ORVALIS_CLI), QStringList{QStringLiteral("capture"), Driver()} + options);
-        QVERIFY(cli.waitForFinished(10000));
-        const QString err = QString::fromUtf8(cli.readAllStandardError());
-        QCOMPARE(cli.exitCode(), 2);
-        QVERIFY2(err.contains(message), qPrintable(err));
+        const QList<QPair<QStringList, QString>> rows{
+            {{"--mqtt", "http://x"}, "mqtt:// or mqtts://"},
+            {{"--mqtt", "mqtt://:1883"}, "no host"},
+            {{"--mqtt", "mqtt://x", "--topic", "a/#"}, "--topic"},
+            {{"--topic", "a"}, "--topic needs --mqtt"},
+            {{"--password-file", "p"}, "--password-file needs --mqtt"},
+            {{"--mqtt", "mqtt://x", "--password-file", "/nonexistent/p"}, "--password-file /nonexistent/p:"},
+            {{"--mqtt", "mqtts://x", "--ca-file", "/nonexistent/ca.pem"}, "--ca-file /nonexistent/ca.pem"},
+        };
+        for (const auto& [options, message] : rows) {
+            QProcess cli;
+            cli.start(QStringLiteral(ORVALIS_CLI),
+                      QStringList{QStringLiteral("capture"), Driver()} + options);
+            QVERIFY(cli.waitForFinished(10000));
+            const QString err = QString::fromUtf8(cli.readAllStandardError());
+            QCOMPARE(cli.exitCode(), 2);
+            QVERIFY2(err.contains(message), qPrintable(err));
+        }
     }
 };
 
