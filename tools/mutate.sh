@@ -81,6 +81,7 @@ LIST
 killed=0
 survived=()
 failed=()
+built=()
 while IFS='~' read -r file original replacement name targets; do
   [[ -z "$file" ]] && continue
   [[ -n "$pattern" && "$name" != *"$pattern"* ]] && continue
@@ -101,6 +102,7 @@ PY
     continue
   fi
   tests=$(tr ' ' '\n' <<<"$targets" | grep '^tst_' | paste -sd'|')
+  built+=($targets)
   # shellcheck disable=SC2086 # one target per word
   if ! cmake --build "$build" -j2 --target $targets >/tmp/orvalis-mutate-build.log 2>&1; then
     failed+=("$name (does not build)")
@@ -116,6 +118,14 @@ PY
   touch "$path"
   trap - INT TERM
 done <<<"$mutants"
+
+# Leave no program built from a fault behind: later test runs would fail
+# for no reason.
+if [[ ${#built[@]} -gt 0 ]]; then
+  # shellcheck disable=SC2046 # one target per word
+  cmake --build "$build" -j2 --target $(printf '%s\n' "${built[@]}" | sort -u) >/tmp/orvalis-mutate-build.log 2>&1 ||
+    echo "rebuilding the unchanged tree failed: see /tmp/orvalis-mutate-build.log"
+fi
 
 total=$((killed + ${#survived[@]}))
 echo
