@@ -242,16 +242,10 @@ void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
     for (int b = 0; b < 256; ++b)
         all += char(b);
     QVERIFY(Send(all));
+    // The row format is tst_TextTools'; the offsets count the bytes received
+    // while the pane was hidden (20).
     QTRY_COMPARE(pane->toPlainText().count(QLatin1Char('\n')), 15);
-    QTRY_VERIFY(pane->toPlainText().endsWith(QStringLiteral("................")));
     const QStringList rows = pane->toPlainText().split(QLatin1Char('\n'));
-    // The offsets count the bytes received while the pane was hidden (20).
-    QCOMPARE(rows.at(0),
-             QStringLiteral("00000014  00 01 02 03 04 05 06 07  08 09 0a 0b 0c 0d 0e 0f  ................"));
-    QCOMPARE(rows.at(4),
-             QStringLiteral("00000054  40 41 42 43 44 45 46 47  48 49 4a 4b 4c 4d 4e 4f  @ABCDEFGHIJKLMNO"));
-    QCOMPARE(rows.at(15),
-             QStringLiteral("00000104  f0 f1 f2 f3 f4 f5 f6 f7  f8 f9 fa fb fc fd fe ff  ................"));
     for (int r = 0; r < 16; ++r)
         QVERIFY(rows.at(r).startsWith(QString::asprintf("%08x  %02x ", 20 + 16 * r, 16 * r)));
 
@@ -313,22 +307,13 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
     QVERIFY(Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
     QVERIFY(Frame()->RouteCommand(ID_EDIT_PASTE));
     QCOMPARE(line->text(), QStringLiteral("ha"));
-    QTest::keyClicks(line, QStringLiteral("lf"));
+    // Walking the history is tst_CCommandHistory's; here the keys reach it.
     QTest::keyClick(line, Qt::Key_Up);
     QCOMPARE(line->text(), QStringLiteral("Z"));
     QTest::keyClick(line, Qt::Key_Up);
     QCOMPARE(line->text(), QStringLiteral("<ESC>T<HT>1"));
-    QTest::keyClick(line, Qt::Key_Up);
-    QTest::keyClick(line, Qt::Key_Up);
-    QCOMPARE(line->text(), QStringLiteral("SI"));
-    QTest::keyClick(line, Qt::Key_Down);
-    QCOMPARE(line->text(), QStringLiteral("<ESC>T<HT>1"));
     QTest::keyClick(line, Qt::Key_Return);
     QCOMPARE(Receive(5), QByteArray("\x1bT\t1\r"));
-    QTest::keyClick(line, Qt::Key_Up);
-    QCOMPARE(line->text(), QStringLiteral("<ESC>T<HT>1"));
-    QTest::keyClick(line, Qt::Key_Down);
-    QCOMPARE(line->text(), QString());
 
     // Kept for the driver: a new window has the same history.
     const QStringList expected{QStringLiteral("SI"), QStringLiteral("<ESC>T<HT>1"), QStringLiteral("Z"),
