@@ -3,44 +3,33 @@
 // plays the instrument on the master end.
 
 #include "../core/PipelineFakes.h"
-#include "CChildFrame.h"
 #include "CCommGeneralPage.h"
 #include "CCommPage.h"
-#include "CDriverFile.h"
 #include "CFunctionKeyBar.h"
 #include "CFunctionKeysPage.h"
 #include "CInstrumentSheet.h"
-#include "CMainFrame.h"
-#include "COrvalisApp.h"
-#include "COrvalisView.h"
 #include "CScriptPage.h"
 #include "CSerialNumberRecord.h"
 #include "CSettingsPage.h"
-#include "CStringTable.h"
 #include "FrameworkIds.h"
 #include "InstrumentWindowFixture.h"
 #include "ResourceIds.h"
-#include "ScriptedDialogs.h"
 
 #include <QAbstractItemView>
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDir>
-#include <QFile>
 #include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
-#include <QPdfWriter>
 #include <QPrinter>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QRegularExpression>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <atomic>

@@ -10,18 +10,14 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QDir>
-#include <QFile>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QRegularExpression>
 #include <QSettings>
 #include <QStatusBar>
-#include <QTemporaryDir>
 #include <QTest>
 
-#include <memory>
 
 #include <cerrno>
 #include <unistd.h>
