@@ -17,6 +17,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -83,6 +84,12 @@ protected:
     CMainFrame* Frame() const { return m_app->MainFrame(); }
     QString Home(const QString& name) const { return QDir(m_home->path()).filePath(name); }
     QString StatusText() const { return Frame()->GetPaneText(CMainFrame::PaneMessage); }
+
+    // A value of Orvalis.ini, as the program left it.
+    QVariant Profile(const QString& key, const QVariant& fallback = {}) const
+    {
+        return QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat).value(key, fallback);
+    }
 
     static bool WriteFile(const QString& path, const QByteArray& bytes)
     {

@@ -118,9 +118,7 @@ void tst_InstrumentWindowTools::timeStampsInWindowAndSavedText()
     QVERIFY(Frame()->RouteCommand(ID_FILE_SAVE_AS));
     const QString savedText = QString::fromUtf8(ReadFile(Home(QStringLiteral("readings.txt"))));
     QCOMPARE(QString(savedText).replace(QStringLiteral("\r\n"), QStringLiteral("\n")), view->toPlainText());
-    QVERIFY(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
-                .value(QStringLiteral("Lab/TimeStamps"))
-                .toBool());
+    QVERIFY(Profile(QStringLiteral("Lab/TimeStamps")).toBool());
     QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
     m_app.reset();
     // Started again, stamped from the start; with control characters shown
@@ -247,9 +245,7 @@ void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
     QVERIFY(Frame()->QueryCommand(ID_EDIT_COPY).bEnabled);
     QVERIFY(Frame()->RouteCommand(ID_EDIT_COPY));
     QCOMPARE(QApplication::clipboard()->text(), pane->toPlainText());
-    QVERIFY(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
-                .value(QStringLiteral("Lab/HexBytes"))
-                .toBool());
+    QVERIFY(Profile(QStringLiteral("Lab/HexBytes")).toBool());
 
     if (!qEnvironmentVariableIsEmpty("ORVALIS_SCREENSHOT_DIR")) {
         QVERIFY(Send("N     +12.345 g\r\nES\r\nN     +12.346 g\r\n"));
@@ -299,10 +295,7 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
     // Kept for the driver: a new window has the same history.
     const QStringList expected{QStringLiteral("SI"), QStringLiteral("<ESC>T<HT>1"), QStringLiteral("Z"),
                                QStringLiteral("<ESC>T<HT>1")};
-    QCOMPARE(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
-                 .value(QStringLiteral("Lab/CommandHistory"))
-                 .toStringList(),
-             expected);
+    QCOMPARE(Profile(QStringLiteral("Lab/CommandHistory")).toStringList(), expected);
     QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
     m_app.reset();
     view = Start(PlainDriver(m_pty->SlaveName()));
@@ -313,9 +306,7 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
     QVERIFY(Frame()->RouteCommand(ID_COMMAND_LINE));
     QVERIFY(view->CommandLine()->isHidden());
     QVERIFY(!Frame()->QueryCommand(ID_COMMAND_LINE).bChecked);
-    QVERIFY(!QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
-                 .value(QStringLiteral("Lab/CommandLine"))
-                 .toBool());
+    QVERIFY(!Profile(QStringLiteral("Lab/CommandLine")).toBool());
 }
 
 void tst_InstrumentWindowTools::commandLineAppliesTransmitSettingMacrosAndKeepsTextWhileDisconnected()
@@ -459,9 +450,7 @@ void tst_InstrumentWindowTools::reconnectSwitchedOffLeavesTheLineClosed()
     QVERIFY(view);
     QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
     QVERIFY(!Frame()->QueryCommand(ID_RECONNECT).bChecked);
-    QVERIFY(!QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
-                 .value(QStringLiteral("Lab/ReconnectAutomatically"))
-                 .toBool());
+    QVERIFY(!Profile(QStringLiteral("Lab/ReconnectAutomatically")).toBool());
     QVERIFY(Send("first\r\nsecond, no line end"));
     QTRY_VERIFY(view->Pipeline().TotalBytes() == 26);
     m_pty->CloseMaster();

@@ -348,10 +348,7 @@ void tst_TerminalWindow::vanishedLineIsNamedAndScreenKept()
     if (!reconnect)
         QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
     QCOMPARE(Frame()->QueryCommand(ID_RECONNECT).bChecked, reconnect);
-    QCOMPARE(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
-                 .value(QStringLiteral("term.drv/ReconnectAutomatically"), true)
-                 .toBool(),
-             reconnect);
+    QCOMPARE(Profile(QStringLiteral("term.drv/ReconnectAutomatically"), true).toBool(), reconnect);
     QVERIFY(m_pty->WriteMaster("last words"));
     QTRY_COMPARE(ScreenRows(view, 1), QStringList{"last words"});
     m_pty->CloseMaster();
