@@ -92,7 +92,7 @@ private Q_SLOTS:
 
     void cleanup() { CleanupFixture(); }
 
-    void commandLineConnectsAndShowsScriptedReadings()
+    void commandLineConnectsShowsScriptedReadingsAndDisconnectToggles()
     {
         CDriverFile records = Driver(m_pty->SlaveName());
         // A balance: error lines (E...) are marked, every other line loses its
@@ -113,8 +113,39 @@ private Q_SLOTS:
         QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1)->text(), QStringLiteral("Print"));
 
         Send("N     +12.345 g\r\nES\r\n   +0.500 g\r\n");
-        QTRY_COMPARE(view->toPlainText(), QStringLiteral("N     +12.345 g\n*ES\n+0.500 g\n"));
+        const QString shown = QStringLiteral("N     +12.345 g\n*ES\n+0.500 g\n");
+        QTRY_COMPARE(view->toPlainText(), shown);
         QCOMPARE(view->Pipeline().TotalBytes(), qint64(34));
+
+        QAction* item = Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT);
+        // Connected: typing goes nowhere, the text can still be copied.
+        QTest::keyClicks(view, QStringLiteral("abc"));
+        QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
+        QVERIFY(!Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
+        view->selectAll();
+        QVERIFY(Frame()->QueryCommand(ID_EDIT_COPY).bEnabled);
+        QVERIFY(!Frame()->QueryCommand(ID_EDIT_CUT).bEnabled);
+        view->moveCursor(QTextCursor::End);
+
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QVERIFY(!view->m_comm.IsPortOpen());
+        QCOMPARE(item->text(), QStringLiteral("&Connect Instrument"));
+        QVERIFY(view->IsWindowEnabled());
+        QCOMPARE(view->m_terminalParam.m_bLocalEcho, 1);
+        // An editor now: typing goes into the text, nothing onto the line.
+        QTest::keyClicks(view, QStringLiteral("note"));
+        QCOMPARE(view->toPlainText(), shown + QStringLiteral("note"));
+        QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
+        QVERIFY(Frame()->QueryCommand(ID_EDIT_UNDO).bEnabled);
+        QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 1);
+
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QVERIFY(view->m_comm.IsPortOpen());
+        QCOMPARE(item->text(), QStringLiteral("&Disconnect Instrument"));
+        QVERIFY(!view->IsWindowEnabled());
+        QCOMPARE(view->m_terminalParam.m_bLocalEcho, 0);
+        Send("after\r\n");
+        QTRY_COMPARE(view->toPlainText(), shown + QStringLiteral("noteafter\n"));
     }
 
     void functionKeysSendBeepOrAskForASerialNumber()
@@ -154,43 +185,6 @@ private Q_SLOTS:
         m_dialogs->m_onExec = {};
         Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 3);
         QCOMPARE(m_pty->ReadMaster(2, 300), QByteArray("X"));
-    }
-
-    void disconnectAndConnectToggle()
-    {
-        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-        QVERIFY(view);
-        QAction* item = Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT);
-        // Connected: typing goes nowhere, the text can still be copied.
-        Send("reading 1\r\n");
-        QTRY_COMPARE(view->toPlainText(), QStringLiteral("reading 1\n"));
-        QTest::keyClicks(view, QStringLiteral("abc"));
-        QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
-        QVERIFY(!Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
-        view->selectAll();
-        QVERIFY(Frame()->QueryCommand(ID_EDIT_COPY).bEnabled);
-        QVERIFY(!Frame()->QueryCommand(ID_EDIT_CUT).bEnabled);
-        view->moveCursor(QTextCursor::End);
-
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QVERIFY(!view->m_comm.IsPortOpen());
-        QCOMPARE(item->text(), QStringLiteral("&Connect Instrument"));
-        QVERIFY(view->IsWindowEnabled());
-        QCOMPARE(view->m_terminalParam.m_bLocalEcho, 1);
-        // An editor now: typing goes into the text, nothing onto the line.
-        QTest::keyClicks(view, QStringLiteral("note"));
-        QCOMPARE(view->toPlainText(), QStringLiteral("reading 1\nnote"));
-        QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
-        QVERIFY(Frame()->QueryCommand(ID_EDIT_UNDO).bEnabled);
-        QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 1);
-
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QVERIFY(view->m_comm.IsPortOpen());
-        QCOMPARE(item->text(), QStringLiteral("&Disconnect Instrument"));
-        QVERIFY(!view->IsWindowEnabled());
-        QCOMPARE(view->m_terminalParam.m_bLocalEcho, 0);
-        Send("after\r\n");
-        QTRY_COMPARE(view->toPlainText(), QStringLiteral("reading 1\nnoteafter\n"));
     }
 
     void fileTransferShowsProgressAndStopEndsAfterCurrentBlock()
