@@ -143,23 +143,7 @@ private Q_SLOTS:
         }
     }
 
-    void connectorNameTakenWhenPicked()
-    {
-        CCommPage page;
-        page.SetParameters(CCommParameter());
-        const int com3 = page.m_pConnector->findText(QStringLiteral("COM3"));
-        // Selecting from the program does not change the name...
-        page.m_pConnector->setCurrentIndex(com3);
-        CCommParameter stored;
-        page.GetParameters(stored);
-        QCOMPARE(stored.m_strConnector, QByteArray());
-        // ...the user's choice does.
-        page.m_pConnector->activated(com3);
-        page.GetParameters(stored);
-        QCOMPARE(stored.m_strConnector, QByteArray("COM3"));
-    }
-
-    void unknownConnectorNameIsKept()
+    void connectorNameKeptUnlessPicked()
     {
         CCommParameter record;
         record.m_nConnector = -1;
@@ -176,6 +160,16 @@ private Q_SLOTS:
         CCommParameter stored;
         page.GetParameters(stored);
         QCOMPARE(stored.m_strConnector, QByteArray("FTVD9999"));
+
+        // Selecting from the program does not change the name, the user's choice does.
+        page.SetParameters(CCommParameter());
+        const int com3 = page.m_pConnector->findText(QStringLiteral("COM3"));
+        page.m_pConnector->setCurrentIndex(com3);
+        page.GetParameters(stored);
+        QCOMPARE(stored.m_strConnector, QByteArray());
+        page.m_pConnector->activated(com3);
+        page.GetParameters(stored);
+        QCOMPARE(stored.m_strConnector, QByteArray("COM3"));
 
         // The empty name of a new driver stays empty when the focus passes.
         QLineEdit focusElsewhere(&page);

@@ -37,8 +37,7 @@ private Q_SLOTS:
     void optionsCancelReopensOkAppliesLineEndingsAtOnceScreenAtNextOpening();
     void driverWrittenBackOnCloseDamagedOneNot();
     void twoTerminalsKeepTheirOwnLinesAndDrivers();
-    void frameIsSizedAndCentred();
-    void lineThatCannotBeOpenedIsNamed();
+    void lineThatCannotBeOpenedIsNamedFrameSizedAndCentred();
     void vanishedLineIsNamedAndScreenKept_data();
     void vanishedLineIsNamedAndScreenKept();
     void copyPasteAndSendFile();
@@ -295,10 +294,15 @@ void tst_TerminalWindow::twoTerminalsKeepTheirOwnLinesAndDrivers()
     QTRY_COMPARE(ScreenRows(b, 1), QStringList{"to B again"});
 }
 
-void tst_TerminalWindow::frameIsSizedAndCentred()
+void tst_TerminalWindow::lineThatCannotBeOpenedIsNamedFrameSizedAndCentred()
 {
-    CTermView* view = Open(Driver(m_pty->SlaveName()));
+    const QString missing = QStringLiteral("/dev/orvalis-missing");
+    CTermView* view = Open(Driver(missing));
     QVERIFY(view);
+    QVERIFY(!view->m_comm.IsPortOpen());
+    QVERIFY(view->LineProblem().contains(missing));
+    QVERIFY(StatusText().contains(missing));
+    QVERIFY(view->Display()->Notice().contains(missing));
     QMdiSubWindow* frame = Frame()->MdiArea()->subWindowList().first();
     const auto centre = [this, frame] {
         const QSize client = Frame()->MdiArea()->viewport()->size();
@@ -318,16 +322,6 @@ void tst_TerminalWindow::frameIsSizedAndCentred()
     Frame()->resize(300, 200);
     view->FitFrame();
     QCOMPARE(frame->pos(), QPoint(0, 0));
-}
-
-void tst_TerminalWindow::lineThatCannotBeOpenedIsNamed()
-{
-    CTermView* view = Open(Driver(QStringLiteral("/dev/orvalis-missing")));
-    QVERIFY(view);
-    QVERIFY(!view->m_comm.IsPortOpen());
-    QVERIFY(view->LineProblem().contains(QStringLiteral("/dev/orvalis-missing")));
-    QVERIFY(StatusText().contains(QStringLiteral("/dev/orvalis-missing")));
-    QVERIFY(view->Display()->Notice().contains(QStringLiteral("/dev/orvalis-missing")));
 }
 
 void tst_TerminalWindow::vanishedLineIsNamedAndScreenKept_data()
