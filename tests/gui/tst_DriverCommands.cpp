@@ -186,33 +186,29 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(InFolder(QStringLiteral("New.tbb"))));
     }
 
-    void modifyDamagedInstrumentAsksBeforeOverwriting_data()
-    {
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<bool>("rewritten");
-        QTest::newRow("Don't Save leaves it") << int(CUserDialogs::DontSave) << false;
-        QTest::newRow("Write Anyway writes it") << int(CUserDialogs::Overwrite) << true;
-    }
-
     void modifyDamagedInstrumentAsksBeforeOverwriting()
     {
-        QFETCH(int, answer);
         const QString lab = InFolder(QStringLiteral("lab.tbb"));
         WriteInstrument(lab, "Lab", "lab.tbb");
         const QByteArray cut = Read(lab).chopped(3);
-        QFile file(lab);
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(cut) == cut.size());
-        file.close();
-        m_dialogs->m_openAnswers = {lab};
         m_dialogs->m_onExec = Accept<CInstrumentSheet>([](CInstrumentSheet&) {});
-        m_dialogs->m_overwriteAnswers = {CUserDialogs::OverwriteAnswer(answer)};
-        m_app->MainFrame()->OnModifyInstrument();
-        // Told when it was read, asked before it is written.
-        QCOMPARE(m_dialogs->m_messages.size(), 1);
-        QVERIFY2(m_dialogs->m_messages.first().startsWith(lab + QStringLiteral(": damaged at byte")),
-                 qPrintable(m_dialogs->m_messages.first()));
-        QCOMPARE(m_dialogs->m_overwriteQuestions.size(), 1);
-        QTEST(Read(lab) != cut, "rewritten");
+        // Don't Save leaves it, Write Anyway writes it.
+        for (const auto answer : {CUserDialogs::DontSave, CUserDialogs::Overwrite}) {
+            QFile file(lab);
+            QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(cut) == cut.size());
+            file.close();
+            m_dialogs->m_messages.clear();
+            m_dialogs->m_overwriteQuestions.clear();
+            m_dialogs->m_openAnswers = {lab};
+            m_dialogs->m_overwriteAnswers = {answer};
+            m_app->MainFrame()->OnModifyInstrument();
+            // Told when it was read, asked before it is written.
+            QCOMPARE(m_dialogs->m_messages.size(), 1);
+            QVERIFY2(m_dialogs->m_messages.first().startsWith(lab + QStringLiteral(": damaged at byte")),
+                     qPrintable(m_dialogs->m_messages.first()));
+            QCOMPARE(m_dialogs->m_overwriteQuestions.size(), 1);
+            QCOMPARE(Read(lab) != cut, answer == CUserDialogs::Overwrite);
+        }
     }
 
     void modifyInstrumentRemembersStartPage()
