@@ -245,13 +245,16 @@ private Q_SLOTS:
         QVERIFY(reader->Bytes().startsWith(large.left(sent)));
     }
 
-    void playbackFileAnswersLineFeeds()
+    // With the debug store and the byte count switched on in the profile.
+    void playbackFileAnswersLineFeedsDebugReplayAndTotalBytes()
     {
         QVERIFY(WriteFile(Home(QStringLiteral("play.txt")), "ABC\nD20\nDEF\n"));
-        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
+        COrvalisView* view =
+            Start(Driver(m_pty->SlaveName()), "[Settings]\nTotalBytesDlg=1\nDebugConnection=1\n");
         QVERIFY(view);
-        // Received before the file is opened: nothing answers it.
-        Send("0\n");
+        QCOMPARE(view->m_bDebugConnection, 1);
+        // Received before the file is opened: nothing answers it (the NUL is dropped).
+        Send(QByteArray("0\0\n", 3));
         QTRY_COMPARE(view->toPlainText(), QStringLiteral("0\n"));
         QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 1));
         QVERIFY(m_app->m_filePlayback.IsOpen());
@@ -264,7 +267,20 @@ private Q_SLOTS:
         // At its end every line feed sends a bare CR.
         Send("3\n");
         QCOMPARE(Receive(1), QByteArray("\r"));
-        QTRY_COMPARE(view->toPlainText(), QStringLiteral("0\n1\n2\n3\n"));
+        const QString history = QStringLiteral("0\n1\n2\n3\n");
+        QTRY_COMPARE(view->toPlainText(), history);
+
+        // Every disconnect replays the whole history; on close the byte
+        // counts (without NUL) are told.
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        const QString replay = QStringLiteral("\n\nDebug Output\n") + history;
+        QCOMPARE(view->toPlainText(), history + replay);
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
+        QCOMPARE(view->toPlainText(), history + replay + replay);
+        QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+        QCOMPARE(m_dialogs->m_messages,
+                 QStringList{QStringLiteral("Total Bytes: 8\nTotal Bytes in Array: 8")});
     }
 
     void optionsCancelKeepsOkShowsControlCharacters()
@@ -509,27 +525,6 @@ private Q_SLOTS:
         QVERIFY(saved.Load(elsewhere).IsOk());
         QCOMPARE(saved.m_Comm.m_strConnector, m_pty->SlaveName().toLocal8Bit());
         QCOMPARE(saved.m_Driver.m_strFileName, QByteArray("saved elsewhere.tbb"));
-    }
-
-    // The debug store replays the history on every disconnect; on close the
-    // byte counts (without NUL) are told.
-    void debugReplayAndTotalBytesMessage()
-    {
-        COrvalisView* view =
-            Start(Driver(m_pty->SlaveName()), "[Settings]\nTotalBytesDlg=1\nDebugConnection=1\n");
-        QVERIFY(view);
-        QCOMPARE(view->m_bDebugConnection, 1);
-        Send(QByteArray("abc\0de\0fg\n", 10));
-        QTRY_COMPARE(view->toPlainText(), QStringLiteral("abcdefg\n"));
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        const QString replay = QStringLiteral("\n\nDebug Output\nabcdefg\n");
-        QCOMPARE(view->toPlainText(), QStringLiteral("abcdefg\n") + replay);
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QCOMPARE(view->toPlainText(), QStringLiteral("abcdefg\n") + replay + replay);
-        QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
-        QCOMPARE(m_dialogs->m_messages,
-                 QStringList{QStringLiteral("Total Bytes: 8\nTotal Bytes in Array: 8")});
     }
 
     // The reasons (no device, no serial device, busy) are tst_CommChannel's.
