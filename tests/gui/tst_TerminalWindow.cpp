@@ -38,8 +38,7 @@ private Q_SLOTS:
     void driverWrittenBackOnCloseDamagedOneNot();
     void twoTerminalsKeepTheirOwnLinesAndDrivers();
     void lineThatCannotBeOpenedIsNamedFrameSizedAndCentred();
-    void vanishedLineIsNamedAndScreenKept_data();
-    void vanishedLineIsNamedAndScreenKept();
+    void vanishedLineIsNamedAndScreenKeptReopenedUnlessSwitchedOff();
     void copyPasteAndSendFile();
     void scrollbackStaysPutWhileScrolledUp();
 
@@ -324,52 +323,51 @@ void tst_TerminalWindow::lineThatCannotBeOpenedIsNamedFrameSizedAndCentred()
     QCOMPARE(frame->pos(), QPoint(0, 0));
 }
 
-void tst_TerminalWindow::vanishedLineIsNamedAndScreenKept_data()
+void tst_TerminalWindow::vanishedLineIsNamedAndScreenKeptReopenedUnlessSwitchedOff()
 {
-    QTest::addColumn<bool>("reconnect");
-    QTest::newRow("opened again when the device comes back") << true;
-    QTest::newRow("left closed with Reconnect Automatically off") << false;
-}
-
-void tst_TerminalWindow::vanishedLineIsNamedAndScreenKept()
-{
-    QFETCH(bool, reconnect);
     // Through a link that survives replugging, as /dev/serial/by-id names do.
     const QString link = Home(QStringLiteral("terminal-tty"));
     QVERIFY(QFile::link(m_pty->SlaveName(), link));
     CTermView* view = Open(Driver(link));
     QVERIFY(view);
-    if (!reconnect)
-        QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
-    QCOMPARE(Frame()->QueryCommand(ID_RECONNECT).bChecked, reconnect);
-    QCOMPARE(Profile(QStringLiteral("term.drv/ReconnectAutomatically"), true).toBool(), reconnect);
     QVERIFY(m_pty->WriteMaster("last words"));
-    QTRY_COMPARE(ScreenRows(view, 1), QStringList{"last words"});
-    m_pty->CloseMaster();
-    // The device is gone, its node with it (a stale link could meet another
-    // test's pty that took the same number).
-    QVERIFY(QFile::remove(link));
-    QTRY_VERIFY(!view->m_comm.IsPortOpen());
-    QCOMPARE(view->IsWaitingForLine(), reconnect);
-    QVERIFY(view->LineProblem().contains(link));
-    QVERIFY(view->Display()->Notice().contains(link));
-    QCOMPARE(StatusText().endsWith(QStringLiteral("Waiting for %1\u2026").arg(link)), reconnect);
-    QCOMPARE(ScreenRows(view, 1), QStringList{"last words"});
-    QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 1);
+    QString shown = QStringLiteral("last words");
+    QTRY_COMPARE(ScreenRows(view, 1), QStringList{shown});
+    std::unique_ptr<CPtyPair> line = std::move(m_pty);
+    // Opened again when the device comes back; then left closed with
+    // Reconnect Automatically off.
+    for (const bool reconnect : {true, false}) {
+        if (!reconnect)
+            QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
+        QCOMPARE(Frame()->QueryCommand(ID_RECONNECT).bChecked, reconnect);
+        QCOMPARE(Profile(QStringLiteral("term.drv/ReconnectAutomatically"), true).toBool(), reconnect);
+        line->CloseMaster();
+        // The device is gone, its node with it (a stale link could meet another
+        // test's pty that took the same number).
+        QVERIFY(QFile::remove(link));
+        QTRY_VERIFY(!view->m_comm.IsPortOpen());
+        QCOMPARE(view->IsWaitingForLine(), reconnect);
+        QVERIFY(view->LineProblem().contains(link));
+        QVERIFY(view->Display()->Notice().contains(link));
+        QCOMPARE(StatusText().endsWith(QStringLiteral("Waiting for %1\u2026").arg(link)), reconnect);
+        QCOMPARE(ScreenRows(view, 1), QStringList{shown});
+        QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 1);
 
-    CPtyPair again;
-    again.CloseSlave();
-    QVERIFY(QFile::link(again.SlaveName(), link));
-    if (!reconnect) {
-        QTest::qWait(CDeviceWatch::LongestWaitMs() + 300);
-        QVERIFY(!view->m_comm.IsPortOpen());
-        return;
+        line = std::make_unique<CPtyPair>();
+        line->CloseSlave();
+        QVERIFY(QFile::link(line->SlaveName(), link));
+        if (!reconnect) {
+            QTest::qWait(CDeviceWatch::LongestWaitMs() + 300);
+            QVERIFY(!view->m_comm.IsPortOpen());
+            break;
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * CDeviceWatch::LongestWaitMs());
+        QVERIFY(StatusText().startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
+        QVERIFY(view->Display()->Notice().isEmpty());
+        QVERIFY(line->WriteMaster(" and more"));
+        shown += QStringLiteral(" and more");
+        QTRY_COMPARE(ScreenRows(view, 1), QStringList{shown});
     }
-    QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * CDeviceWatch::LongestWaitMs());
-    QVERIFY(StatusText().startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
-    QVERIFY(view->Display()->Notice().isEmpty());
-    QVERIFY(again.WriteMaster(" and more"));
-    QTRY_COMPARE(ScreenRows(view, 1), QStringList{"last words and more"});
 }
 
 void tst_TerminalWindow::copyPasteAndSendFile()
