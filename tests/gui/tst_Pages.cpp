@@ -219,7 +219,7 @@ private Q_SLOTS:
         }
     }
 
-    void settingsPageRoundTrip()
+    void settingsPageRoundTripKeepsHiddenSwitches()
     {
         // 100 columns load as 132 and are stored as 132.
         for (const auto& [columns, storedColumns] : {std::pair{80, 80}, std::pair{100, 132}}) {
@@ -243,24 +243,21 @@ private Q_SLOTS:
         CTerminalParameter stored;
         CSettingsPage().SaveTo(stored);
         QCOMPARE(stored.m_nColumns, 80);
-    }
 
-    void settingsPageKeepsHiddenSwitches()
-    {
-        CTerminalParameter record;
-        record.m_bLocalEcho = 1;
-        record.m_bLineWrap = 1;
+        // The switches it does not show are kept as loaded.
+        CTerminalParameter hidden;
+        hidden.m_bLocalEcho = 1;
+        hidden.m_bLineWrap = 1;
         CSettingsPage page;
-        page.LoadFrom(record);
-        QVERIFY(page.m_pLocalEcho->isHidden());
-        QVERIFY(page.m_pLineWrap->isHidden());
-        QVERIFY(page.m_pColumnsGroup->isHidden());
+        page.LoadFrom(hidden);
+        QVERIFY(page.m_pLocalEcho->isHidden() && page.m_pLineWrap->isHidden() &&
+                page.m_pColumnsGroup->isHidden());
         page.m_pReceiveCRLF->click(); // unticks "&Receiving"
-        CTerminalParameter stored;
-        page.SaveTo(stored);
-        QCOMPARE(stored.m_bReceiveCRLF, 0);
-        QCOMPARE(stored.m_bLocalEcho, 1);
-        QCOMPARE(stored.m_bLineWrap, 1);
+        CTerminalParameter saved;
+        page.SaveTo(saved);
+        QCOMPARE(saved.m_bReceiveCRLF, 0);
+        QCOMPARE(saved.m_bLocalEcho, 1);
+        QCOMPARE(saved.m_bLineWrap, 1);
     }
 
     void functionKeysEncodeAndDecode()
