@@ -164,28 +164,6 @@ private Q_SLOTS:
         QCOMPARE(copy.m_Comm.m_nBaudRate, 19200);
     }
 
-    void modifyInstrumentCancelled()
-    {
-        const QString lab = InFolder(QStringLiteral("lab.tbb"));
-        WriteInstrument(lab, "Lab", "other.tbb");
-        // The file dialog cancelled: no sheet.
-        m_app->MainFrame()->OnModifyInstrument();
-        QCOMPARE(m_dialogs->m_nExecCalls, 0);
-        // The sheet cancelled: nothing written.
-        m_dialogs->m_openAnswers = {lab};
-        m_app->MainFrame()->OnModifyInstrument();
-        QCOMPARE(m_dialogs->m_nExecCalls, 1);
-        QVERIFY(!QFile::exists(InFolder(QStringLiteral("other.tbb"))));
-        // A missing file shows the defaults and is written under the typed name.
-        m_dialogs->m_openAnswers = {InFolder(QStringLiteral("missing.tbb"))};
-        m_dialogs->m_onExec = Accept<CInstrumentSheet>([](CInstrumentSheet& sheet) {
-            QCOMPARE(sheet.m_pGeneralPage->m_pName->text(), QString());
-            QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("New"));
-        });
-        m_app->MainFrame()->OnModifyInstrument();
-        QVERIFY(QFile::exists(InFolder(QStringLiteral("New.tbb"))));
-    }
-
     void modifyDamagedInstrumentAsksBeforeOverwriting()
     {
         const QString lab = InFolder(QStringLiteral("lab.tbb"));
@@ -211,12 +189,15 @@ private Q_SLOTS:
         }
     }
 
-    void modifyInstrumentRemembersStartPage()
+    void modifyInstrumentCancelledMissingAndRemembersStartPage()
     {
         const QString lab = InFolder(QStringLiteral("lab.tbb"));
         WriteInstrument(lab, "Lab", "lab.tbb");
+        // The file dialog cancelled: no sheet.
+        m_app->MainFrame()->OnModifyInstrument();
+        QCOMPARE(m_dialogs->m_nExecCalls, 0);
         int startPage = -1;
-        m_dialogs->m_openAnswers = {lab, lab, lab};
+        m_dialogs->m_openAnswers = {lab, lab};
         m_dialogs->m_onExec = Accept<CInstrumentSheet>([&startPage](CInstrumentSheet& sheet) {
             startPage = sheet.GetActiveIndex();
             sheet.SetActivePage(3);
@@ -233,9 +214,11 @@ private Q_SLOTS:
             sheet.reject();
             return sheet.result();
         };
+        const QByteArray before = Read(lab);
         m_app->MainFrame()->OnModifyInstrument();
         QCOMPARE(startPage, 3);
         QCOMPARE(m_app->m_nModifyInstrumentPage, 3);
+        QCOMPARE(Read(lab), before); // nothing written
 
         // Add Instrument always starts on the first page.
         m_dialogs->m_onExec = Accept<CInstrumentSheet>(
@@ -243,6 +226,15 @@ private Q_SLOTS:
         m_app->MainFrame()->OnAddInstrument();
         QCOMPARE(startPage, 0);
         QCOMPARE(m_app->m_nModifyInstrumentPage, 3);
+
+        // A missing file shows the defaults and is written under the typed name.
+        m_dialogs->m_openAnswers = {InFolder(QStringLiteral("missing.tbb"))};
+        m_dialogs->m_onExec = Accept<CInstrumentSheet>([](CInstrumentSheet& sheet) {
+            QCOMPARE(sheet.m_pGeneralPage->m_pName->text(), QString());
+            QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("New"));
+        });
+        m_app->MainFrame()->OnModifyInstrument();
+        QVERIFY(QFile::exists(InFolder(QStringLiteral("New.tbb"))));
     }
 
     void modifyInstrumentStoresPendingScriptCommand()
