@@ -3,7 +3,8 @@
 // The program started as a user starts it, with /D on a driver whose
 // connector is the slave end of a pseudo-terminal; the test plays the
 // instrument on the master end. A Qt Test class derives from it and calls
-// InitFixture and CleanupFixture from init and cleanup.
+// InitFixture and CleanupFixture from init and cleanup (the terminal and
+// publishing tests use it as well).
 
 #include "../core/PtyPair.h"
 #include "CDriverFile.h"
@@ -16,6 +17,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -65,11 +67,8 @@ protected:
         CDriverFile copy = records;
         if (!copy.Store(Home(QStringLiteral("lab.tbb"))).IsOk())
             return nullptr;
-        if (!profile.isEmpty()) {
-            QFile file(Home(QStringLiteral("Orvalis.ini")));
-            if (!file.open(QIODevice::WriteOnly) || file.write(profile) != profile.size())
-                return nullptr;
-        }
+        if (!profile.isEmpty() && !WriteFile(Home(QStringLiteral("Orvalis.ini")), profile))
+            return nullptr;
         return StartOn(QStringLiteral("lab.tbb"));
     }
 
@@ -84,6 +83,25 @@ protected:
 
     CMainFrame* Frame() const { return m_app->MainFrame(); }
     QString Home(const QString& name) const { return QDir(m_home->path()).filePath(name); }
+    QString StatusText() const { return Frame()->GetPaneText(CMainFrame::PaneMessage); }
+
+    // A value of Orvalis.ini, as the program left it.
+    QVariant Profile(const QString& key, const QVariant& fallback = {}) const
+    {
+        return QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat).value(key, fallback);
+    }
+
+    static bool WriteFile(const QString& path, const QByteArray& bytes)
+    {
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size();
+    }
+    // The file's bytes, empty when it cannot be read.
+    static QByteArray ReadFile(const QString& path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
 
     // What the program sent, while the window goes on handling its events.
     QByteArray Receive(qsizetype count, int timeoutMs = 5000)

@@ -20,20 +20,20 @@ public:
     CScriptedDialogs() { CUserDialogs::SetCurrent(this); }
     ~CScriptedDialogs() override { CUserDialogs::SetCurrent(nullptr); }
 
-    QString GetOpenFileName(QWidget*, const QString& folder, const CFileFilter& filter, const QString& title) override
+    QString GetOpenFileName(QWidget*, const QString& folder, const CFileFilter& filter,
+                            const QString&) override
     {
         ++m_nOpenCalls;
         m_strLastFolder = folder;
         m_lastFilter = filter;
-        m_strLastTitle = title;
         return m_openAnswers.isEmpty() ? QString() : m_openAnswers.takeFirst();
     }
-    QString GetSaveFileName(QWidget*, const QString& folder, const CFileFilter& filter, const QString& title) override
+    QString GetSaveFileName(QWidget*, const QString& folder, const CFileFilter& filter,
+                            const QString&) override
     {
         ++m_nSaveCalls;
         m_strLastFolder = folder;
         m_lastFilter = filter;
-        m_strLastTitle = title;
         return m_saveAnswers.isEmpty() ? QString() : m_saveAnswers.takeFirst();
     }
     int Exec(QDialog& dialog) override
@@ -72,7 +72,6 @@ public:
     QStringList m_writeFailures;
     QList<OverwriteAnswer> m_overwriteAnswers;
     QStringList m_overwriteQuestions;
-    QString m_strLastTitle;
     QString m_strLastFolder;
     CFileFilter m_lastFilter;
     int m_nOpenCalls = 0;

@@ -6,9 +6,9 @@
 #include "CDriverFile.h"
 #include "CFunctionKeysPage.h"
 #include "CInstrumentSheet.h"
-#include "CScriptPage.h"
 #include "CMainFrame.h"
 #include "COrvalisApp.h"
+#include "CScriptPage.h"
 #include "CTerminalFile.h"
 #include "CTerminalPage.h"
 #include "CTerminalSheet.h"
@@ -48,9 +48,9 @@ private Q_SLOTS:
         qunsetenv("ORVALIS_HOME");
     }
 
-    void addInstrumentWritesProgramFolder()
+    void addInstrumentWritesProgramFolderUnlessCancelledOrUnnamed()
     {
-        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+        m_dialogs->m_onExec = Accept<CInstrumentSheet>([](CInstrumentSheet& sheet) {
             QCOMPARE(sheet.GetActiveIndex(), 0);
             QCOMPARE(sheet.GetPageCount(), 6);
             QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("Balance"));
@@ -65,17 +65,15 @@ private Q_SLOTS:
         QCOMPARE(loaded.m_FunctionKeys.m_Names.size(), 8);
         QCOMPARE(loaded.m_FunctionKeys.GetName(0), QByteArray("Print"));
         QCOMPARE(loaded.m_FunctionKeys.GetCommand(0), QByteArray("P\r\n"));
-    }
 
-    void addInstrumentCancelledOrWithoutFileNameWritesNothing()
-    {
         const QStringList before = QDir(m_home->path()).entryList(QDir::Files);
         // The sheet cancelled.
+        m_dialogs->m_onExec = {};
         m_app->MainFrame()->OnAddInstrument();
-        QCOMPARE(m_dialogs->m_nExecCalls, 1);
+        QCOMPARE(m_dialogs->m_nExecCalls, 2);
         QCOMPARE(QDir(m_home->path()).entryList(QDir::Files), before);
         // An empty file name makes the target the program folder itself.
-        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet&) {});
+        m_dialogs->m_onExec = Accept<CInstrumentSheet>([](CInstrumentSheet&) {});
         m_app->MainFrame()->OnAddInstrument();
         QCOMPARE(QDir(m_home->path()).entryList(QDir::Files), before);
         // Said in a message that offers Save As (declined here).
@@ -96,7 +94,7 @@ private Q_SLOTS:
         QVERIFY(m_app->InitInstance({}));
         const QString target = InFolder(QStringLiteral("installed/orvalis/RO test.tbb"));
         const QString elsewhere = InFolder(QStringLiteral("mine.tbb"));
-        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+        m_dialogs->m_onExec = Accept<CInstrumentSheet>([](CInstrumentSheet& sheet) {
             QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("RO test"));
         });
         m_dialogs->m_saveElsewhereAnswers = {true};
@@ -105,7 +103,8 @@ private Q_SLOTS:
         // The whole message names the file and the reason.
         QCOMPARE(m_dialogs->m_writeFailures.size(), 1);
         const QString message = m_dialogs->m_writeFailures.first();
-        QVERIFY2(message.contains(target + QStringLiteral(": ")) && message.contains(QStringLiteral("directory")),
+        QVERIFY2(message.contains(target + QStringLiteral(": ")) &&
+                     message.contains(QStringLiteral("directory")),
                  qPrintable(message));
         CDriverFile saved;
         QVERIFY(saved.Load(elsewhere).IsOk());
@@ -113,13 +112,13 @@ private Q_SLOTS:
         QCOMPARE(saved.m_Driver.m_strFileName, QByteArray("mine.tbb"));
     }
 
-    void modifyInstrumentUnderNewName()
+    void modifyInstrumentUnderNewNameOrFromAnotherFolder()
     {
         const QString lab = InFolder(QStringLiteral("lab.tbb"));
         WriteInstrument(lab, "Lab", "lab.tbb");
         const QByteArray before = Read(lab);
         m_dialogs->m_openAnswers = {lab};
-        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+        m_dialogs->m_onExec = Accept<CInstrumentSheet>([](CInstrumentSheet& sheet) {
             // The page shows what the file holds.
             QCOMPARE(sheet.m_pGeneralPage->m_pFileName->text(), QStringLiteral("lab.tbb"));
             QVERIFY(sheet.m_pCommPage->Button(CCommPage::Baud, 5)->isChecked());
@@ -134,7 +133,8 @@ private Q_SLOTS:
         QCOMPARE(Read(lab), before);
         // Where the changes went is said.
         QCOMPARE(m_dialogs->m_messages.size(), 1);
-        QVERIFY2(m_dialogs->m_messages.first().contains(QStringLiteral("saved as ") + InFolder(QStringLiteral("lab2.tbb"))),
+        QVERIFY2(m_dialogs->m_messages.first().contains(QStringLiteral("saved as ") +
+                                                        InFolder(QStringLiteral("lab2.tbb"))),
                  qPrintable(m_dialogs->m_messages.first()));
         QVERIFY(m_dialogs->m_messages.first().contains(lab + QStringLiteral(" is unchanged")));
         CDriverFile modified;
@@ -145,20 +145,18 @@ private Q_SLOTS:
         QCOMPARE(modified.m_FunctionKeys.GetCommand(0), QByteArray("P\r"));
         // The sheet is filled like a new driver's: eight more empty keys.
         QCOMPARE(modified.m_FunctionKeys.m_Names.size(), 16);
-    }
 
-    void modifyInstrumentFromAnotherFolder()
-    {
+        // From another folder: the copy goes into the program folder.
         QTemporaryDir elsewhere;
         const QString original = QDir(elsewhere.path()).filePath(QStringLiteral("scale.tbb"));
         WriteInstrument(original, "Scale", "scale.tbb");
-        const QByteArray before = Read(original);
+        const QByteArray untouched = Read(original);
+        m_dialogs->m_messages.clear();
         m_dialogs->m_openAnswers = {original};
-        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
-            sheet.m_pCommPage->Button(CCommPage::Baud, 8)->click();
-        });
+        m_dialogs->m_onExec = Accept<CInstrumentSheet>(
+            [](CInstrumentSheet& sheet) { sheet.m_pCommPage->Button(CCommPage::Baud, 8)->click(); });
         m_app->MainFrame()->OnModifyInstrument();
-        QCOMPARE(Read(original), before);
+        QCOMPARE(Read(original), untouched);
         QCOMPARE(m_dialogs->m_messages.size(), 1);
         QVERIFY(m_dialogs->m_messages.first().contains(original + QStringLiteral(" is unchanged")));
         CDriverFile copy;
@@ -166,64 +164,41 @@ private Q_SLOTS:
         QCOMPARE(copy.m_Comm.m_nBaudRate, 19200);
     }
 
-    void modifyInstrumentCancelled()
-    {
-        const QString lab = InFolder(QStringLiteral("lab.tbb"));
-        WriteInstrument(lab, "Lab", "other.tbb");
-        // The file dialog cancelled: no sheet.
-        m_app->MainFrame()->OnModifyInstrument();
-        QCOMPARE(m_dialogs->m_nExecCalls, 0);
-        // The sheet cancelled: nothing written.
-        m_dialogs->m_openAnswers = {lab};
-        m_app->MainFrame()->OnModifyInstrument();
-        QCOMPARE(m_dialogs->m_nExecCalls, 1);
-        QVERIFY(!QFile::exists(InFolder(QStringLiteral("other.tbb"))));
-        // A missing file shows the defaults and is written under the typed name.
-        m_dialogs->m_openAnswers = {InFolder(QStringLiteral("missing.tbb"))};
-        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
-            QCOMPARE(sheet.m_pGeneralPage->m_pName->text(), QString());
-            QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("New"));
-        });
-        m_app->MainFrame()->OnModifyInstrument();
-        QVERIFY(QFile::exists(InFolder(QStringLiteral("New.tbb"))));
-    }
-
-    void modifyDamagedInstrumentAsksBeforeOverwriting_data()
-    {
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<bool>("rewritten");
-        QTest::newRow("Don't Save leaves it") << int(CUserDialogs::DontSave) << false;
-        QTest::newRow("Write Anyway writes it") << int(CUserDialogs::Overwrite) << true;
-    }
-
     void modifyDamagedInstrumentAsksBeforeOverwriting()
     {
-        QFETCH(int, answer);
         const QString lab = InFolder(QStringLiteral("lab.tbb"));
         WriteInstrument(lab, "Lab", "lab.tbb");
         const QByteArray cut = Read(lab).chopped(3);
-        QFile file(lab);
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(cut) == cut.size());
-        file.close();
-        m_dialogs->m_openAnswers = {lab};
-        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet&) {});
-        m_dialogs->m_overwriteAnswers = {CUserDialogs::OverwriteAnswer(answer)};
-        m_app->MainFrame()->OnModifyInstrument();
-        // Told when it was read, asked before it is written.
-        QCOMPARE(m_dialogs->m_messages.size(), 1);
-        QVERIFY2(m_dialogs->m_messages.first().startsWith(lab + QStringLiteral(": damaged at byte")),
-                 qPrintable(m_dialogs->m_messages.first()));
-        QCOMPARE(m_dialogs->m_overwriteQuestions.size(), 1);
-        QTEST(Read(lab) != cut, "rewritten");
+        m_dialogs->m_onExec = Accept<CInstrumentSheet>([](CInstrumentSheet&) {});
+        // Don't Save leaves it, Write Anyway writes it.
+        for (const auto answer : {CUserDialogs::DontSave, CUserDialogs::Overwrite}) {
+            QFile file(lab);
+            QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(cut) == cut.size());
+            file.close();
+            m_dialogs->m_messages.clear();
+            m_dialogs->m_overwriteQuestions.clear();
+            m_dialogs->m_openAnswers = {lab};
+            m_dialogs->m_overwriteAnswers = {answer};
+            m_app->MainFrame()->OnModifyInstrument();
+            // Told when it was read, asked before it is written.
+            QCOMPARE(m_dialogs->m_messages.size(), 1);
+            QVERIFY2(m_dialogs->m_messages.first().startsWith(lab + QStringLiteral(": damaged at byte")),
+                     qPrintable(m_dialogs->m_messages.first()));
+            QCOMPARE(m_dialogs->m_overwriteQuestions.size(), 1);
+            QCOMPARE(Read(lab) != cut, answer == CUserDialogs::Overwrite);
+        }
     }
 
-    void modifyInstrumentRemembersStartPage()
+    void modifyInstrumentCancelledMissingAndRemembersStartPage()
     {
         const QString lab = InFolder(QStringLiteral("lab.tbb"));
         WriteInstrument(lab, "Lab", "lab.tbb");
+        // The file dialog cancelled: no sheet.
+        m_app->MainFrame()->OnModifyInstrument();
+        QCOMPARE(m_dialogs->m_nExecCalls, 0);
         int startPage = -1;
-        m_dialogs->m_openAnswers = {lab, lab, lab};
-        m_dialogs->m_onExec = AcceptInstrument([&startPage](CInstrumentSheet& sheet) {
+        m_dialogs->m_openAnswers = {lab, lab};
+        m_dialogs->m_onExec = Accept<CInstrumentSheet>([&startPage](CInstrumentSheet& sheet) {
             startPage = sheet.GetActiveIndex();
             sheet.SetActivePage(3);
         });
@@ -239,15 +214,27 @@ private Q_SLOTS:
             sheet.reject();
             return sheet.result();
         };
+        const QByteArray before = Read(lab);
         m_app->MainFrame()->OnModifyInstrument();
         QCOMPARE(startPage, 3);
         QCOMPARE(m_app->m_nModifyInstrumentPage, 3);
+        QCOMPARE(Read(lab), before); // nothing written
 
         // Add Instrument always starts on the first page.
-        m_dialogs->m_onExec = AcceptInstrument([&startPage](CInstrumentSheet& sheet) { startPage = sheet.GetActiveIndex(); });
+        m_dialogs->m_onExec = Accept<CInstrumentSheet>(
+            [&startPage](CInstrumentSheet& sheet) { startPage = sheet.GetActiveIndex(); });
         m_app->MainFrame()->OnAddInstrument();
         QCOMPARE(startPage, 0);
         QCOMPARE(m_app->m_nModifyInstrumentPage, 3);
+
+        // A missing file shows the defaults and is written under the typed name.
+        m_dialogs->m_openAnswers = {InFolder(QStringLiteral("missing.tbb"))};
+        m_dialogs->m_onExec = Accept<CInstrumentSheet>([](CInstrumentSheet& sheet) {
+            QCOMPARE(sheet.m_pGeneralPage->m_pName->text(), QString());
+            QTest::keyClicks(sheet.m_pGeneralPage->m_pName, QStringLiteral("New"));
+        });
+        m_app->MainFrame()->OnModifyInstrument();
+        QVERIFY(QFile::exists(InFolder(QStringLiteral("New.tbb"))));
     }
 
     void modifyInstrumentStoresPendingScriptCommand()
@@ -261,7 +248,7 @@ private Q_SLOTS:
         records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"SkipCharacters(1)"})};
         QVERIFY(records.Store(lab).IsOk());
         m_dialogs->m_openAnswers = {lab};
-        m_dialogs->m_onExec = AcceptInstrument([](CInstrumentSheet& sheet) {
+        m_dialogs->m_onExec = Accept<CInstrumentSheet>([](CInstrumentSheet& sheet) {
             CScriptPage* page = sheet.m_pScriptPage;
             QCOMPARE(sheet.GetPage(4), page);
             QCOMPARE(page->Caption(), QStringLiteral("Script Language"));
@@ -281,11 +268,11 @@ private Q_SLOTS:
         QCOMPARE(written.m_Script.GetCommand(0, 1), QByteArray("TrimLeft()"));
     }
 
-    void addTerminalWritesChosenFile()
+    void addTerminalWritesChosenFileUnlessCancelled()
     {
         const QString target = InFolder(QStringLiteral("vt100.drv"));
         m_dialogs->m_saveAnswers = {target};
-        m_dialogs->m_onExec = AcceptTerminal([](CTerminalSheet& sheet) {
+        m_dialogs->m_onExec = Accept<CTerminalSheet>([](CTerminalSheet& sheet) {
             QCOMPARE(sheet.GetActiveIndex(), 0);
             sheet.m_pTerminalPage->m_pEmulation->setCurrentIndex(4);
             sheet.m_pTerminalPage->m_pColumns->setText(QStringLiteral("132"));
@@ -303,21 +290,18 @@ private Q_SLOTS:
         QCOMPARE(loaded.m_Comm.m_nConnector, -1);
         QCOMPARE(loaded.m_FunctionKeys.GetName(7), QByteArray("Break"));
         QCOMPARE(loaded.m_FunctionKeys.m_Names.size(), 8);
-    }
 
-    void addTerminalSaveCancelled()
-    {
-        m_dialogs->m_onExec = AcceptTerminal([](CTerminalSheet&) {});
+        // The file dialog cancelled: nothing written; a cancelled sheet asks for no file.
+        QVERIFY(QFile::remove(target));
         m_app->MainFrame()->OnAddTerminal();
-        QCOMPARE(m_dialogs->m_nSaveCalls, 1);
+        QCOMPARE(m_dialogs->m_nSaveCalls, 2);
         QCOMPARE(QDir(m_home->path()).entryList({QStringLiteral("*.drv")}), QStringList());
-        // A cancelled sheet asks for no file at all.
         m_dialogs->m_onExec = nullptr;
         m_app->MainFrame()->OnAddTerminal();
-        QCOMPARE(m_dialogs->m_nSaveCalls, 1);
+        QCOMPARE(m_dialogs->m_nSaveCalls, 2);
     }
 
-    void modifyTerminalWritesBack()
+    void modifyTerminalWritesBackAndRemembersStartPage()
     {
         const QString path = QDir(ORVALIS_TEST_DATA).filePath(QStringLiteral("VT100.drv"));
         const QString copy = InFolder(QStringLiteral("VT100.drv"));
@@ -326,47 +310,45 @@ private Q_SLOTS:
         CTerminalFile original;
         QVERIFY(original.Load(copy).IsOk());
 
-        m_dialogs->m_openAnswers = {copy};
-        m_dialogs->m_onExec = AcceptTerminal([&original](CTerminalSheet& sheet) {
+        m_dialogs->m_openAnswers = {copy, copy};
+        int startPage = -1;
+        m_dialogs->m_onExec = Accept<CTerminalSheet>([&](CTerminalSheet& sheet) {
+            startPage = sheet.GetActiveIndex();
+            if (startPage != 0)
+                return;
             QCOMPARE(sheet.m_pTerminalPage->m_pRows->text(), QString::number(original.m_Terminal.m_nRows));
             sheet.m_pTerminalPage->m_pRows->setText(QStringLiteral("50"));
-        });
-        m_app->MainFrame()->OnModifyTerminal();
-        CTerminalFile modified;
-        QVERIFY(modified.Load(copy).IsOk());
-        QCOMPARE(modified.m_Terminal.m_nRows, 50);
-        QCOMPARE(modified.m_Terminal.m_nColumns, original.m_Terminal.m_nColumns);
-        QCOMPARE(modified.m_Comm.m_nBaudRate, original.m_Comm.m_nBaudRate);
-        QCOMPARE(modified.m_FunctionKeys.m_Names.size(), original.m_FunctionKeys.m_Names.size() + 8);
-    }
-
-    void modifyTerminalRemembersStartPage()
-    {
-        const QString path = InFolder(QStringLiteral("t.drv"));
-        CTerminalFile records;
-        records.m_FunctionKeys.AppendEmptyKeys();
-        QVERIFY(records.Store(path).IsOk());
-        int startPage = -1;
-        m_dialogs->m_openAnswers = {path, path};
-        m_dialogs->m_onExec = AcceptTerminal([&startPage](CTerminalSheet& sheet) {
-            startPage = sheet.GetActiveIndex();
             sheet.SetActivePage(2);
         });
         m_app->MainFrame()->OnModifyTerminal();
-        QCOMPARE(startPage, 0);
         QCOMPARE(m_app->m_nModifyTerminalPage, 2);
         m_app->MainFrame()->OnModifyTerminal();
         QCOMPARE(startPage, 2);
         // The instrument sheets keep their own page.
         QCOMPARE(m_app->m_nModifyInstrumentPage, 0);
+        CTerminalFile modified;
+        QVERIFY(modified.Load(copy).IsOk());
+        QCOMPARE(modified.m_Terminal.m_nRows, 50);
+        QCOMPARE(modified.m_Terminal.m_nColumns, original.m_Terminal.m_nColumns);
+        QCOMPARE(modified.m_Comm.m_nBaudRate, original.m_Comm.m_nBaudRate);
+        QCOMPARE(modified.m_FunctionKeys.m_Names.size(), original.m_FunctionKeys.m_Names.size() + 16);
     }
 
 private:
     QString InFolder(const QString& name) const { return QDir(m_home->path()).filePath(name); }
     static QByteArray Read(const QString& path);
-    // Accepts an instrument sheet after edit ran on it.
-    static std::function<int(QDialog&)> AcceptInstrument(std::function<void(CInstrumentSheet&)> edit);
-    static std::function<int(QDialog&)> AcceptTerminal(std::function<void(CTerminalSheet&)> edit);
+    // Accepts a sheet of the given kind after edit ran on it.
+    template <typename Sheet> static std::function<int(QDialog&)> Accept(std::function<void(Sheet&)> edit)
+    {
+        return [edit](QDialog& dialog) {
+            auto* sheet = dynamic_cast<Sheet*>(&dialog);
+            if (!sheet)
+                return int(QDialog::Rejected);
+            edit(*sheet);
+            sheet->accept();
+            return sheet->result();
+        };
+    }
     void WriteInstrument(const QString& path, const QByteArray& name, const QByteArray& fileName);
 
     std::unique_ptr<QTemporaryDir> m_home;
@@ -380,31 +362,8 @@ QByteArray tst_DriverCommands::Read(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-std::function<int(QDialog&)> tst_DriverCommands::AcceptInstrument(std::function<void(CInstrumentSheet&)> edit)
-{
-    return [edit](QDialog& dialog) {
-        auto* sheet = dynamic_cast<CInstrumentSheet*>(&dialog);
-        if (!sheet)
-            return int(QDialog::Rejected);
-        edit(*sheet);
-        sheet->accept();
-        return sheet->result();
-    };
-}
-
-std::function<int(QDialog&)> tst_DriverCommands::AcceptTerminal(std::function<void(CTerminalSheet&)> edit)
-{
-    return [edit](QDialog& dialog) {
-        auto* sheet = dynamic_cast<CTerminalSheet*>(&dialog);
-        if (!sheet)
-            return int(QDialog::Rejected);
-        edit(*sheet);
-        sheet->accept();
-        return sheet->result();
-    };
-}
-
-void tst_DriverCommands::WriteInstrument(const QString& path, const QByteArray& name, const QByteArray& fileName)
+void tst_DriverCommands::WriteInstrument(const QString& path, const QByteArray& name,
+                                         const QByteArray& fileName)
 {
     CDriverFile records;
     records.m_Driver.m_strName = name;
@@ -417,8 +376,6 @@ void tst_DriverCommands::WriteInstrument(const QString& path, const QByteArray& 
     records.m_FunctionKeys.m_Commands[0] = "P\r";
     QVERIFY(records.Store(path).IsOk());
 }
-
-// ---------------------------------------------------------------------------
 
 QTEST_MAIN(tst_DriverCommands)
 #include "tst_DriverCommands.moc"

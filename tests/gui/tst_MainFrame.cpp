@@ -12,9 +12,9 @@
 #include "ResourceIds.h"
 #include "ScriptedDialogs.h"
 
+#include <QDir>
 #include <QFile>
 #include <QLabel>
-#include <QDir>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
@@ -52,7 +52,8 @@ private Q_SLOTS:
         QTest::newRow("first start, empty folder: the examples") << QByteArray() << QString() << examples;
         QTest::newRow("first start, the user's own driver: nothing added")
             << QByteArray() << QStringLiteral("lab.tbb") << QStringList{"lab.tbb"};
-        QTest::newRow("a terminal driver counts too") << QByteArray() << QStringLiteral("vt.drv") << QStringList{};
+        QTest::newRow("a terminal driver counts too")
+            << QByteArray() << QStringLiteral("vt.drv") << QStringList{};
         QTest::newRow("a later start: examples the user deleted stay deleted")
             << QByteArray("[Settings]\nWindow=10 20 810 620\n") << QString() << QStringList{};
     }
@@ -108,7 +109,8 @@ private Q_SLOTS:
         m_app.reset();
 
         const CProfile profile(ProfilePath());
-        QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("Window")), QStringLiteral("30 40 730 540"));
+        QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("Window")),
+                 QStringLiteral("30 40 730 540"));
         QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")),
                  QStringLiteral("/data/lab.tbb"));
         QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastTerminalDriver")),
@@ -152,7 +154,9 @@ private Q_SLOTS:
         QVERIFY(m_app->MainFrame()->close());
         m_app->ExitInstance(0);
         m_app.reset();
-        QCOMPARE(CProfile(ProfilePath()).GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")), driver);
+        QCOMPARE(
+            CProfile(ProfilePath()).GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")),
+            driver);
     }
 
     void embeddedStartShowsNothing()
@@ -185,61 +189,40 @@ private Q_SLOTS:
         QVERIFY(qobject_cast<CTerminalFrame*>(windows.at(1)));
     }
 
-    void functionKeyBarLayout_data()
-    {
-        QTest::addColumn<int>("width");
-        QTest::addColumn<int>("buttonWidth");
-        QTest::newRow("807 pixels: eight of 100 and 7 empty at the right") << 807 << 100;
-        QTest::newRow("800 pixels: eight of 100") << 800 << 100;
-        QTest::newRow("7 pixels: no room for a button") << 7 << 0;
-    }
-
     void functionKeyBarLayout()
     {
-        QFETCH(int, width);
-        QFETCH(int, buttonWidth);
-
-        CFunctionKeyBar bar;
-        bar.resize(width, 30);
-        bar.show();
-        for (int i = 0; i < CFunctionKeyBar::ButtonCount; ++i) {
-            const QRect geometry = bar.Button(CFunctionKeyBar::FirstId + i)->geometry();
-            QCOMPARE(geometry, QRect(i * buttonWidth, 2, buttonWidth, 26));
+        // 807 pixels: eight of 100 and 7 empty at the right; 7: no room for a button.
+        for (const auto& [width, buttonWidth] : {std::pair{807, 100}, std::pair{800, 100}, std::pair{7, 0}}) {
+            CFunctionKeyBar bar;
+            bar.resize(width, 30);
+            bar.show();
+            for (int i = 0; i < CFunctionKeyBar::ButtonCount; ++i)
+                QCOMPARE(bar.Button(CFunctionKeyBar::FirstId + i)->geometry(),
+                         QRect(i * buttonWidth, 2, buttonWidth, 26));
+            QVERIFY(!bar.Button(CFunctionKeyBar::FirstId - 1));
+            QVERIFY(!bar.Button(CFunctionKeyBar::FirstId + CFunctionKeyBar::ButtonCount));
         }
-        QVERIFY(!bar.Button(CFunctionKeyBar::FirstId - 1));
-        QVERIFY(!bar.Button(CFunctionKeyBar::FirstId + CFunctionKeyBar::ButtonCount));
-    }
-
-    void functionKeyTexts_data()
-    {
-        QTest::addColumn<int>("id");
-        QTest::addColumn<int>("setResult");
-        QTest::addColumn<int>("getResult");
-        QTest::newRow("F1") << 3048 << 1 << 5;
-        QTest::newRow("F8") << 3055 << 1 << 5;
-        QTest::newRow("3047 is no function key") << 3047 << 0 << -1;
-        QTest::newRow("3056 is no function key") << 3056 << 0 << -1;
     }
 
     void functionKeyTexts()
     {
-        QFETCH(int, id);
-        QFETCH(int, getResult);
-
-        CMainFrame frame;
-        QTEST(frame.SetFunctionKeyText(id, QStringLiteral("Print")), "setResult");
-        QString text = QStringLiteral("unchanged");
-        QCOMPARE(frame.GetFunctionKeyText(id, text), getResult);
-        QCOMPARE(text, getResult < 0 ? QStringLiteral("unchanged") : QStringLiteral("Print"));
-        // No other button took the caption.
-        for (int other = 3048; other <= 3055; ++other) {
-            QString caption;
-            frame.GetFunctionKeyText(other, caption);
-            QCOMPARE(caption.isEmpty(), other != id);
+        // Only F1 (3048) to F8 (3055) take a caption, each its own.
+        for (const int id : {3047, 3048, 3055, 3056}) {
+            const bool key = id >= 3048 && id <= 3055;
+            CMainFrame frame;
+            QCOMPARE(frame.SetFunctionKeyText(id, QStringLiteral("Print")), int(key));
+            QString text = QStringLiteral("unchanged");
+            QCOMPARE(frame.GetFunctionKeyText(id, text), key ? 5 : -1);
+            QCOMPARE(text, key ? QStringLiteral("Print") : QStringLiteral("unchanged"));
+            for (int other = 3048; other <= 3055; ++other) {
+                QString caption;
+                frame.GetFunctionKeyText(other, caption);
+                QCOMPARE(caption.isEmpty(), other != id);
+            }
         }
     }
 
-    void functionKeyBarShowAndHide()
+    void functionKeyBarShowAndHideAndCountPane()
     {
         StartApp();
         CMainFrame* frame = m_app->MainFrame();
@@ -252,22 +235,18 @@ private Q_SLOTS:
         frame->ShowFunctionKeyBar(0);
         QVERIFY(!frame->IsFunctionKeyBarVisible());
         QTRY_VERIFY(frame->MdiArea()->height() > mdiHeight);
-    }
 
-    void countMessage()
-    {
-        StartApp();
-        CMainFrame* frame = m_app->MainFrame();
+        // The count pane shows a posted count when it is delivered.
         QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString());
         frame->PostShowCount(1234);
-        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString()); // shown when delivered
+        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString());
         QCoreApplication::sendPostedEvents(frame);
         QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("    1234"));
         frame->OnShowCount(123456789);
         QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("123456789"));
     }
 
-    void menuFollowsActiveWindow()
+    void connectInstrumentOpensWindowAndMenuFollowsIt()
     {
         CScriptedDialogs dialogs;
         StartApp();
@@ -280,8 +259,17 @@ private Q_SLOTS:
         };
         QCOMPARE(popupTitles(), (QStringList{"&File", "&View", "&Connect", "&Terminal", "&Help"}));
 
-        dialogs.m_openAnswers = {QStringLiteral("/data/lab.tbb"), QStringLiteral("/data/vt100.drv")};
+        // Cancelled: no window, no driver; the request stays set.
         frame->OnConnectInstrument();
+        QCOMPARE(dialogs.m_strLastFolder, m_app->ProgramFolder());
+        QCOMPARE(dialogs.m_lastFilter.strDefaultExtension, QStringLiteral("tbb"));
+        QCOMPARE(frame->MdiArea()->subWindowList().size(), 0);
+        QVERIFY(m_app->m_strLastUsedDriver.isEmpty());
+        QCOMPARE(m_app->m_bConnectRequested, 1);
+        dialogs.m_openAnswers = {QStringLiteral("/data/lab.tbb"), QStringLiteral("/data/vt100.drv")};
+        frame->RouteCommand(ID_CONNECT_INSTRUMENT);
+        QCOMPARE(m_app->m_strLastUsedDriver, QStringLiteral("/data/lab.tbb"));
+        QVERIFY(qobject_cast<CChildFrame*>(frame->MdiArea()->subWindowList().value(0)));
         QCOMPARE(frame->CurrentMenuId(), IDR_ORVALITYPE);
         QCOMPARE(popupTitles(),
                  (QStringList{"&File", "&Edit", "&View", "&Connect", "&Extras", "&Window", "&Help"}));
@@ -332,26 +320,6 @@ private Q_SLOTS:
         QVERIFY(!frame->QueryCommand(ID_VIEW_TOOLBAR).bChecked);
     }
 
-    void connectInstrumentOpensWindow()
-    {
-        CScriptedDialogs dialogs;
-        StartApp();
-        // Cancelled: no window, no driver; the request stays set.
-        m_app->MainFrame()->OnConnectInstrument();
-        QCOMPARE(dialogs.m_strLastFolder, m_app->ProgramFolder());
-        QCOMPARE(dialogs.m_lastFilter.strDefaultExtension, QStringLiteral("tbb"));
-        QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 0);
-        QVERIFY(m_app->m_strLastUsedDriver.isEmpty());
-        QCOMPARE(m_app->m_bConnectRequested, 1);
-        dialogs.m_openAnswers = {QStringLiteral("/data/balance.tbb")};
-        m_app->MainFrame()->RouteCommand(ID_CONNECT_INSTRUMENT);
-        QCOMPARE(m_app->m_strLastUsedDriver, QStringLiteral("/data/balance.tbb"));
-        const QList<QMdiSubWindow*> windows = m_app->MainFrame()->MdiArea()->subWindowList();
-        QCOMPARE(windows.size(), 1);
-        QVERIFY(qobject_cast<CChildFrame*>(windows.first()));
-        QVERIFY(windows.first()->widget());
-    }
-
     void openFileAndRecentFiles()
     {
         CScriptedDialogs dialogs;
@@ -384,7 +352,8 @@ private Q_SLOTS:
         QVERIFY(frame->close());
         m_app->ExitInstance(0);
         m_app.reset();
-        QCOMPARE(CProfile(ProfilePath()).GetProfileString(QStringLiteral("Recent File List"), QStringLiteral("File2")),
+        QCOMPARE(CProfile(ProfilePath())
+                     .GetProfileString(QStringLiteral("Recent File List"), QStringLiteral("File2")),
                  QStringLiteral("/data/old.txt"));
     }
 

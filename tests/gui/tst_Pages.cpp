@@ -15,8 +15,8 @@
 
 #include <QButtonGroup>
 #include <QCheckBox>
-#include <QGroupBox>
 #include <QComboBox>
+#include <QGroupBox>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -57,7 +57,7 @@ private Q_SLOTS:
         QVERIFY(modifying.m_pExcel->isEnabled());
     }
 
-    void commPageDefaultRecord()
+    void commPageRoundTrip()
     {
         CCommPage page;
         page.SetParameters(CCommParameter());
@@ -66,134 +66,84 @@ private Q_SLOTS:
         QVERIFY(!page.Button(CCommPage::Baud, 10)->isEnabled());
         QVERIFY(!page.Button(CCommPage::Baud, 11)->isEnabled());
         QVERIFY(page.Button(CCommPage::Flow, 3)->isHidden());
-
         CCommParameter stored;
         stored.m_nConnector = 4;
         page.GetParameters(stored);
         QCOMPARE(stored.m_nConnector, -1); // the name is always written
         QCOMPARE(stored.m_strConnector, QByteArray());
-        QCOMPARE(stored.m_nBaudRate, 9600);
-        QCOMPARE(stored.m_nDataBits, 8);
-        QCOMPARE(stored.m_cParity, int('N'));
-        QCOMPARE(stored.m_nStopBits, 1);
         QCOMPARE(stored.m_nFlowControl, 2);
-    }
-
-    void commPageRoundTrip_data()
-    {
-        QTest::addColumn<int>("baud");
-        QTest::addColumn<int>("dataBits");
-        QTest::addColumn<int>("parity");
-        QTest::addColumn<int>("stopBits");
-        QTest::addColumn<int>("flow");
-        QTest::addColumn<int>("checkedButtons");
-
-        QTest::newRow("every group has its button") << 19200 << 7 << int('E') << 2 << 1 << 5;
-        QTest::newRow("Dtr/Dsr shows no button but is stored back") << 9600 << 8 << int('N') << 1 << 3 << 5;
-        QTest::newRow("a baud rate outside the list is kept") << 31250 << 8 << int('N') << 1 << 0 << 4;
-        QTest::newRow("an unknown parity letter is kept") << 9600 << 8 << int('X') << 1 << 0 << 4;
-        QTest::newRow("nine data bits are kept") << 9600 << 9 << int('S') << 1 << 0 << 4;
-    }
-
-    void commPageRoundTrip()
-    {
-        QFETCH(int, baud);
-        QFETCH(int, dataBits);
-        QFETCH(int, parity);
-        QFETCH(int, stopBits);
-        QFETCH(int, flow);
-
-        CCommParameter record;
-        record.m_nBaudRate = baud;
-        record.m_nDataBits = dataBits;
-        record.m_cParity = parity;
-        record.m_nStopBits = stopBits;
-        record.m_nFlowControl = flow;
-        CCommPage page;
-        page.SetParameters(record);
-        int checked = 0;
-        for (int group = 0; group < CCommPage::GroupCount; ++group)
-            checked += page.ButtonGroup(CCommPage::Group(group))->checkedButton() ? 1 : 0;
-        QTEST(checked, "checkedButtons");
-
-        CCommParameter stored = record;
-        page.GetParameters(stored);
-        QCOMPARE(stored.m_nBaudRate, baud);
-        QCOMPARE(stored.m_nDataBits, dataBits);
-        QCOMPARE(stored.m_cParity, parity);
-        QCOMPARE(stored.m_nStopBits, stopBits);
-        QCOMPARE(stored.m_nFlowControl, flow);
-    }
-
-    void commPageStoresChosenButtons()
-    {
-        CCommPage page;
-        page.SetParameters(CCommParameter());
+        // The user's buttons.
         page.Button(CCommPage::Baud, 0)->click();
         page.Button(CCommPage::DataBits, 2)->click();
         page.Button(CCommPage::Parity, 4)->click();
         page.Button(CCommPage::StopBits, 1)->click();
         page.Button(CCommPage::Flow, 1)->click();
-        CCommParameter stored;
         page.GetParameters(stored);
         QCOMPARE(stored.m_nBaudRate, 110);
         QCOMPARE(stored.m_nDataBits, 7);
         QCOMPARE(stored.m_cParity, int('S'));
         QCOMPARE(stored.m_nStopBits, 2);
         QCOMPARE(stored.m_nFlowControl, 1);
+
+        const struct
+        {
+            const char* name;
+            int baud, dataBits, parity, stopBits, flow, checkedButtons;
+        } rows[] = {
+            {"every group has its button", 19200, 7, 'E', 2, 1, 5},
+            {"Dtr/Dsr shows no button but is stored back", 9600, 8, 'N', 1, 3, 5},
+            {"a baud rate outside the list is kept", 31250, 8, 'N', 1, 0, 4},
+            {"an unknown parity letter is kept", 9600, 8, 'X', 1, 0, 4},
+            {"nine data bits are kept", 9600, 9, 'S', 1, 0, 4},
+        };
+        for (const auto& row : rows) {
+            CCommParameter record;
+            record.m_nBaudRate = row.baud;
+            record.m_nDataBits = row.dataBits;
+            record.m_cParity = row.parity;
+            record.m_nStopBits = row.stopBits;
+            record.m_nFlowControl = row.flow;
+            CCommPage shown;
+            shown.SetParameters(record);
+            int checked = 0;
+            for (int group = 0; group < CCommPage::GroupCount; ++group)
+                checked += shown.ButtonGroup(CCommPage::Group(group))->checkedButton() ? 1 : 0;
+            QVERIFY2(checked == row.checkedButtons, row.name);
+            stored = record;
+            shown.GetParameters(stored);
+            QVERIFY2(stored.m_nBaudRate == row.baud && stored.m_nDataBits == row.dataBits, row.name);
+            QVERIFY2(stored.m_cParity == row.parity && stored.m_nStopBits == row.stopBits, row.name);
+            QVERIFY2(stored.m_nFlowControl == row.flow, row.name);
+        }
     }
 
-    void connectorSelection_data()
+    void connectorEntriesAndSelection()
     {
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<QByteArray>("entry");
-        QTest::newRow("COM1 selects COM1, not COM10") << QByteArray("COM1") << QByteArray("COM1");
-        QTest::newRow("a device path selects itself") << QByteArray("/dev/ttyUSB0") << QByteArray("/dev/ttyUSB0");
-        QTest::newRow("a converter serial number") << QByteArray("FTVD0042") << QByteArray("FTVD0042");
-        QTest::newRow("an empty name is None") << QByteArray() << QByteArray("None");
-        // Names the list does not hold are shown as they are, never as another entry.
-        QTest::newRow("a bare device name is not its path") << QByteArray("ttyUSB0") << QByteArray();
-        QTest::newRow("part of a serial number is another converter") << QByteArray("VD0042") << QByteArray();
-        QTest::newRow("matching is case-sensitive") << QByteArray("com1") << QByteArray();
-    }
-
-    void connectorSelection()
-    {
-        QFETCH(QByteArray, name);
-        const QByteArrayList entries =
-            CCommPage::ConnectorEntries(true, "None", {"FTVD0042", "FT123456"}, {"/dev/ttyS0", "/dev/ttyUSB0"});
-        const int index = CCommPage::FindConnector(entries, name);
-        QTEST(index >= 0 ? entries.at(index) : QByteArray(), "entry");
-    }
-
-    void connectorEntries()
-    {
-        const QByteArrayList entries =
-            CCommPage::ConnectorEntries(true, "None", {"FTVD0042", "FT123456"}, {"/dev/ttyACM0"});
+        const QByteArrayList entries = CCommPage::ConnectorEntries(true, "None", {"FTVD0042", "FT123456"},
+                                                                   {"/dev/ttyS0", "/dev/ttyUSB0"});
         // None, the "VD" converters, the devices, COM1..COM255.
-        QCOMPARE(entries.mid(0, 4), (QByteArrayList{"None", "FTVD0042", "/dev/ttyACM0", "COM1"}));
-        QCOMPARE(entries.size(), 3 + 255);
+        QCOMPARE(entries.mid(0, 5),
+                 (QByteArrayList{"None", "FTVD0042", "/dev/ttyS0", "/dev/ttyUSB0", "COM1"}));
+        QCOMPARE(entries.size(), 4 + 255);
         QCOMPARE(entries.last(), QByteArray("COM255"));
         QCOMPARE(CCommPage::ConnectorEntries(false, "None", {}, {}).first(), QByteArray("COM1"));
+        // Names the list does not hold are shown as they are, never as another entry.
+        const struct
+        {
+            const char* name;
+            QByteArray entry;
+        } rows[] = {
+            {"COM1", "COM1"}, {"/dev/ttyUSB0", "/dev/ttyUSB0"}, {"FTVD0042", "FTVD0042"}, {"", "None"},
+            {"ttyUSB0", {}}, // a bare device name is not its path
+            {"VD0042", {}},  // part of a serial number is another converter
+            {"com1", {}}};   // matching is case-sensitive
+        for (const auto& row : rows) {
+            const int index = CCommPage::FindConnector(entries, row.name);
+            QVERIFY2((index >= 0 ? entries.at(index) : QByteArray()) == row.entry, row.name);
+        }
     }
 
-    void connectorNameTakenWhenPicked()
-    {
-        CCommPage page;
-        page.SetParameters(CCommParameter());
-        const int com3 = page.m_pConnector->findText(QStringLiteral("COM3"));
-        // Selecting from the program does not change the name...
-        page.m_pConnector->setCurrentIndex(com3);
-        CCommParameter stored;
-        page.GetParameters(stored);
-        QCOMPARE(stored.m_strConnector, QByteArray());
-        // ...the user's choice does.
-        page.m_pConnector->activated(com3);
-        page.GetParameters(stored);
-        QCOMPARE(stored.m_strConnector, QByteArray("COM3"));
-    }
-
-    void unknownConnectorNameIsKept()
+    void connectorNameKeptUnlessPicked()
     {
         CCommParameter record;
         record.m_nConnector = -1;
@@ -211,6 +161,16 @@ private Q_SLOTS:
         page.GetParameters(stored);
         QCOMPARE(stored.m_strConnector, QByteArray("FTVD9999"));
 
+        // Selecting from the program does not change the name, the user's choice does.
+        page.SetParameters(CCommParameter());
+        const int com3 = page.m_pConnector->findText(QStringLiteral("COM3"));
+        page.m_pConnector->setCurrentIndex(com3);
+        page.GetParameters(stored);
+        QCOMPARE(stored.m_strConnector, QByteArray());
+        page.m_pConnector->activated(com3);
+        page.GetParameters(stored);
+        QCOMPARE(stored.m_strConnector, QByteArray("COM3"));
+
         // The empty name of a new driver stays empty when the focus passes.
         QLineEdit focusElsewhere(&page);
         page.show();
@@ -223,123 +183,111 @@ private Q_SLOTS:
         QCOMPARE(stored.m_strConnector, QByteArray());
     }
 
-    void connectorTyped_data()
-    {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QByteArray>("stored");
-        QTest::addColumn<bool>("accepted");
-        QTest::newRow("a device path") << QStringLiteral("/dev/serial/by-id/usb-FTDI-if00") << QByteArray("/dev/serial/by-id/usb-FTDI-if00") << true;
-        QTest::newRow("a tty name") << QStringLiteral(" ttyACM3 ") << QByteArray("ttyACM3") << true;
-        QTest::newRow("a serial number") << QStringLiteral("FTVD1234") << QByteArray("FTVD1234") << true;
-        QTest::newRow("a COM port beyond 255 is refused") << QStringLiteral("COM256") << QByteArray() << false;
-        QTest::newRow("a relative path is refused") << QStringLiteral("dev/ttyS0") << QByteArray() << false;
-    }
-
     void connectorTyped()
     {
-        QFETCH(QString, typed);
-        QFETCH(bool, accepted);
-        CScriptedDialogs dialogs;
-        CCommParameter record;
-        record.m_nConnector = -1;
-        record.m_strConnector = "COM2";
-        CCommPage page;
-        page.SetParameters(record);
-        page.m_pConnector->lineEdit()->selectAll();
-        QTest::keyClicks(page.m_pConnector->lineEdit(), typed);
-        QCOMPARE(page.OnKillActive(), accepted);
-        QCOMPARE(dialogs.m_messages.size(), accepted ? 0 : 1);
-        if (!accepted) {
-            QVERIFY2(dialogs.m_messages.value(0).contains(typed), qPrintable(dialogs.m_messages.value(0)));
-            return;
+        const struct
+        {
+            QString typed;
+            QByteArray stored; // empty: refused
+        } rows[] = {
+            {QStringLiteral("/dev/serial/by-id/usb-FTDI-if00"), "/dev/serial/by-id/usb-FTDI-if00"},
+            {QStringLiteral(" ttyACM3 "), "ttyACM3"},
+            {QStringLiteral("FTVD1234"), "FTVD1234"},
+            {QStringLiteral("COM256"), {}},    // beyond 255
+            {QStringLiteral("dev/ttyS0"), {}}, // a relative path
+        };
+        for (const auto& row : rows) {
+            CScriptedDialogs dialogs;
+            CCommParameter record;
+            record.m_nConnector = -1;
+            record.m_strConnector = "COM2";
+            CCommPage page;
+            page.SetParameters(record);
+            page.m_pConnector->lineEdit()->selectAll();
+            QTest::keyClicks(page.m_pConnector->lineEdit(), row.typed);
+            const bool accepted = !row.stored.isEmpty();
+            QVERIFY2(page.OnKillActive() == accepted, qPrintable(row.typed));
+            QCOMPARE(dialogs.m_messages.size(), accepted ? 0 : 1);
+            if (!accepted) {
+                QVERIFY2(dialogs.m_messages.value(0).contains(row.typed),
+                         qPrintable(dialogs.m_messages.value(0)));
+                continue;
+            }
+            CCommParameter result;
+            page.GetParameters(result);
+            QCOMPARE(result.m_strConnector, row.stored);
         }
-        CCommParameter result;
-        page.GetParameters(result);
-        QTEST(result.m_strConnector, "stored");
     }
 
-    void settingsPageRoundTrip_data()
+    void settingsPageRoundTripKeepsHiddenSwitches()
     {
-        QTest::addColumn<int>("columns");
-        QTest::addColumn<int>("storedColumns");
-        QTest::newRow("80 stays 80") << 80 << 80;
-        QTest::newRow("100 loads as 132 and is stored as 132") << 100 << 132;
-    }
-
-    void settingsPageRoundTrip()
-    {
-        QFETCH(int, columns);
-        CTerminalParameter record;
-        record.m_nColumns = columns;
-        record.m_bReceiveCRLF = 0;
-        record.m_bSendCRLF = 1;
-        record.m_bShowControlChars = 1;
-        CSettingsPage page;
-        page.LoadFrom(record);
-        CTerminalParameter stored;
-        stored.m_nRows = 33;
-        page.SaveTo(stored);
-        QTEST(stored.m_nColumns, "storedColumns");
-        QCOMPARE(stored.m_bReceiveCRLF, 0);
-        QCOMPARE(stored.m_bSendCRLF, 1);
-        QCOMPARE(stored.m_bShowControlChars, 1);
-        QCOMPARE(stored.m_nRows, 33); // not this page's field
+        // 100 columns load as 132 and are stored as 132.
+        for (const auto& [columns, storedColumns] : {std::pair{80, 80}, std::pair{100, 132}}) {
+            CTerminalParameter record;
+            record.m_nColumns = columns;
+            record.m_bReceiveCRLF = 0;
+            record.m_bSendCRLF = 1;
+            record.m_bShowControlChars = 1;
+            CSettingsPage page;
+            page.LoadFrom(record);
+            CTerminalParameter stored;
+            stored.m_nRows = 33;
+            page.SaveTo(stored);
+            QCOMPARE(stored.m_nColumns, storedColumns);
+            QCOMPARE(stored.m_bReceiveCRLF, 0);
+            QCOMPARE(stored.m_bSendCRLF, 1);
+            QCOMPARE(stored.m_bShowControlChars, 1);
+            QCOMPARE(stored.m_nRows, 33); // not this page's field
+        }
         // A page that was never loaded stores 80.
-        CSettingsPage fresh;
-        fresh.SaveTo(stored);
-        QCOMPARE(stored.m_nColumns, 80);
-    }
-
-    void settingsPageKeepsHiddenSwitches()
-    {
-        CTerminalParameter record;
-        record.m_bLocalEcho = 1;
-        record.m_bLineWrap = 1;
-        CSettingsPage page;
-        page.LoadFrom(record);
-        QVERIFY(page.m_pLocalEcho->isHidden());
-        QVERIFY(page.m_pLineWrap->isHidden());
-        QVERIFY(page.m_pColumnsGroup->isHidden());
-        page.m_pReceiveCRLF->click(); // unticks "&Receiving"
         CTerminalParameter stored;
-        page.SaveTo(stored);
-        QCOMPARE(stored.m_bReceiveCRLF, 0);
-        QCOMPARE(stored.m_bLocalEcho, 1);
-        QCOMPARE(stored.m_bLineWrap, 1);
-    }
+        CSettingsPage().SaveTo(stored);
+        QCOMPARE(stored.m_nColumns, 80);
 
-    void functionKeysEncodeAndDecode_data()
-    {
-        QTest::addColumn<QByteArray>("command");
-        QTest::addColumn<QString>("shown");
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QByteArray>("stored");
-
-        QTest::newRow("a CR byte is shown as <CR>") << QByteArray("R\r") << "R<CR>" << "R<CR>" << QByteArray("R\r");
-        QTest::newRow("<SPC> is typed and stored as a space")
-            << QByteArray() << "" << "SEND<SPC>1" << QByteArray("SEND 1");
-        QTest::newRow("ESC sequences") << QByteArray("\x1b[2J") << "<ESC>[2J" << "<ESC>[2J" << QByteArray("\x1b[2J");
-        QTest::newRow("code page characters") << QByteArray("\xb5g") << "µg" << "µg" << QByteArray("\xb5g");
+        // The switches it does not show are kept as loaded.
+        CTerminalParameter hidden;
+        hidden.m_bLocalEcho = 1;
+        hidden.m_bLineWrap = 1;
+        CSettingsPage page;
+        page.LoadFrom(hidden);
+        QVERIFY(page.m_pLocalEcho->isHidden() && page.m_pLineWrap->isHidden() &&
+                page.m_pColumnsGroup->isHidden());
+        page.m_pReceiveCRLF->click(); // unticks "&Receiving"
+        CTerminalParameter saved;
+        page.SaveTo(saved);
+        QCOMPARE(saved.m_bReceiveCRLF, 0);
+        QCOMPARE(saved.m_bLocalEcho, 1);
+        QCOMPARE(saved.m_bLineWrap, 1);
     }
 
     void functionKeysEncodeAndDecode()
     {
-        QFETCH(QByteArray, command);
-        QFETCH(QString, typed);
-        QFETCH(QByteArray, stored);
-
-        CFunctionKeysParameter keys;
-        keys.AppendEmptyKeys();
-        keys.m_Commands[2] = command;
-        keys.m_Names[2] = "<CR>";
-        CFunctionKeysPage page;
-        page.LoadFrom(keys);
-        QTEST(page.m_commands.at(2)->text(), "shown");
-        page.m_commands.at(2)->setText(typed);
-        page.SaveTo(keys);
-        QCOMPARE(keys.m_Commands.at(2), stored);
-        // Names are stored exactly as typed.
-        QCOMPARE(keys.m_Names.at(2), QByteArray("<CR>"));
+        const struct
+        {
+            QByteArray command;
+            QString shown;
+            QString typed;
+            QByteArray stored;
+        } rows[] = {
+            {"R\r", "R<CR>", "R<CR>", "R\r"},
+            {{}, {}, "SEND<SPC>1", "SEND 1"}, // <SPC> is typed and stored as a space
+            {"\x1b[2J", "<ESC>[2J", "<ESC>[2J", "\x1b[2J"},
+            {"\xb5g", QStringLiteral("µg"), QStringLiteral("µg"), "\xb5g"}, // code page characters
+        };
+        for (const auto& row : rows) {
+            CFunctionKeysParameter keys;
+            keys.AppendEmptyKeys();
+            keys.m_Commands[2] = row.command;
+            keys.m_Names[2] = "<CR>";
+            CFunctionKeysPage page;
+            page.LoadFrom(keys);
+            QCOMPARE(page.m_commands.at(2)->text(), row.shown);
+            page.m_commands.at(2)->setText(row.typed);
+            page.SaveTo(keys);
+            QCOMPARE(keys.m_Commands.at(2), row.stored);
+            // Names are stored exactly as typed.
+            QCOMPARE(keys.m_Names.at(2), QByteArray("<CR>"));
+        }
     }
 
     void functionKeysNeedEightEntries()
@@ -400,54 +348,67 @@ private Q_SLOTS:
         QCOMPARE(page.m_commands.at(0)->text(), QString(99, QLatin1Char('x')) + QStringLiteral("<CR>"));
     }
 
-    void terminalPageBounds_data()
-    {
-        QTest::addColumn<QString>("columns");
-        QTest::addColumn<QString>("rows");
-        QTest::addColumn<QString>("message");
-
-        QTest::newRow("40 columns and 10 rows are accepted") << "40" << "10" << "";
-        QTest::newRow("132 columns and 60 rows are accepted") << "132" << "60" << "";
-        QTest::newRow("39 columns are refused") << "39" << "24" << "Please enter an integer between 40 and 132.";
-        QTest::newRow("133 columns are refused") << "133" << "24" << "Please enter an integer between 40 and 132.";
-        QTest::newRow("9 rows are refused") << "80" << "9" << "Please enter an integer between 10 and 60.";
-        QTest::newRow("61 rows are refused") << "80" << "61" << "Please enter an integer between 10 and 60.";
-        QTest::newRow("a text is not an integer") << "eighty" << "24" << "Please enter an integer.";
-        QTest::newRow("columns are checked before rows") << "1" << "1" << "Please enter an integer between 40 and 132.";
-    }
-
     void terminalPageBounds()
     {
-        QFETCH(QString, columns);
-        QFETCH(QString, rows);
-        QFETCH(QString, message);
-
-        CScriptedDialogs dialogs;
-        CTerminalPage page;
-        page.LoadFrom(CTerminalParameter());
-        page.m_pColumns->setText(columns);
-        page.m_pRows->setText(rows);
-        QCOMPARE(page.OnKillActive(), message.isEmpty());
-        QCOMPARE(dialogs.m_messages, message.isEmpty() ? QStringList() : QStringList{message});
-        CTerminalParameter stored;
-        stored.m_nColumns = 1;
-        page.SaveTo(stored);
-        // A refused value stores nothing new.
-        QCOMPARE(stored.m_nColumns, message.isEmpty() ? columns.toInt() : 80);
+        const QString columnsRange = QStringLiteral("Please enter an integer between 40 and 132.");
+        const QString rowsRange = QStringLiteral("Please enter an integer between 10 and 60.");
+        const struct
+        {
+            QString columns;
+            QString rows;
+            QString message; // empty: accepted
+        } rows[] = {
+            {"40", "10", {}},
+            {"132", "60", {}},
+            {"39", "24", columnsRange},
+            {"133", "24", columnsRange},
+            {"80", "9", rowsRange},
+            {"80", "61", rowsRange},
+            {"eighty", "24", QStringLiteral("Please enter an integer.")},
+            {"1", "1", columnsRange}, // columns are checked before rows
+        };
+        for (const auto& row : rows) {
+            CScriptedDialogs dialogs;
+            CTerminalPage page;
+            page.LoadFrom(CTerminalParameter());
+            page.m_pColumns->setText(row.columns);
+            page.m_pRows->setText(row.rows);
+            const QString name = row.columns + QLatin1Char(' ') + row.rows;
+            QVERIFY2(page.OnKillActive() == row.message.isEmpty(), qPrintable(name));
+            QCOMPARE(dialogs.m_messages, row.message.isEmpty() ? QStringList() : QStringList{row.message});
+            CTerminalParameter stored;
+            stored.m_nColumns = 1;
+            page.SaveTo(stored);
+            // A refused value stores nothing new.
+            QCOMPARE(stored.m_nColumns, row.message.isEmpty() ? row.columns.toInt() : 80);
+        }
     }
 
-    void terminalPageEmulation()
+    void terminalPageEmulationAndOtherFields()
     {
         CScriptedDialogs dialogs;
         CTerminalPage page;
         CTerminalParameter record;
         record.m_nEmulation = 4;
+        record.m_bSendCRLF = 1;
+        record.m_bLineWrap = 1;
+        record.m_bShowControlChars = 1;
+        record.m_bBlockCursor = 1;
         page.LoadFrom(record);
         QCOMPARE(page.m_pEmulation->currentText(), QStringLiteral("VT100"));
         page.m_pEmulation->setCurrentIndex(1);
+        page.m_pLocalEcho->click();
+        page.m_pScrollbar->click();
         QVERIFY(page.OnKillActive());
         page.SaveTo(record);
         QCOMPARE(record.m_nEmulation, 1); // TTY
+        QCOMPARE(record.m_bLocalEcho, 1);
+        QCOMPARE(record.m_bScrollbar, 0);
+        // Fields of other pages stay.
+        QCOMPARE(record.m_bBlockCursor, 1);
+        QCOMPARE(record.m_bSendCRLF, 1);
+        QCOMPARE(record.m_bLineWrap, 1);
+        QCOMPARE(record.m_bShowControlChars, 1);
 
         page.m_pEmulation->setEditText(QStringLiteral("VT220"));
         QVERIFY(page.OnKillActive());
@@ -455,29 +416,6 @@ private Q_SLOTS:
         QCOMPARE(record.m_nEmulation, -1);
         page.LoadFrom(record);
         QCOMPARE(page.m_pEmulation->currentIndex(), -1);
-    }
-
-    void terminalPageLeavesOtherFields()
-    {
-        CScriptedDialogs dialogs;
-        CTerminalParameter record;
-        record.m_bSendCRLF = 1;
-        record.m_bLineWrap = 1;
-        record.m_bShowControlChars = 1;
-        record.m_bBlockCursor = 1;
-        CTerminalPage page;
-        page.LoadFrom(record);
-        page.m_pLocalEcho->click();
-        page.m_pScrollbar->click();
-        QVERIFY(page.OnKillActive());
-        CTerminalParameter stored = record;
-        page.SaveTo(stored);
-        QCOMPARE(stored.m_bLocalEcho, 1);
-        QCOMPARE(stored.m_bScrollbar, 0);
-        QCOMPARE(stored.m_bBlockCursor, 1);
-        QCOMPARE(stored.m_bSendCRLF, 1);
-        QCOMPARE(stored.m_bLineWrap, 1);
-        QCOMPARE(stored.m_bShowControlChars, 1);
     }
 
     void sheetRefusesToLeaveBadPage()
@@ -510,18 +448,6 @@ private Q_SLOTS:
         QCOMPARE(sheet.m_nLastActivePage, 1);
     }
 };
-
-// ---------------------------------------------------------------------------
-
-// ---------------------------------------------------------------------------
-
-// ---------------------------------------------------------------------------
-
-// ---------------------------------------------------------------------------
-
-// ---------------------------------------------------------------------------
-
-// ---------------------------------------------------------------------------
 
 QTEST_MAIN(tst_Pages)
 #include "tst_Pages.moc"

@@ -20,41 +20,40 @@ class tst_ShellRules : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void commandLine_data()
-    {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QString>("driver");
-        QTest::addColumn<bool>("minimize");
-        QTest::addColumn<bool>("embedded");
-
-        const QString lab = QStringLiteral("/opt/orvalis/lab.tbb");
-        QTest::newRow("slash D names a driver in the program folder") << QStringList{"/Dlab.tbb"} << lab << false << false;
-        QTest::newRow("dash D names a driver too") << QStringList{"-Dlab.tbb"} << lab << false << false;
-        QTest::newRow("D without a prefix names a driver too") << QStringList{"Dlab.tbb"} << lab << false << false;
-        QTest::newRow("lower-case d is not the driver option") << QStringList{"/dlab.tbb"} << QString() << false << false;
-        QTest::newRow("a subfolder stays relative to the program folder")
-            << QStringList{"/Ddrivers/lab.tbb"} << QStringLiteral("/opt/orvalis/drivers/lab.tbb") << false << false;
-        QTest::newRow("an absolute driver path is taken as it is")
-            << QStringList{"/D/home/lab/lab.tbb"} << QStringLiteral("/home/lab/lab.tbb") << false << false;
-        QTest::newRow("the last D option wins") << QStringList{"/Da.tbb", "/Dlab.tbb"} << lab << false << false;
-        QTest::newRow("Sminimize starts minimised") << QStringList{"/Sminimize"} << QString() << true << false;
-        QTest::newRow("SMinimize changes nothing") << QStringList{"/SMinimize"} << QString() << false << false;
-        QTest::newRow("Embedding flag in any case") << QStringList{"-embedding"} << QString() << false << true;
-        QTest::newRow("Automation without a prefix is a file name") << QStringList{"Automation"} << QString() << false << false;
-        QTest::newRow("driver and automation together")
-            << QStringList{"/Automation", "/Dlab.tbb"} << lab << false << true;
-    }
-
     void commandLine()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, driver);
-
-        const CCommandLineInfo info = CCommandLine::Parse(arguments, QStringLiteral("/opt/orvalis"));
-        QCOMPARE(info.bDriverOnCommandLine, !driver.isEmpty());
-        QCOMPARE(info.strDriver, driver);
-        QTEST(info.bMinimize, "minimize");
-        QTEST(info.RunsEmbedded(), "embedded");
+        const QString lab = QStringLiteral("/opt/orvalis/lab.tbb");
+        const struct
+        {
+            const char* name;
+            QStringList arguments;
+            QString driver;
+            bool minimize;
+            bool embedded;
+        } rows[] = {
+            {"slash D names a driver in the program folder", {"/Dlab.tbb"}, lab, false, false},
+            {"dash D names a driver too", {"-Dlab.tbb"}, lab, false, false},
+            {"D without a prefix names a driver too", {"Dlab.tbb"}, lab, false, false},
+            {"lower-case d is not the driver option", {"/dlab.tbb"}, {}, false, false},
+            {"a subfolder of the program folder",
+             {"/Dsub/lab.tbb"},
+             "/opt/orvalis/sub/lab.tbb",
+             false,
+             false},
+            {"an absolute driver path as it is", {"/D/home/lab.tbb"}, "/home/lab.tbb", false, false},
+            {"the last D option wins", {"/Da.tbb", "/Dlab.tbb"}, lab, false, false},
+            {"Sminimize starts minimised", {"/Sminimize"}, {}, true, false},
+            {"SMinimize changes nothing", {"/SMinimize"}, {}, false, false},
+            {"Embedding flag in any case", {"-embedding"}, {}, false, true},
+            {"Automation without a prefix is a file name", {"Automation"}, {}, false, false},
+            {"driver and automation together", {"/Automation", "/Dlab.tbb"}, lab, false, true},
+        };
+        for (const auto& row : rows) {
+            const CCommandLineInfo info = CCommandLine::Parse(row.arguments, QStringLiteral("/opt/orvalis"));
+            QVERIFY2(info.bDriverOnCommandLine == !row.driver.isEmpty() && info.strDriver == row.driver,
+                     row.name);
+            QVERIFY2(info.bMinimize == row.minimize && info.RunsEmbedded() == row.embedded, row.name);
+        }
     }
 
     void driverFilesFromTheDesktop()
@@ -84,63 +83,52 @@ private Q_SLOTS:
         }
     }
 
-    void windowValue_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QList<int>>("rect");
-
-        QTest::newRow("four numbers") << "10 20 810 620" << QList<int>{10, 20, 810, 620};
-        QTest::newRow("two numbers leave the others 0") << "10 20" << QList<int>{10, 20, 0, 0};
-        QTest::newRow("negative positions of a left screen") << "-1280 0 -480 600" << QList<int>{-1280, 0, -480, 600};
-        QTest::newRow("scanning stops at the first bad field") << "10 x 30 40" << QList<int>{10, 0, 0, 0};
-        QTest::newRow("extra blanks and a tail are ignored") << "  1   2 3 4 junk" << QList<int>{1, 2, 3, 4};
-        QTest::newRow("an overlong number is clamped") << "99999999999 0 0 0" << QList<int>{INT_MAX, 0, 0, 0};
-    }
-
     void windowValue()
     {
-        QFETCH(QString, text);
-
-        const CWindowRect parsed = CWindowRect::Parse(text, CWindowRect{});
-        QTEST((QList<int>{parsed.left, parsed.top, parsed.right, parsed.bottom}), "rect");
-        QCOMPARE(CWindowRect::Parse(parsed.ToString(), CWindowRect{}), parsed);
-    }
-
-    void placement_data()
-    {
-        QTest::addColumn<QList<int>>("rect");
-        QTest::addColumn<bool>("placed");
-        QTest::addColumn<QRect>("geometry"); // empty size: the window keeps its own size
-
-        QTest::newRow("the default rectangle lets the window system choose")
-            << QList<int>{CWindowRect::UseDefault, 0, 0, 0} << false << QRect();
-        QTest::newRow("10 20 810 620 is 800 x 600 at (10, 20)")
-            << QList<int>{10, 20, 810, 620} << true << QRect(10, 20, 800, 600);
-        QTest::newRow("position only when right and bottom are missing")
-            << QList<int>{10, 20, 0, 0} << true << QRect(QPoint(10, 20), QSize());
-        QTest::newRow("zero width: the position, and the window's own size")
-            << QList<int>{10, 20, 10, 620} << true << QRect(QPoint(10, 20), QSize());
-        QTest::newRow("a rectangle on no screen is not used")
-            << QList<int>{5000, 5000, 5800, 5600} << false << QRect();
-        QTest::newRow("a rectangle partly on the screen is used")
-            << QList<int>{-100, -10, 700, 590} << true << QRect(-100, -10, 800, 600);
+        const struct
+        {
+            const char* text;
+            CWindowRect rect;
+        } rows[] = {
+            {"10 20 810 620", {10, 20, 810, 620}},
+            {"10 20", {10, 20, 0, 0}},                   // the others 0
+            {"-1280 0 -480 600", {-1280, 0, -480, 600}}, // a screen on the left
+            {"10 x 30 40", {10, 0, 0, 0}},               // scanning stops at the first bad field
+            {"  1   2 3 4 junk", {1, 2, 3, 4}},
+            {"99999999999 0 0 0", {INT_MAX, 0, 0, 0}}, // clamped
+        };
+        for (const auto& row : rows) {
+            const CWindowRect parsed = CWindowRect::Parse(QString::fromLatin1(row.text), CWindowRect{});
+            QVERIFY2(parsed == row.rect, row.text);
+            QVERIFY2(CWindowRect::Parse(parsed.ToString(), CWindowRect{}) == parsed, row.text);
+        }
     }
 
     void placement()
     {
-        QFETCH(QList<int>, rect);
-        QFETCH(bool, placed);
-        QFETCH(QRect, geometry);
-
-        const CWindowRect value{rect[0], rect[1], rect[2], rect[3]};
-        const auto placement = value.CreationPlacement({QRect(0, 0, 1920, 1080)});
-        QCOMPARE(placement.has_value(), placed);
-        if (!placed)
-            return;
-        QCOMPARE(placement->position, geometry.topLeft());
-        QCOMPARE(placement->size.has_value(), !geometry.size().isEmpty());
-        if (placement->size)
-            QCOMPARE(*placement->size, geometry.size());
+        // An empty size: the window keeps its own size.
+        const struct
+        {
+            const char* name;
+            CWindowRect rect;
+            bool placed;
+            QRect geometry;
+        } rows[] = {
+            {"the default lets the window system choose", {CWindowRect::UseDefault, 0, 0, 0}, false, {}},
+            {"10 20 810 620 is 800 x 600 at (10, 20)", {10, 20, 810, 620}, true, {10, 20, 800, 600}},
+            {"position only without right and bottom", {10, 20, 0, 0}, true, {QPoint(10, 20), QSize()}},
+            {"zero width: the position and own size", {10, 20, 10, 620}, true, {QPoint(10, 20), QSize()}},
+            {"a rectangle on no screen is not used", {5000, 5000, 5800, 5600}, false, {}},
+            {"a rectangle partly on the screen is used", {-100, -10, 700, 590}, true, {-100, -10, 800, 600}},
+        };
+        for (const auto& row : rows) {
+            const auto placement = row.rect.CreationPlacement({QRect(0, 0, 1920, 1080)});
+            QVERIFY2(placement.has_value() == row.placed, row.name);
+            if (!placement)
+                continue;
+            QVERIFY2(placement->position == row.geometry.topLeft(), row.name);
+            QVERIFY2(placement->size.value_or(QSize()) == row.geometry.size(), row.name);
+        }
     }
 
     void profileRoundTrip()
@@ -149,9 +137,14 @@ private Q_SLOTS:
         const QString path = dir.filePath(QStringLiteral("Orvalis.ini"));
         {
             CProfile profile(path);
-            profile.WriteProfileString(CProfile::Settings, QStringLiteral("Window"), QStringLiteral("10 20 810 620"));
+            profile.WriteProfileString(CProfile::Settings, QStringLiteral("Window"),
+                                       QStringLiteral("10 20 810 620"));
             profile.WriteProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver"),
                                        QStringLiteral("/home/lab/Drivers, old/Waage; 2.tbb"));
+            profile.WriteProfileString(CProfile::Settings, QStringLiteral("TotalBytesDlg"),
+                                       QStringLiteral(" 7 "));
+            profile.WriteProfileString(CProfile::Settings, QStringLiteral("DebugConnection"),
+                                       QStringLiteral("abc"));
             QVERIFY(profile.Flush());
         }
         QFile file(path);
@@ -161,85 +154,43 @@ private Q_SLOTS:
         QVERIFY2(text.contains("Window=10 20 810 620"), text.constData());
 
         const CProfile profile(path);
-        QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("Window")), QStringLiteral("10 20 810 620"));
+        QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("Window")),
+                 QStringLiteral("10 20 810 620"));
         QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")),
                  QStringLiteral("/home/lab/Drivers, old/Waage; 2.tbb"));
-        QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastTerminalDriver")), QString());
-    }
-
-    void profileIntegers()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("Orvalis.ini"));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("[Settings]\nProgress=1\nDebugConnection=abc\nTotalBytesDlg= 7 \n");
-        file.close();
-
-        const CProfile profile(path);
-        QCOMPARE(profile.GetProfileInt(CProfile::Settings, QStringLiteral("Progress")), 1);
-        QCOMPARE(profile.GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection")), 0);
+        QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastTerminalDriver")),
+                 QString());
         QCOMPARE(profile.GetProfileInt(CProfile::Settings, QStringLiteral("TotalBytesDlg")), 7);
+        QCOMPARE(profile.GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection")), 0);
         QCOMPARE(profile.GetProfileInt(CProfile::Settings, QStringLiteral("Missing"), 3), 3);
     }
 
-    void programFolder_data()
+    void programFolderFiltersAndNames()
     {
-        QTest::addColumn<QString>("home");
-        QTest::addColumn<bool>("writable");
-        QTest::addColumn<QString>("folder");
+        const auto resolve = [](const QString& home, bool writable) {
+            return CProgramFolder::Resolve(home, QStringLiteral("/opt/orvalis"), writable,
+                                           QStringLiteral("/home/u/.local/share/Orvalis"));
+        };
+        QCOMPARE(resolve(QStringLiteral("/tmp/home/"), true),
+                 QStringLiteral("/tmp/home")); // ORVALIS_HOME wins
+        QCOMPARE(resolve(QString(), true), QStringLiteral("/opt/orvalis"));
+        // A read-only installation uses the data folder.
+        QCOMPARE(resolve(QString(), false), QStringLiteral("/home/u/.local/share/Orvalis"));
 
-        QTest::newRow("ORVALIS_HOME wins") << "/tmp/home/" << true << "/tmp/home";
-        QTest::newRow("a writable program folder") << "" << true << "/opt/orvalis";
-        QTest::newRow("a read-only installation uses the data folder") << "" << false << "/home/u/.local/share/Orvalis";
-    }
-
-    void programFolder()
-    {
-        QFETCH(QString, home);
-        QFETCH(bool, writable);
-        QFETCH(QString, folder);
-        QCOMPARE(CProgramFolder::Resolve(home, QStringLiteral("/opt/orvalis"), writable,
-                                         QStringLiteral("/home/u/.local/share/Orvalis")),
-                 folder);
-    }
-
-    void fileFilters()
-    {
         // "*" also matches names without a dot.
         QCOMPARE(CFileFilter::FromResource(IDS_ALL_FILES_FILTER).strFilter, QStringLiteral("All files (*)"));
         QCOMPARE(CFileFilter::ToQtFilter("Texts|*.txt;*.log|Drivers (*.tbb)|*.tbb||"),
                  QStringLiteral("Texts (*.txt *.log);;Drivers (*.tbb)"));
-    }
 
-    void driverFileName_data()
-    {
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<QByteArray>("fileName");
-        QTest::newRow("name followed by .tbb") << QByteArray("Lab 1") << QByteArray("Lab 1.tbb");
-        QTest::newRow("an empty name") << QByteArray() << QByteArray(".tbb");
-        QTest::newRow("a slash cannot name a folder") << QByteArray("pH 4/7") << QByteArray("pH 4-7.tbb");
-        QTest::newRow("code page bytes stay") << QByteArray("Waage \xe4") << QByteArray("Waage \xe4.tbb");
-    }
+        QCOMPARE(CDriverFileName::ForName("Lab 1"), QByteArray("Lab 1.tbb"));
+        QCOMPARE(CDriverFileName::ForName(""), QByteArray(".tbb"));
+        QCOMPARE(CDriverFileName::ForName("pH 4/7"),
+                 QByteArray("pH 4-7.tbb")); // a slash cannot name a folder
+        QCOMPARE(CDriverFileName::ForName("Waage \xe4"), QByteArray("Waage \xe4.tbb"));
 
-    void driverFileName()
-    {
-        QFETCH(QByteArray, name);
-        QTEST(CDriverFileName::ForName(name), "fileName");
-    }
-
-    void legalNoticeAmpersand_data()
-    {
-        QTest::addColumn<QString>("notice");
-        QTest::addColumn<QString>("label");
-        QTest::newRow("A & B is doubled") << "A & B" << "A && B";
-        QTest::newRow("only the first of two is doubled") << "A & B & C" << "A && B & C";
-    }
-
-    void legalNoticeAmpersand()
-    {
-        QFETCH(QString, notice);
-        QTEST(CAboutDlg::DoubleFirstAmpersand(notice), "label");
+        // The About box doubles only the first ampersand.
+        QCOMPARE(CAboutDlg::DoubleFirstAmpersand(QStringLiteral("A & B")), QStringLiteral("A && B"));
+        QCOMPARE(CAboutDlg::DoubleFirstAmpersand(QStringLiteral("A & B & C")), QStringLiteral("A && B & C"));
     }
 };
 

@@ -2,70 +2,29 @@
 // connector is the slave end of a pseudo-terminal, and the test plays the
 // far end of the line on the master end.
 
-#include "../core/PtyPair.h"
-#include "CFrameServices.h"
 #include "CFunctionKeyBar.h"
-#include "CMainFrame.h"
-#include "COrvalisApp.h"
 #include "CTermView.h"
 #include "CTerminalDisplay.h"
 #include "CTerminalFile.h"
-#include "CTerminalFrame.h"
 #include "CTerminalPage.h"
 #include "CTerminalSheet.h"
 #include "FrameworkIds.h"
+#include "InstrumentWindowFixture.h"
 #include "ResourceIds.h"
-#include "ScriptedDialogs.h"
 
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
-#include <QDir>
-#include <QFile>
 #include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QPushButton>
 #include <QScrollBar>
-#include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTest>
 
-#include <memory>
-
-namespace {
-
-// The main window's part, as a view sees it, without the main window.
-class CFakeFrame : public CFrameServices
-{
-public:
-    int SetFunctionKeyText(int nID, const QString& text) override
-    {
-        m_captions[nID] = text;
-        return 1;
-    }
-    int GetFunctionKeyText(int nID, QString& text) const override
-    {
-        text = m_captions.value(nID);
-        return int(text.size());
-    }
-    void ShowFunctionKeyBar(int bShow) override { m_bBarShown = bShow != 0; }
-    void SetPaneText(int nPane, const QString& text) override { m_panes[nPane] = text; }
-    QString GetPaneText(int nPane) const override { return m_panes.value(nPane); }
-    QLabel* PaneWidget(int) const override { return nullptr; }
-    QStatusBar* StatusBar() override { return nullptr; }
-    void PostShowCount(int) override {}
-    QAction* MenuItem(int, int) const override { return nullptr; }
-
-    QHash<int, QString> m_captions;
-    QHash<int, QString> m_panes;
-    bool m_bBarShown = false;
-};
-
-} // namespace
-
-class tst_TerminalWindow : public QObject
+class tst_TerminalWindow : public QObject, public CInstrumentWindowFixture
 {
     Q_OBJECT
 
@@ -73,62 +32,33 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void receivedDataReachesTheScreen_data();
-    void receivedDataReachesTheScreen();
-    void answersOfTheEmulationGoOnTheLine();
-    void typedKeysGoToTheLineNotTheScreen_data();
-    void typedKeysGoToTheLineNotTheScreen();
-    void localEchoShowsTypedCharacters();
-    void functionKeysSendTheirCommands();
-    void optionsCancelReopensTheLine();
-    void optionsOkAppliesLineEndingsAtOnceScreenAtNextOpening();
-    void driverWrittenBackOnClose();
-    void damagedDriverIsNotWrittenOver();
+    void receivedDataReachesTheScreenAndAnswersGoOnTheLine();
+    void typedAndFunctionKeysGoToTheLineNotTheScreen();
+    void optionsCancelReopensOkAppliesLineEndingsAtOnceScreenAtNextOpening();
+    void driverWrittenBackOnCloseDamagedOneNot();
     void twoTerminalsKeepTheirOwnLinesAndDrivers();
-    void frameIsSizedAndCentred();
-    void lineThatCannotBeOpenedIsNamed();
-    void vanishedLineIsNamedAndScreenKept_data();
-    void vanishedLineIsNamedAndScreenKept();
-    void copyAndPaste();
-    void sendFileAndStopTransmission();
+    void lineThatCannotBeOpenedIsNamedFrameSizedAndCentred();
+    void vanishedLineIsNamedAndScreenKeptReopenedUnlessSwitchedOff();
+    void copyPasteAndSendFile();
     void scrollbackStaysPutWhileScrolledUp();
-    void viewNeedsOnlyTheFrameServices();
 
 private:
     static CTerminalFile Driver(const QString& connector, int emulation = 4);
     // Writes the driver, starts the program and opens it with Terminal Emulation.
     CTermView* Open(const CTerminalFile& records, const QString& name = QStringLiteral("term.drv"));
     CTermView* OpenAnother(const CTerminalFile& records, const QString& name);
-    CMainFrame* Frame() const { return m_app->MainFrame(); }
-    QString Home(const QString& name) const { return QDir(m_home->path()).filePath(name); }
     static QStringList ScreenRows(CTermView* view, int count);
-    QString StatusText() const { return Frame()->GetPaneText(CMainFrame::PaneMessage); }
-
-    std::unique_ptr<QTemporaryDir> m_home;
-    std::unique_ptr<CPtyPair> m_pty;
-    std::unique_ptr<CScriptedDialogs> m_dialogs;
-    std::unique_ptr<COrvalisApp> m_app;
 };
 
 void tst_TerminalWindow::init()
 {
-    m_home = std::make_unique<QTemporaryDir>();
-    qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
-    m_pty = std::make_unique<CPtyPair>();
-    QVERIFY(m_pty->IsOpen());
-    // The program opens the slave end by its name.
-    m_pty->CloseSlave();
-    m_dialogs = std::make_unique<CScriptedDialogs>();
+    InitFixture();
     CTermView::s_nOptionsPage = 0;
 }
 
 void tst_TerminalWindow::cleanup()
 {
-    m_app.reset();
-    m_dialogs.reset();
-    m_pty.reset();
-    m_home.reset();
-    qunsetenv("ORVALIS_HOME");
+    CleanupFixture();
 }
 
 // VT100, 80 × 24, CR -> CR/LF receiving; F1 "Status" sends STAT?<CR>, F2
@@ -173,99 +103,48 @@ QStringList tst_TerminalWindow::ScreenRows(CTermView* view, int count)
     return view->Screen().ScreenText().mid(0, count);
 }
 
-void tst_TerminalWindow::receivedDataReachesTheScreen_data()
+// CR alone (CR -> CR/LF receiving off) is the options test's.
+void tst_TerminalWindow::receivedDataReachesTheScreenAndAnswersGoOnTheLine()
 {
-    QTest::addColumn<int>("receiveCRLF");
-    QTest::addColumn<QStringList>("rows");
-    QTest::newRow("CR gains a LF") << 1 << QStringList{"A", "B"};
-    QTest::newRow("CR alone returns to the line start") << 0 << QStringList{"B", ""};
-}
-
-void tst_TerminalWindow::receivedDataReachesTheScreen()
-{
-    QFETCH(int, receiveCRLF);
-    QFETCH(QStringList, rows);
-    CTerminalFile records = Driver(m_pty->SlaveName());
-    records.m_Terminal.m_bReceiveCRLF = receiveCRLF;
-    CTermView* view = Open(records);
+    CTermView* view = Open(Driver(m_pty->SlaveName()));
     QVERIFY(view);
     QVERIFY(view->m_comm.IsPortOpen());
     QCOMPARE(Frame()->CurrentMenuId(), IDR_TERMINALTYPE);
     QVERIFY(m_pty->WriteMaster("A\rB"));
-    QTRY_COMPARE(ScreenRows(view, 2), rows);
-}
-
-void tst_TerminalWindow::answersOfTheEmulationGoOnTheLine()
-{
-    CTermView* view = Open(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
+    QTRY_COMPARE(ScreenRows(view, 2), (QStringList{"A", "B"}));
     QVERIFY(m_pty->WriteMaster("\x1b[5;7H\x1b[6n"));
-    QByteArray answer;
-    QTRY_VERIFY((answer += m_pty->ReadMaster(6, 10)) == "\x1b[5;7R");
+    QCOMPARE(Receive(6), QByteArray("\x1b[5;7R"));
 }
 
-void tst_TerminalWindow::typedKeysGoToTheLineNotTheScreen_data()
+// Each emulation's keys are tst_TerminalScreen's; here the way from the
+// screen widget to the line.
+void tst_TerminalWindow::typedAndFunctionKeysGoToTheLineNotTheScreen()
 {
-    QTest::addColumn<int>("emulation");
-    QTest::addColumn<int>("sendCRLF");
-    QTest::addColumn<int>("key");
-    QTest::addColumn<int>("modifiers");
-    QTest::addColumn<QByteArray>("sent");
-    QTest::newRow("a character") << 4 << 0 << int(Qt::Key_A) << 0 << QByteArray("a");
-    QTest::newRow("Enter is CR") << 4 << 0 << int(Qt::Key_Return) << 0 << QByteArray("\r");
-    QTest::newRow("Enter with CR -> CR/LF sending") << 4 << 1 << int(Qt::Key_Return) << 0 << QByteArray("\r\n");
-    QTest::newRow("Backspace") << 1 << 0 << int(Qt::Key_Backspace) << 0 << QByteArray("\b");
-    QTest::newRow("Ctrl+C is ETX, not Copy") << 4 << 0 << int(Qt::Key_C) << int(Qt::ControlModifier) << QByteArray("\x03");
-    QTest::newRow("VT100 cursor up") << 4 << 0 << int(Qt::Key_Up) << 0 << QByteArray("\x1b[A");
-    QTest::newRow("VT100 F9 is PF1") << 4 << 0 << int(Qt::Key_F9) << 0 << QByteArray("\x1bOP");
-    QTest::newRow("ANSI Home") << 2 << 0 << int(Qt::Key_Home) << 0 << QByteArray("\x1b[H");
-    QTest::newRow("VT52 cursor left") << 3 << 0 << int(Qt::Key_Left) << 0 << QByteArray("\x1b" "D");
-    QTest::newRow("TTY cursor key sends nothing") << 1 << 0 << int(Qt::Key_Up) << 0 << QByteArray();
-}
-
-void tst_TerminalWindow::typedKeysGoToTheLineNotTheScreen()
-{
-    QFETCH(int, emulation);
-    QFETCH(int, sendCRLF);
-    QFETCH(int, key);
-    QFETCH(int, modifiers);
-    QFETCH(QByteArray, sent);
-    CTerminalFile records = Driver(m_pty->SlaveName(), emulation);
-    records.m_Terminal.m_bSendCRLF = sendCRLF;
-    CTermView* view = Open(records);
-    QVERIFY(view);
-    const QPoint cursor = view->Screen().CursorPosition();
-    QTest::keyClick(view->Display(), Qt::Key(key), Qt::KeyboardModifiers(modifiers));
-    QCOMPARE(m_pty->ReadMaster(sent.size() + 1, sent.isEmpty() ? 200 : 1000), sent);
-    QCOMPARE(ScreenRows(view, 1), QStringList{QString()});
-    QCOMPARE(view->Screen().CursorPosition(), cursor);
-}
-
-void tst_TerminalWindow::localEchoShowsTypedCharacters()
-{
-    CTerminalFile records = Driver(m_pty->SlaveName(), 1);
-    records.m_Terminal.m_bLocalEcho = 1;
+    CTerminalFile records = Driver(m_pty->SlaveName());
     records.m_Terminal.m_bSendCRLF = 1;
     CTermView* view = Open(records);
     QVERIFY(view);
-    QTest::keyClicks(view->Display(), QStringLiteral("ok"));
-    QTest::keyClick(view->Display(), Qt::Key_Return);
-    QTest::keyClicks(view->Display(), QStringLiteral("x"));
-    QCOMPARE(m_pty->ReadMaster(5), QByteArray("ok\r\nx"));
-    QCOMPARE(ScreenRows(view, 2), (QStringList{"ok", "x"}));
-}
-
-void tst_TerminalWindow::functionKeysSendTheirCommands()
-{
-    CTermView* view = Open(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    QVERIFY(Frame()->IsFunctionKeyBarVisible());
-    QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1)->text(), QStringLiteral("Status"));
-    // The F1 key on the screen is the function key, not Help.
-    QTest::keyClick(view->Display(), Qt::Key_F1);
-    QCOMPARE(m_pty->ReadMaster(6), QByteArray("STAT?\r"));
+    const QPoint cursor = view->Screen().CursorPosition();
+    const struct
+    {
+        Qt::Key key;
+        Qt::KeyboardModifiers modifiers;
+        QByteArray sent;
+    } rows[] = {{Qt::Key_A, {}, "a"},
+                {Qt::Key_Return, {}, "\r\n"},             // with CR -> CR/LF sending
+                {Qt::Key_C, Qt::ControlModifier, "\x03"}, // ETX, not Copy
+                {Qt::Key_Up, {}, "\x1b[A"},
+                {Qt::Key_F1, {}, "STAT?\r"}}; // the function key, not Help
+    for (const auto& row : rows) {
+        QTest::keyClick(view->Display(), row.key, row.modifiers);
+        QCOMPARE(m_pty->ReadMaster(row.sent.size()), row.sent);
+    }
+    QCOMPARE(ScreenRows(view, 1), QStringList{QString()});
+    QCOMPARE(view->Screen().CursorPosition(), cursor);
     QVERIFY(!Frame()->findChild<QWidget*>(QStringLiteral("CHelpWindow")));
     // The button on the bar; a key without a name beeps and sends nothing.
+    QVERIFY(Frame()->IsFunctionKeyBarVisible());
+    QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1)->text(), QStringLiteral("Status"));
     QSignalSpy beeped(view, &CTermView::beeped);
     QTest::mouseClick(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1 + 1), Qt::LeftButton);
     QCOMPARE(beeped.size(), 1);
@@ -273,29 +152,21 @@ void tst_TerminalWindow::functionKeysSendTheirCommands()
     QVERIFY(view->Display()->hasFocus());
 }
 
-void tst_TerminalWindow::optionsCancelReopensTheLine()
+void tst_TerminalWindow::optionsCancelReopensOkAppliesLineEndingsAtOnceScreenAtNextOpening()
 {
     CTermView* view = Open(Driver(m_pty->SlaveName()));
     QVERIFY(view);
     bool wasOpen = true;
     m_dialogs->m_onExec = [&](QDialog& dialog) {
         wasOpen = view->m_comm.IsPortOpen();
-        auto* sheet = qobject_cast<CTerminalSheet*>(&dialog);
-        sheet->m_pTerminalPage->m_pRows->setText(QStringLiteral("30"));
+        qobject_cast<CTerminalSheet*>(&dialog)->m_pTerminalPage->m_pRows->setText(QStringLiteral("30"));
         return int(QDialog::Rejected);
     };
     QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
     QVERIFY(!wasOpen);
     QVERIFY(view->m_comm.IsPortOpen());
     QCOMPARE(view->m_termParam.m_nRows, 24);
-    QVERIFY(m_pty->WriteMaster("still here"));
-    QTRY_COMPARE(ScreenRows(view, 1), QStringList{"still here"});
-}
 
-void tst_TerminalWindow::optionsOkAppliesLineEndingsAtOnceScreenAtNextOpening()
-{
-    CTermView* view = Open(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
     m_dialogs->m_onExec = [](QDialog& dialog) {
         auto* sheet = qobject_cast<CTerminalSheet*>(&dialog);
         CTerminalPage* page = sheet->m_pTerminalPage;
@@ -338,7 +209,7 @@ void tst_TerminalWindow::optionsOkAppliesLineEndingsAtOnceScreenAtNextOpening()
     QCOMPARE(again->Screen().GetEmulation(), int(CTerminalScreen::EmulationTty));
 }
 
-void tst_TerminalWindow::driverWrittenBackOnClose()
+void tst_TerminalWindow::driverWrittenBackOnCloseDamagedOneNot()
 {
     CTermView* view = Open(Driver(m_pty->SlaveName()));
     QVERIFY(view);
@@ -362,26 +233,17 @@ void tst_TerminalWindow::driverWrittenBackOnClose()
     QCOMPARE(view->Screen().GetEmulation(), int(CTerminalScreen::EmulationAnsi));
     QVERIFY(Frame()->RouteCommand(ID_TERMINAL_EMULATION));
     QVERIFY(QFile::exists(Home(QStringLiteral("new.drv"))));
-}
 
-void tst_TerminalWindow::damagedDriverIsNotWrittenOver()
-{
-    QVERIFY(Open(Driver(m_pty->SlaveName())));
-    QVERIFY(Frame()->RouteCommand(ID_TERMINAL_EMULATION));
-    QFile file(Home(QStringLiteral("term.drv")));
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    const QByteArray cut = file.readAll().left(40);
-    QVERIFY(file.resize(0));
-    QCOMPARE(file.write(cut), cut.size());
-    file.close();
-
-    m_dialogs->m_openAnswers = {file.fileName()};
+    // A damaged driver is named and left as it is.
+    const QString path = Home(QStringLiteral("term.drv"));
+    const QByteArray cut = ReadFile(path).left(40);
+    QVERIFY(WriteFile(path, cut));
+    m_dialogs->m_openAnswers = {path};
     QVERIFY(Frame()->RouteCommand(ID_TERMINAL_EMULATION));
     QVERIFY(StatusText().contains(QStringLiteral("damaged at byte")));
-    QVERIFY(StatusText().contains(file.fileName()));
+    QVERIFY(StatusText().contains(path));
     QVERIFY(Frame()->RouteCommand(ID_TERMINAL_EMULATION));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), cut);
+    QCOMPARE(ReadFile(path), cut);
 }
 
 void tst_TerminalWindow::twoTerminalsKeepTheirOwnLinesAndDrivers()
@@ -408,7 +270,8 @@ void tst_TerminalWindow::twoTerminalsKeepTheirOwnLinesAndDrivers()
     QTest::keyClicks(a->Display(), QStringLiteral("a"));
     QTest::keyClick(b->Display(), Qt::Key_Up);
     QCOMPARE(m_pty->ReadMaster(1), QByteArray("a"));
-    QCOMPARE(second.ReadMaster(2), QByteArray("\x1b" "A"));
+    QCOMPARE(second.ReadMaster(2), QByteArray("\x1b"
+                                              "A"));
     // The bar and the function keys are those of the active window.
     QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1)->text(), QStringLiteral("B-key"));
     QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1));
@@ -430,14 +293,20 @@ void tst_TerminalWindow::twoTerminalsKeepTheirOwnLinesAndDrivers()
     QTRY_COMPARE(ScreenRows(b, 1), QStringList{"to B again"});
 }
 
-void tst_TerminalWindow::frameIsSizedAndCentred()
+void tst_TerminalWindow::lineThatCannotBeOpenedIsNamedFrameSizedAndCentred()
 {
-    CTermView* view = Open(Driver(m_pty->SlaveName()));
+    const QString missing = QStringLiteral("/dev/orvalis-missing");
+    CTermView* view = Open(Driver(missing));
     QVERIFY(view);
+    QVERIFY(!view->m_comm.IsPortOpen());
+    QVERIFY(view->LineProblem().contains(missing));
+    QVERIFY(StatusText().contains(missing));
+    QVERIFY(view->Display()->Notice().contains(missing));
     QMdiSubWindow* frame = Frame()->MdiArea()->subWindowList().first();
     const auto centre = [this, frame] {
         const QSize client = Frame()->MdiArea()->viewport()->size();
-        return QPoint(qMax(0, (client.width() - frame->width()) / 2), qMax(0, (client.height() - frame->height()) / 2));
+        return QPoint(qMax(0, (client.width() - frame->width()) / 2),
+                      qMax(0, (client.height() - frame->height()) / 2));
     };
     // Placed when it opened.
     QCOMPARE(frame->pos(), centre());
@@ -454,68 +323,54 @@ void tst_TerminalWindow::frameIsSizedAndCentred()
     QCOMPARE(frame->pos(), QPoint(0, 0));
 }
 
-void tst_TerminalWindow::lineThatCannotBeOpenedIsNamed()
+void tst_TerminalWindow::vanishedLineIsNamedAndScreenKeptReopenedUnlessSwitchedOff()
 {
-    CTermView* view = Open(Driver(QStringLiteral("/dev/orvalis-missing")));
-    QVERIFY(view);
-    QVERIFY(!view->m_comm.IsPortOpen());
-    QVERIFY(view->LineProblem().contains(QStringLiteral("/dev/orvalis-missing")));
-    QVERIFY(StatusText().contains(QStringLiteral("/dev/orvalis-missing")));
-    QVERIFY(view->Display()->Notice().contains(QStringLiteral("/dev/orvalis-missing")));
-}
-
-void tst_TerminalWindow::vanishedLineIsNamedAndScreenKept_data()
-{
-    QTest::addColumn<bool>("reconnect");
-    QTest::newRow("opened again when the device comes back") << true;
-    QTest::newRow("left closed with Reconnect Automatically off") << false;
-}
-
-void tst_TerminalWindow::vanishedLineIsNamedAndScreenKept()
-{
-    QFETCH(bool, reconnect);
     // Through a link that survives replugging, as /dev/serial/by-id names do.
     const QString link = Home(QStringLiteral("terminal-tty"));
     QVERIFY(QFile::link(m_pty->SlaveName(), link));
     CTermView* view = Open(Driver(link));
     QVERIFY(view);
-    if (!reconnect)
-        QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
-    QCOMPARE(Frame()->QueryCommand(ID_RECONNECT).bChecked, reconnect);
-    QCOMPARE(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
-                 .value(QStringLiteral("term.drv/ReconnectAutomatically"), true)
-                 .toBool(),
-             reconnect);
     QVERIFY(m_pty->WriteMaster("last words"));
-    QTRY_COMPARE(ScreenRows(view, 1), QStringList{"last words"});
-    m_pty->CloseMaster();
-    // The device is gone, its node with it (a stale link could meet another
-    // test's pty that took the same number).
-    QVERIFY(QFile::remove(link));
-    QTRY_VERIFY(!view->m_comm.IsPortOpen());
-    QCOMPARE(view->IsWaitingForLine(), reconnect);
-    QVERIFY(view->LineProblem().contains(link));
-    QVERIFY(view->Display()->Notice().contains(link));
-    QCOMPARE(StatusText().endsWith(QStringLiteral("Waiting for %1\u2026").arg(link)), reconnect);
-    QCOMPARE(ScreenRows(view, 1), QStringList{"last words"});
-    QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 1);
+    QString shown = QStringLiteral("last words");
+    QTRY_COMPARE(ScreenRows(view, 1), QStringList{shown});
+    std::unique_ptr<CPtyPair> line = std::move(m_pty);
+    // Opened again when the device comes back; then left closed with
+    // Reconnect Automatically off.
+    for (const bool reconnect : {true, false}) {
+        if (!reconnect)
+            QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
+        QCOMPARE(Frame()->QueryCommand(ID_RECONNECT).bChecked, reconnect);
+        QCOMPARE(Profile(QStringLiteral("term.drv/ReconnectAutomatically"), true).toBool(), reconnect);
+        line->CloseMaster();
+        // The device is gone, its node with it (a stale link could meet another
+        // test's pty that took the same number).
+        QVERIFY(QFile::remove(link));
+        QTRY_VERIFY(!view->m_comm.IsPortOpen());
+        QCOMPARE(view->IsWaitingForLine(), reconnect);
+        QVERIFY(view->LineProblem().contains(link));
+        QVERIFY(view->Display()->Notice().contains(link));
+        QCOMPARE(StatusText().endsWith(QStringLiteral("Waiting for %1\u2026").arg(link)), reconnect);
+        QCOMPARE(ScreenRows(view, 1), QStringList{shown});
+        QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 1);
 
-    CPtyPair again;
-    again.CloseSlave();
-    QVERIFY(QFile::link(again.SlaveName(), link));
-    if (!reconnect) {
-        QTest::qWait(CDeviceWatch::LongestWaitMs() + 300);
-        QVERIFY(!view->m_comm.IsPortOpen());
-        return;
+        line = std::make_unique<CPtyPair>();
+        line->CloseSlave();
+        QVERIFY(QFile::link(line->SlaveName(), link));
+        if (!reconnect) {
+            QTest::qWait(CDeviceWatch::LongestWaitMs() + 300);
+            QVERIFY(!view->m_comm.IsPortOpen());
+            break;
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * CDeviceWatch::LongestWaitMs());
+        QVERIFY(StatusText().startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
+        QVERIFY(view->Display()->Notice().isEmpty());
+        QVERIFY(line->WriteMaster(" and more"));
+        shown += QStringLiteral(" and more");
+        QTRY_COMPARE(ScreenRows(view, 1), QStringList{shown});
     }
-    QTRY_VERIFY_WITH_TIMEOUT(view->m_comm.IsPortOpen(), 3 * CDeviceWatch::LongestWaitMs());
-    QVERIFY(StatusText().startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
-    QVERIFY(view->Display()->Notice().isEmpty());
-    QVERIFY(again.WriteMaster(" and more"));
-    QTRY_COMPARE(ScreenRows(view, 1), QStringList{"last words and more"});
 }
 
-void tst_TerminalWindow::copyAndPaste()
+void tst_TerminalWindow::copyPasteAndSendFile()
 {
     CTermView* view = Open(Driver(m_pty->SlaveName()));
     QVERIFY(view);
@@ -532,24 +387,14 @@ void tst_TerminalWindow::copyAndPaste()
     QVERIFY(Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
     QVERIFY(Frame()->RouteCommand(ID_EDIT_PASTE));
     QCOMPARE(m_pty->ReadMaster(11), QByteArray("ls -l\rexit\r"));
-}
 
-void tst_TerminalWindow::sendFileAndStopTransmission()
-{
-    CTermView* view = Open(Driver(m_pty->SlaveName()));
-    QVERIFY(view);
-    QFile file(Home(QStringLiteral("data.txt")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("line 1\r\nline 2\r\n");
-    file.close();
+    QVERIFY(WriteFile(Home(QStringLiteral("data.txt")), "line 1\r\nline 2\r\n"));
     QVERIFY(!Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
-    m_dialogs->m_openAnswers = {file.fileName()};
+    m_dialogs->m_openAnswers = {Home(QStringLiteral("data.txt"))};
     QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
     QCOMPARE(view->m_bSending, 1);
     QVERIFY(Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
-    QByteArray received;
-    QTRY_VERIFY((received += m_pty->ReadMaster(16, 10)).size() == 16);
-    QCOMPARE(received, QByteArray("line 1\r\nline 2\r\n"));
+    QCOMPARE(Receive(16), QByteArray("line 1\r\nline 2\r\n"));
     QTRY_COMPARE(view->m_bSending, 0);
     QVERIFY(!Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
 }
@@ -574,28 +419,6 @@ void tst_TerminalWindow::scrollbackStaysPutWhileScrolledUp()
     // Typing goes back to the bottom.
     QTest::keyClicks(view->Display(), QStringLiteral("q"));
     QCOMPARE(bar->value(), bar->maximum());
-}
-
-void tst_TerminalWindow::viewNeedsOnlyTheFrameServices()
-{
-    CTerminalFile records = Driver(m_pty->SlaveName());
-    QVERIFY(records.Store(Home(QStringLiteral("alone.drv"))).IsOk());
-    CFakeFrame frame;
-    {
-        CTermView view(&frame, Home(QStringLiteral("alone.drv")));
-        view.show();
-        QCOMPARE(frame.m_captions.value(ID_FUNCTION_KEY_F1), QStringLiteral("Status"));
-        QVERIFY(frame.m_bBarShown);
-        QVERIFY(view.OnCommand(ID_FUNCTION_KEY_F1));
-        QCOMPARE(m_pty->ReadMaster(6), QByteArray("STAT?\r"));
-        QVERIFY(m_pty->WriteMaster("ok"));
-        QTRY_COMPARE(ScreenRows(&view, 1), QStringList{"ok"});
-        QVERIFY(view.close());
-        QVERIFY(!frame.m_bBarShown);
-    }
-    CTerminalFile written;
-    QVERIFY(written.Load(Home(QStringLiteral("alone.drv"))).IsOk());
-    QCOMPARE(written.m_FunctionKeys.m_Names.size(), 16);
 }
 
 QTEST_MAIN(tst_TerminalWindow)

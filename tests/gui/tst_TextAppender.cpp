@@ -23,10 +23,7 @@ private Q_SLOTS:
         m_pAppender = new CTextAppender(m_pEdit, m_pEdit);
     }
 
-    void cleanup()
-    {
-        delete m_pEdit;
-    }
+    void cleanup() { delete m_pEdit; }
 
     void collectsAndWritesAfterADelay()
     {
@@ -41,27 +38,24 @@ private Q_SLOTS:
         QCOMPARE(m_pAppender->PendingBytes(), 0);
     }
 
-    void dropsOldestLinesBeyondTheLimit_data()
-    {
-        QTest::addColumn<int>("pieceLines");
-        QTest::newRow("many small pieces") << 7;
-        QTest::newRow("one piece longer than the limit") << 1000;
-    }
-
     void dropsOldestLinesBeyondTheLimit()
     {
-        QFETCH(int, pieceLines);
-        m_pAppender->SetMaxLines(200);
-        for (int first = 0; first < 1000; first += pieceLines) {
-            m_pAppender->Append(Numbered(first, qMin(pieceLines, 1000 - first)).toLatin1());
-            m_pAppender->Flush();
+        // Many small pieces, then one piece longer than the limit.
+        for (const int pieceLines : {7, 1000}) {
+            m_pEdit->clear();
+            m_pAppender->SetMaxLines(200);
+            for (int first = 0; first < 1000; first += pieceLines) {
+                m_pAppender->Append(Numbered(first, qMin(pieceLines, 1000 - first)).toLatin1());
+                m_pAppender->Flush();
+            }
+            // Whole paragraphs go, so a little less than the limit may remain.
+            const int lines = m_pAppender->LineCount();
+            QVERIFY2(lines <= 200 && lines > 200 - CTextAppender::LinesPerBlock,
+                     qPrintable(QString::number(lines)));
+            const QString text = m_pEdit->toPlainText();
+            QVERIFY(text.endsWith(QStringLiteral("line 998\nline 999\n")));
+            QCOMPARE(text, Numbered(1000 - (lines - 1), lines - 1));
         }
-        // Whole paragraphs go, so a little less than the limit may remain.
-        const int lines = m_pAppender->LineCount();
-        QVERIFY2(lines <= 200 && lines > 200 - CTextAppender::LinesPerBlock, qPrintable(QString::number(lines)));
-        const QString text = m_pEdit->toPlainText();
-        QVERIFY(text.endsWith(QStringLiteral("line 998\nline 999\n")));
-        QCOMPARE(text, Numbered(1000 - (lines - 1), lines - 1));
     }
 
     void breaksEndlessLines()

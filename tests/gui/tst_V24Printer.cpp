@@ -3,48 +3,32 @@
 // at once. The print jobs go to a private CUPS scheduler started here.
 
 #include "../core/CupsTestServer.h"
-#include "../core/PtyPair.h"
 #include "CCommPage.h"
-#include "CDriverFile.h"
-#include "CMainFrame.h"
-#include "COrvalisApp.h"
-#include "COrvalisView.h"
 #include "CPrinterSettingsFile.h"
 #include "CPrinterSheet.h"
 #include "CSettingsPage.h"
+#include "InstrumentWindowFixture.h"
 #include "ResourceIds.h"
-#include "ScriptedDialogs.h"
 
 #include <QAction>
 #include <QCheckBox>
-#include <QDir>
-#include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <thread>
 
-class tst_V24Printer : public QObject
+class tst_V24Printer : public QObject, public CInstrumentWindowFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        m_server = std::make_unique<CCupsTestServer>();
-    }
+    void initTestCase() { m_server = std::make_unique<CCupsTestServer>(); }
 
     void init()
     {
-        m_home = std::make_unique<QTemporaryDir>();
-        qputenv("ORVALIS_HOME", m_home->path().toLocal8Bit());
-        m_instrument = std::make_unique<CPtyPair>();
+        InitFixture();
         m_printer = std::make_unique<CPtyPair>();
-        QVERIFY(m_instrument->IsOpen() && m_printer->IsOpen());
-        m_instrument->CloseSlave();
+        QVERIFY(m_printer->IsOpen());
         m_printer->CloseSlave();
-        m_dialogs = std::make_unique<CScriptedDialogs>();
-
         CPrinterSettingsFile printer;
         printer.m_Driver.m_strName = "Balance printer";
         printer.m_Comm.m_nConnector = -1;
@@ -59,11 +43,8 @@ private Q_SLOTS:
         for (const QString& queue : std::as_const(m_queues))
             m_server->RemoveQueue(queue);
         m_queues.clear();
-        m_dialogs.reset();
-        m_instrument.reset();
         m_printer.reset();
-        m_home.reset();
-        qunsetenv("ORVALIS_HOME");
+        CleanupFixture();
     }
 
     void itemInExtrasTogglesWithCheckMark()
@@ -89,7 +70,7 @@ private Q_SLOTS:
 
         QVERIFY(m_printer->WriteMaster("A\rB"));
         QTRY_COMPARE(forwarding.PrinterBytes(), QByteArray("A\r\nB"));
-        QVERIFY(m_instrument->WriteMaster("reading\r\n"));
+        QVERIFY(m_pty->WriteMaster("reading\r\n"));
         QTRY_COMPARE(view->toPlainText(), QStringLiteral("reading\n"));
 
         QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
@@ -124,8 +105,8 @@ private Q_SLOTS:
         QVERIFY(m_server->RejectJobs(QStringLiteral("Epson_LQ-570")));
         QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
         QVERIFY(Item()->isChecked());
-        QVERIFY2(StatusText().startsWith(
-                     QStringLiteral("V24 Printer: nothing is printed: \"Epson_LQ-570\" refused the print job")),
+        QVERIFY2(StatusText().startsWith(QStringLiteral(
+                     "V24 Printer: nothing is printed: \"Epson_LQ-570\" refused the print job")),
                  qPrintable(StatusText()));
 
         Frame()->SetPaneText(CMainFrame::PaneMessage, QStringLiteral("other news"));
@@ -134,20 +115,16 @@ private Q_SLOTS:
         QCOMPARE(StatusText(), QStringLiteral("other news"));
     }
 
-    void settingsSheetWritesTheFileAndTheLineTakesIt()
+    void settingsSheetWritesTheFileTheLineTakesItDamagedFileKept()
     {
         COrvalisView* view = Start("V24AnyRawPrinter=1\n");
         QVERIFY(view);
         // Cancel leaves the file as it was.
         QFile file(Home(QStringLiteral("v24print.drv")));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray before = file.readAll();
-        file.close();
+        const QByteArray before = ReadFile(file.fileName());
         QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER_SETTINGS));
         QCOMPARE(m_dialogs->m_nExecCalls, 1);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), before);
-        file.close();
+        QCOMPARE(ReadFile(file.fileName()), before);
 
         // Forwarding on (no printer here: the bytes are only collected).
         view->OnV24Printer();
@@ -173,23 +150,17 @@ private Q_SLOTS:
         QVERIFY(view->V24Printer().Forwarding().PrinterComm()->IsPortOpen());
         QVERIFY(m_printer->WriteMaster("A\rB"));
         QTRY_COMPARE(view->V24Printer().Forwarding().PrinterBytes(), QByteArray("A\rB"));
-    }
 
-    void damagedSettingsFileIsNotWrittenOver()
-    {
-        QVERIFY(Start());
-        QFile file(Home(QStringLiteral("v24print.drv")));
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        const QByteArray damaged = file.read(3);
-        QVERIFY(file.resize(3));
-        file.close();
+        // A damaged file is named, and neither shown nor written over.
+        const QByteArray damaged = ReadFile(file.fileName()).left(3);
+        QVERIFY(WriteFile(file.fileName(), damaged));
+        m_dialogs->m_messages.clear();
         QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER_SETTINGS));
-        QCOMPARE(m_dialogs->m_nExecCalls, 0);
+        QCOMPARE(m_dialogs->m_nExecCalls, 2);
         QCOMPARE(m_dialogs->m_messages.size(), 1);
         QVERIFY2(m_dialogs->m_messages.front().contains(QStringLiteral("v24print.drv")),
                  qPrintable(m_dialogs->m_messages.front()));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), damaged);
+        QCOMPARE(ReadFile(file.fileName()), damaged);
     }
 
     void bothLinesFloodedLoseNothing()
@@ -214,7 +185,7 @@ private Q_SLOTS:
 
         bool instrumentSent = false;
         bool printerSent = false;
-        std::thread instrumentWriter([&] { instrumentSent = m_instrument->WriteMaster(instrumentStream, 60000); });
+        std::thread instrumentWriter([&] { instrumentSent = m_pty->WriteMaster(instrumentStream, 60000); });
         std::thread printerWriter([&] { printerSent = m_printer->WriteMaster(printerStream, 60000); });
         const bool arrived = QTest::qWaitFor(
             [&] {
@@ -229,7 +200,8 @@ private Q_SLOTS:
         QCOMPARE(view->Pipeline().TotalBytes(), qint64(instrumentStream.size()));
         QVERIFY(forwarding.PrinterBytes() == printed);
         view->Appender().Flush();
-        QVERIFY(view->toPlainText().endsWith(QString::fromLatin1(instrumentStream.right(13)).replace("\r\n", "\n")));
+        QVERIFY(view->toPlainText().endsWith(
+            QString::fromLatin1(instrumentStream.right(13)).replace("\r\n", "\n")));
 
         QVERIFY(Frame()->RouteCommand(ID_V24_PRINTER));
         QVERIFY(m_server->WaitForCompletedJob(QStringLiteral("Epson_LQ-570"), jobId, 30000));
@@ -248,38 +220,16 @@ private:
         if (!m_server->IsRunning())
             QSKIP(qPrintable(QStringLiteral("no private CUPS scheduler: ") + m_server->SkipReason()));
     }
-    CMainFrame* Frame() const { return m_app->MainFrame(); }
-    QString Home(const QString& name) const { return QDir(m_home->path()).filePath(name); }
-    QString StatusText() const { return Frame()->GetPaneText(CMainFrame::PaneMessage); }
     QAction* Item() const { return Frame()->MenuItem(4, ID_V24_PRINTER); }
 
     std::unique_ptr<CCupsTestServer> m_server;
-    std::unique_ptr<QTemporaryDir> m_home;
-    std::unique_ptr<CPtyPair> m_instrument;
     std::unique_ptr<CPtyPair> m_printer;
-    std::unique_ptr<CScriptedDialogs> m_dialogs;
-    std::unique_ptr<COrvalisApp> m_app;
     QStringList m_queues;
 };
 
 COrvalisView* tst_V24Printer::Start(const QByteArray& profile)
 {
-    CDriverFile records;
-    records.m_Driver.m_strName = "Lab";
-    records.m_Comm.m_nConnector = -1;
-    records.m_Comm.m_strConnector = m_instrument->SlaveName().toLocal8Bit();
-    records.m_Terminal.m_bReceiveCRLF = 0;
-    records.m_FunctionKeys.AppendEmptyKeys();
-    if (!records.Store(Home(QStringLiteral("lab.tbb"))).IsOk())
-        return nullptr;
-    QFile ini(Home(QStringLiteral("Orvalis.ini")));
-    if (!ini.open(QIODevice::WriteOnly) || ini.write("[Settings]\n" + profile) < 0)
-        return nullptr;
-    ini.close();
-    m_app = std::make_unique<COrvalisApp>(Home(QStringLiteral("Orvalis.ini")));
-    if (!m_app->InitInstance({QStringLiteral("/Dlab.tbb")}))
-        return nullptr;
-    return qobject_cast<COrvalisView*>(Frame()->ActiveView());
+    return CInstrumentWindowFixture::Start(PlainDriver(m_pty->SlaveName()), "[Settings]\n" + profile);
 }
 
 QTEST_MAIN(tst_V24Printer)
