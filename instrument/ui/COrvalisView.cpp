@@ -99,6 +99,7 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     , m_pMessageLine(new QLabel(this))
     , m_pHexPane(new CHexPane(this))
     , m_pCommandLine(new CCommandLineEdit(this))
+    , m_pScrollBarGap(new QWidget)
 {
     setObjectName(QStringLiteral("COrvalisView"));
     m_pMessageLine->setObjectName(QStringLiteral("MessageLine"));
@@ -111,6 +112,7 @@ COrvalisView::COrvalisView(CFrameServices* services, QWidget* parent)
     m_pMessageLine->hide();
     m_pHexPane->hide();
     m_pCommandLine->hide();
+    addScrollBarWidget(m_pScrollBarGap, Qt::AlignBottom);
     m_source.SetObserver([this](const QByteArray& block) { m_pHexPane->AppendBytes(block); });
     connect(m_pCommandLine, &CCommandLineEdit::commandEntered, this, &COrvalisView::OnCommandLine);
     connect(&m_reconnector, &CLineReconnector::reconnected, this, &COrvalisView::OnReconnected);
@@ -373,12 +375,13 @@ void COrvalisView::ShowMessageLine(const QString& text)
 
 void COrvalisView::LayOutPanes()
 {
-    // Below the text, as wide as the window; the message as high as the
-    // whole message needs.
+    // Below the text, as wide as the window and over the gap below the
+    // scroll bar; the message as high as the whole message needs.
     const int width = contentsRect().width();
     const int hexHeight = m_pHexPane->isHidden() ? 0 : m_pHexPane->PreferredHeight();
     const int messageHeight = m_pMessageLine->isHidden() ? 0 : m_pMessageLine->heightForWidth(width);
     const int commandHeight = m_pCommandLine->isHidden() ? 0 : m_pCommandLine->sizeHint().height();
+    m_pScrollBarGap->setFixedHeight(hexHeight + messageHeight + commandHeight);
     setViewportMargins(0, 0, 0, hexHeight + messageHeight + commandHeight);
     const QRect text = viewport()->geometry();
     int top = text.bottom() + 1;
@@ -386,6 +389,7 @@ void COrvalisView::LayOutPanes()
                                 {m_pMessageLine, messageHeight},
                                 {m_pCommandLine, commandHeight}}) {
         pane->setGeometry(contentsRect().left(), top, width, height);
+        pane->raise();
         top += height;
     }
 }

@@ -180,6 +180,9 @@ private:
     QLabel* m_pMessageLine;
     CHexPane* m_pHexPane;
     CCommandLineEdit* m_pCommandLine;
+    // Below the text's scroll bar, as high as the panes, so the bar ends
+    // above them.
+    QWidget* m_pScrollBarGap;
     CV24Printer m_v24Printer{this, m_pServices};
     CInstrumentViewSettings m_viewSettings;
     // The lines shown go from the broker's sink through the time stamps and

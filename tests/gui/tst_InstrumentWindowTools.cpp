@@ -15,6 +15,7 @@
 #include <QMdiSubWindow>
 #include <QRegularExpression>
 #include <QSettings>
+#include <QScrollBar>
 #include <QStatusBar>
 #include <QTest>
 
@@ -237,7 +238,7 @@ void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
     QVERIFY(Profile(QStringLiteral("Lab/HexBytes")).toBool());
 
     if (!qEnvironmentVariableIsEmpty("ORVALIS_SCREENSHOT_DIR")) {
-        QVERIFY(Send("N     +12.345 g\r\nES\r\nN     +12.346 g\r\n"));
+        QVERIFY(Send(QByteArray("N     +12.345 g\r\nES\r\nN     +12.346 g\r\n").repeated(20)));
         view->CommandLine()->setText(QStringLiteral("SI<CR>"));
         pane->moveCursor(QTextCursor::End);
         Frame()->resize(760, 560);
@@ -256,6 +257,11 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
     QVERIFY(line->isVisible());
     QVERIFY(Frame()->QueryCommand(ID_COMMAND_LINE).bChecked);
     QVERIFY(line->geometry().top() > view->viewport()->geometry().bottom());
+    // Below the text's scroll bar too, so the bar's bottom end stays usable.
+    QVERIFY(Send(QByteArray("reading\r\n").repeated(200)));
+    const QScrollBar* bar = view->verticalScrollBar();
+    QTRY_VERIFY(bar->isVisible());
+    QVERIFY(bar->mapTo(view, QPoint(0, bar->height())).y() <= line->geometry().top());
 
     TypeCommand(view, QStringLiteral("SI"));
     QCOMPARE(Receive(3), QByteArray("SI\r"));
