@@ -95,45 +95,35 @@ private Q_SLOTS:
         }
     }
 
-    void remembersItsRectangle()
+    void remembersItsRestoredRectangle()
     {
         StartApp({}, "[Settings]\nWindow=10 20 810 620\nLastUsedDriver=/data/lab.tbb\n");
         CMainFrame* frame = m_app->MainFrame();
         QCOMPARE(frame->geometry(), QRect(10, 20, 800, 600));
         QCOMPARE(m_app->m_strLastUsedDriver, QStringLiteral("/data/lab.tbb"));
 
-        frame->setGeometry(30, 40, 700, 500);
+        // Smaller than the screen, so that the maximised rectangle differs.
+        frame->setGeometry(30, 40, 400, 300);
+        frame->showMaximized();
+        QTRY_VERIFY(frame->isMaximized());
+        QTRY_VERIFY(frame->geometry() != QRect(30, 40, 400, 300));
         QVERIFY(frame->close());
+        QCOMPARE(m_app->m_rcWindow, (CWindowRect{30, 40, 430, 340}));
         m_app->m_strLastTerminalDriver = QStringLiteral("/data/vt.drv");
         m_app->ExitInstance(0);
         m_app.reset();
 
         const CProfile profile(ProfilePath());
         QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("Window")),
-                 QStringLiteral("30 40 730 540"));
+                 QStringLiteral("30 40 430 340"));
         QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")),
                  QStringLiteral("/data/lab.tbb"));
         QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastTerminalDriver")),
                  QStringLiteral("/data/vt.drv"));
-    }
-
-    void maximisedWindowKeepsRestoredRectangle()
-    {
-        // Smaller than the screen, so that the maximised rectangle differs.
-        StartApp({}, "[Settings]\nWindow=10 20 410 320\n");
-        CMainFrame* frame = m_app->MainFrame();
-        frame->showMaximized();
-        QTRY_VERIFY(frame->isMaximized());
-        QTRY_VERIFY(frame->geometry() != QRect(10, 20, 400, 300));
-        QVERIFY(frame->close());
-        QCOMPARE(m_app->m_rcWindow, (CWindowRect{10, 20, 410, 320}));
-        m_app->ExitInstance(0);
-        m_app.reset();
-
         // The next start opens restored at the same place.
         StartApp();
         QVERIFY(!m_app->MainFrame()->isMaximized());
-        QCOMPARE(m_app->MainFrame()->geometry(), QRect(10, 20, 400, 300));
+        QCOMPARE(m_app->MainFrame()->geometry(), QRect(30, 40, 400, 300));
     }
 
     void commandLineDriverConnectsAfterShowing()
