@@ -125,6 +125,13 @@ private Q_SLOTS:
             QCOMPARE(sheet.m_pCommPage->m_pConnector->currentText(), QStringLiteral("COM2"));
             QCOMPARE(sheet.m_pFunctionKeysPage->m_commands.at(0)->text(), QStringLiteral("P<CR>"));
             sheet.m_pGeneralPage->m_pFileName->setText(QStringLiteral("lab2.tbb"));
+            // Double click on TrimLeft: the example waits in the command field, and is stored.
+            CScriptPage* page = sheet.m_pScriptPage;
+            QCOMPARE(sheet.GetPage(4), page);
+            auto* commands = page->findChild<QListWidget*>(QStringLiteral("commands"));
+            commands->setCurrentRow(7);
+            Q_EMIT commands->itemDoubleClicked(commands->item(7));
+            QVERIFY(page->IsPending());
         });
         m_app->MainFrame()->OnModifyInstrument();
         QCOMPARE(m_dialogs->m_lastFilter.strFilter, QStringLiteral("Instrument Drivers (*.tbb)"));
@@ -143,6 +150,10 @@ private Q_SLOTS:
         QCOMPARE(modified.m_Comm.m_strConnector, QByteArray("COM2"));
         QCOMPARE(modified.m_Comm.m_nBaudRate, 4800);
         QCOMPARE(modified.m_FunctionKeys.GetCommand(0), QByteArray("P\r"));
+        QCOMPARE(modified.m_Script.m_bRegistered, 1);
+        QCOMPARE(modified.m_Script.m_strEndOfString, QByteArray("<CR><LF>"));
+        QCOMPARE(modified.m_Script.m_InputStrings, QByteArrayList{"N"});
+        QCOMPARE(modified.m_Script.GetCommand(0, 1), QByteArray("TrimLeft()"));
         // The sheet is filled like a new driver's: eight more empty keys.
         QCOMPARE(modified.m_FunctionKeys.m_Names.size(), 16);
 
@@ -235,37 +246,6 @@ private Q_SLOTS:
         });
         m_app->MainFrame()->OnModifyInstrument();
         QVERIFY(QFile::exists(InFolder(QStringLiteral("New.tbb"))));
-    }
-
-    void modifyInstrumentStoresPendingScriptCommand()
-    {
-        const QString lab = InFolder(QStringLiteral("lab.tbb"));
-        CDriverFile records;
-        records.m_Driver.m_strFileName = "lab.tbb";
-        records.m_Script.m_bRegistered = 1;
-        records.m_Script.m_strEndOfString = "<CR><LF>";
-        records.m_Script.m_InputStrings = {"N"};
-        records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"SkipCharacters(1)"})};
-        QVERIFY(records.Store(lab).IsOk());
-        m_dialogs->m_openAnswers = {lab};
-        m_dialogs->m_onExec = Accept<CInstrumentSheet>([](CInstrumentSheet& sheet) {
-            CScriptPage* page = sheet.m_pScriptPage;
-            QCOMPARE(sheet.GetPage(4), page);
-            QCOMPARE(page->Caption(), QStringLiteral("Script Language"));
-            // Double click on TrimLeft: the example waits in the command field.
-            auto* commands = page->findChild<QListWidget*>(QStringLiteral("commands"));
-            commands->setCurrentRow(7);
-            Q_EMIT commands->itemDoubleClicked(commands->item(7));
-            QVERIFY(page->IsPending());
-        });
-        m_app->MainFrame()->OnModifyInstrument();
-        CDriverFile written;
-        QVERIFY(written.Load(lab).IsOk());
-        QCOMPARE(written.m_Script.m_bRegistered, 1);
-        QCOMPARE(written.m_Script.m_strEndOfString, QByteArray("<CR><LF>"));
-        QCOMPARE(written.m_Script.m_InputStrings, QByteArrayList{"N"});
-        QCOMPARE(written.m_Script.GetCommandCount(0), 2);
-        QCOMPARE(written.m_Script.GetCommand(0, 1), QByteArray("TrimLeft()"));
     }
 
     void addTerminalWritesChosenFileUnlessCancelled()
@@ -374,6 +354,10 @@ void tst_DriverCommands::WriteInstrument(const QString& path, const QByteArray& 
     records.m_FunctionKeys.AppendEmptyKeys();
     records.m_FunctionKeys.m_Names[0] = "Print";
     records.m_FunctionKeys.m_Commands[0] = "P\r";
+    records.m_Script.m_bRegistered = 1;
+    records.m_Script.m_strEndOfString = "<CR><LF>";
+    records.m_Script.m_InputStrings = {"N"};
+    records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"SkipCharacters(1)"})};
     QVERIFY(records.Store(path).IsOk());
 }
 
