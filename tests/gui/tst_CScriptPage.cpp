@@ -47,9 +47,14 @@ class Page
 {
 public:
     // The script is loaded before the page is shown, as the sheet does.
-    explicit Page(const CScript& script = CScript())
+    explicit Page(const CScript& script = CScript(), bool shown = true)
     {
         page.LoadFrom(script);
+        if (shown)
+            Show();
+    }
+    void Show()
+    {
         page.resize(page.sizeHint());
         page.show();
         page.activateWindow();
@@ -122,26 +127,6 @@ class tst_CScriptPage : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void opensWithListsFilledAndButtonsOff()
-    {
-        // Before the page is shown: the sheet's first focus then enables Remove.
-        CScriptPage page;
-        page.LoadFrom(MakeScript({"S", "<STX>"}, {{"TrimAll()", "SkipCharacters(1)"}, {}}));
-        const auto child = [&page](const char* name) {
-            return page.findChild<QWidget*>(QLatin1String(name));
-        };
-        const auto* input = static_cast<QComboBox*>(child("inputString"));
-        QCOMPARE(ItemTexts(input), QByteArrayList({"S", "<STX>"}));
-        QCOMPARE(input->currentText(), QStringLiteral("S"));
-        QCOMPARE(ItemTexts(static_cast<QListWidget*>(child("sequence"))),
-                 QByteArrayList({"TrimAll()", "SkipCharacters(1)"}));
-        QVERIFY(static_cast<QLineEdit*>(child("outputString"))->text().isEmpty());
-        QVERIFY(static_cast<QLabel*>(child("syntax"))->text().isEmpty());
-        QVERIFY(!child("add")->isEnabled());
-        QVERIFY(!child("remove")->isEnabled());
-        QVERIFY(!page.IsPending());
-    }
-
     void registersInputString()
     {
         const QByteArrayList status{"STATUS"};
@@ -418,14 +403,21 @@ private Q_SLOTS:
         QCOMPARE(p.SavedSequence(0), QByteArrayList{"ChangeSpaces(<HT>)"});
     }
 
-    void loadAndSaveRoundTrip()
+    void opensWithListsFilledAndButtonsOffAndRoundTrips()
     {
         CScript script = MakeScript({"~", "S", "<STX>x<ETX>"},
                                     {{"TrimLeft()"}, {}, {"RemoveCharacters(0, 1)", "TrimAll()"}});
         script.m_Sequences[1] = nullptr; // an absent sequence of the file
         script.m_bRegistered = 1;
         script.m_strEndOfString = "<CR><LF>";
-        Page p(script);
+        // Before the page is shown: the sheet's first focus then enables Remove.
+        Page p(script, false);
+        QCOMPARE(ItemTexts(p.Input()), script.m_InputStrings);
+        QCOMPARE(p.Input()->currentText(), QStringLiteral("~"));
+        QCOMPARE(ItemTexts(p.Sequence()), QByteArrayList{"TrimLeft()"});
+        QVERIFY(p.Output()->text().isEmpty() && p.Syntax()->text().isEmpty());
+        QVERIFY(!p.Add()->isEnabled() && !p.Remove()->isEnabled());
+        QVERIFY(!p.page.IsPending());
         QVERIFY(p.Child<QCheckBox>("registered")->isChecked());
         QCOMPARE(p.EndOfString()->text(), QStringLiteral("<CR><LF>"));
         CScript saved;
@@ -438,6 +430,7 @@ private Q_SLOTS:
         QCOMPARE(saved.GetCommand(2, 1), QByteArray("TrimAll()"));
         // The saved script owns its own sequences; edits stay on the page until saved.
         QVERIFY(saved.m_Sequences[0] != script.m_Sequences[0]);
+        p.Show();
         QVERIFY(p.active);
         p.ChooseInput(0);
         p.DoubleClickRow(p.Commands(), p.CommandRow("TrimAll"));
