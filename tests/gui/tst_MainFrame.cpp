@@ -126,27 +126,36 @@ private Q_SLOTS:
         QCOMPARE(m_app->MainFrame()->geometry(), QRect(30, 40, 400, 300));
     }
 
-    void commandLineDriverConnectsAfterShowing()
+    void driversOnTheCommandLineOpenAfterShowing()
     {
+        // A driver named by /D, and a terminal driver whose full path the file
+        // manager passes, open without asking for a file.
         CScriptedDialogs dialogs;
-        StartApp({QStringLiteral("/Dlab.tbb")});
-        const QString driver = QDir(m_home->path()).filePath(QStringLiteral("lab.tbb"));
-        QCOMPARE(m_app->m_strLastUsedDriver, driver);
+        const QString instrument = m_home->filePath(QStringLiteral("Lab Balance.tbb"));
+        const QString terminal = m_home->filePath(QStringLiteral("VT100.drv"));
+        QVERIFY(QFile::copy(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/Balance.tbb"), instrument));
+        QVERIFY(QFile::copy(QStringLiteral(ORVALIS_TEST_DATA "/VT100.drv"), terminal));
+        StartApp({QStringLiteral("/DLab Balance.tbb"), terminal});
+        QCOMPARE(dialogs.m_nOpenCalls, 0);
+        QCOMPARE(m_app->m_strLastUsedDriver, instrument);
         QCOMPARE(m_app->m_bDriverOnCommandLine, 1);
         QCOMPARE(m_app->m_bConnectRequested, 1);
-        // Connected without asking for a file, and every later Connect reopens it.
-        QCOMPARE(dialogs.m_nOpenCalls, 0);
-        QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 1);
+        QCOMPARE(m_app->m_strLastTerminalDriver, terminal);
+        const QList<QMdiSubWindow*> windows = m_app->MainFrame()->MdiArea()->subWindowList();
+        QCOMPARE(windows.size(), 2);
+        QVERIFY(qobject_cast<CChildFrame*>(windows.at(0)));
+        QVERIFY(qobject_cast<CTerminalFrame*>(windows.at(1)));
+        // Every later Connect reopens it.
         m_app->MainFrame()->OnConnectInstrument();
         QCOMPARE(dialogs.m_nOpenCalls, 0);
-        QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 2);
+        QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 3);
 
         QVERIFY(m_app->MainFrame()->close());
         m_app->ExitInstance(0);
         m_app.reset();
         QCOMPARE(
             CProfile(ProfilePath()).GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")),
-            driver);
+            instrument);
     }
 
     void embeddedStartShowsNothing()
@@ -157,26 +166,6 @@ private Q_SLOTS:
         QVERIFY(!m_app->MainFrame()->isVisible());
         QCOMPARE(m_app->MainFrame()->MdiArea()->subWindowList().size(), 0);
         QCOMPARE(m_app->m_bConnectRequested, 0);
-    }
-
-    void driversOpenedFromTheDesktop()
-    {
-        // A file manager passes full paths: an instrument driver connects, a
-        // terminal driver opens a terminal window, without asking for a file.
-        CScriptedDialogs dialogs;
-        const QString instrument = m_home->filePath(QStringLiteral("Lab Balance.tbb"));
-        const QString terminal = m_home->filePath(QStringLiteral("VT100.drv"));
-        QVERIFY(QFile::copy(QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/Balance.tbb"), instrument));
-        QVERIFY(QFile::copy(QStringLiteral(ORVALIS_TEST_DATA "/VT100.drv"), terminal));
-        StartApp({instrument, terminal});
-        QCOMPARE(dialogs.m_nOpenCalls, 0);
-        QCOMPARE(m_app->m_strLastUsedDriver, instrument);
-        QCOMPARE(m_app->m_bDriverOnCommandLine, 1);
-        QCOMPARE(m_app->m_strLastTerminalDriver, terminal);
-        const QList<QMdiSubWindow*> windows = m_app->MainFrame()->MdiArea()->subWindowList();
-        QCOMPARE(windows.size(), 2);
-        QVERIFY(qobject_cast<CChildFrame*>(windows.at(0)));
-        QVERIFY(qobject_cast<CTerminalFrame*>(windows.at(1)));
     }
 
     void functionKeyBarLayout()
