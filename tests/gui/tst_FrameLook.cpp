@@ -168,16 +168,13 @@ private Q_SLOTS:
         };
         // As typed: Alt goes down first, then E, then both come up.
         const auto pressAltE = [] {
-            QWidget* target = QApplication::activePopupWidget();
-            if (!target)
-                target = QApplication::focusWidget();
-            QTest::keyPress(target, Qt::Key_Alt, Qt::AltModifier);
-            target = QApplication::activePopupWidget() ? QApplication::activePopupWidget()
-                                                       : QApplication::focusWidget();
-            QTest::keyClick(target, Qt::Key_E, Qt::AltModifier);
-            target = QApplication::activePopupWidget() ? QApplication::activePopupWidget()
-                                                       : QApplication::focusWidget();
-            QTest::keyRelease(target, Qt::Key_Alt);
+            const auto target = [] {
+                QWidget* popup = QApplication::activePopupWidget();
+                return popup ? popup : QApplication::focusWidget();
+            };
+            QTest::keyPress(target(), Qt::Key_Alt, Qt::AltModifier);
+            QTest::keyClick(target(), Qt::Key_E, Qt::AltModifier);
+            QTest::keyRelease(target(), Qt::Key_Alt);
         };
         pressAltE();
         QTRY_COMPARE(openPopup(), QStringLiteral("&Edit"));
