@@ -201,30 +201,6 @@ private Q_SLOTS:
         }
     }
 
-    void functionKeyBarShowAndHideAndCountPane()
-    {
-        StartApp();
-        CMainFrame* frame = m_app->MainFrame();
-        frame->ShowFunctionKeyBar(1);
-        QVERIFY(frame->IsFunctionKeyBarVisible());
-        QTRY_VERIFY(frame->FunctionKeyBar()->isVisible());
-        // Laid out at the bottom, over the full width of the window.
-        QTRY_COMPARE(frame->FunctionKeyBar()->width(), frame->centralWidget()->width());
-        const int mdiHeight = frame->MdiArea()->height();
-        frame->ShowFunctionKeyBar(0);
-        QVERIFY(!frame->IsFunctionKeyBarVisible());
-        QTRY_VERIFY(frame->MdiArea()->height() > mdiHeight);
-
-        // The count pane shows a posted count when it is delivered.
-        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString());
-        frame->PostShowCount(1234);
-        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString());
-        QCoreApplication::sendPostedEvents(frame);
-        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("    1234"));
-        frame->OnShowCount(123456789);
-        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("123456789"));
-    }
-
     void connectInstrumentAndTerminalMenusAndCommandRouting()
     {
         CScriptedDialogs dialogs;
@@ -289,7 +265,7 @@ private Q_SLOTS:
         QVERIFY(!frame->QueryCommand(ID_VIEW_TOOLBAR).bChecked);
     }
 
-    void openFileAndRecentFiles()
+    void openFileRecentFilesAndBars()
     {
         CScriptedDialogs dialogs;
         StartApp({}, "[Recent%20File%20List]\nFile1=/data/old.txt\n");
@@ -297,6 +273,26 @@ private Q_SLOTS:
         QCOMPARE(m_app->RecentFiles(), QStringList{"/data/old.txt"});
         QVERIFY(frame->QueryCommand(ID_FILE_MRU_FILE1).bEnabled);
         QVERIFY(!frame->QueryCommand(ID_FILE_MRU_FILE1 + 1).bEnabled);
+
+        // The function-key bar and the count pane.
+        frame->ShowFunctionKeyBar(1);
+        QVERIFY(frame->IsFunctionKeyBarVisible());
+        QTRY_VERIFY(frame->FunctionKeyBar()->isVisible());
+        // Laid out at the bottom, over the full width of the window.
+        QTRY_COMPARE(frame->FunctionKeyBar()->width(), frame->centralWidget()->width());
+        const int mdiHeight = frame->MdiArea()->height();
+        frame->ShowFunctionKeyBar(0);
+        QVERIFY(!frame->IsFunctionKeyBarVisible());
+        QTRY_VERIFY(frame->MdiArea()->height() > mdiHeight);
+
+        // The count pane shows a posted count when it is delivered.
+        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString());
+        frame->PostShowCount(1234);
+        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QString());
+        QCoreApplication::sendPostedEvents(frame);
+        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("    1234"));
+        frame->OnShowCount(123456789);
+        QCOMPARE(frame->GetPaneText(CMainFrame::PaneCount), QStringLiteral("123456789"));
 
         dialogs.m_openAnswers = {QStringLiteral("/data/run 7.txt")};
         QVERIFY(frame->RouteCommand(ID_FILE_OPEN));
