@@ -286,8 +286,11 @@ void tst_CommChannel::bufferStopsReadingWhileTheOwnerLagsAndLosesNothing()
     QByteArray bytes;
     for (int i = 0; bytes.size() < 3 * CComm::InputBufferLimit; ++i)
         bytes += QByteArray::number(i) + ' ';
+    // One byte first, so that the reads of the rest cannot end on the bound by chance.
+    pty.WriteMaster(bytes.left(1));
+    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == 1; }));
     std::atomic<bool> allWritten = false;
-    std::thread instrument = WriteAsInstrument(pty, bytes, bytes.size(), &allWritten);
+    std::thread instrument = WriteAsInstrument(pty, bytes.mid(1), bytes.size(), &allWritten);
 
     // Full, and no fuller: the rest waits in the kernel.
     QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == CComm::InputBufferLimit; }));
