@@ -96,16 +96,6 @@ class tst_CArchive : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void writesIntegersLittleEndian()
-    {
-        const QByteArray bytes = Written([](CArchive& ar) {
-            ar.WriteWord(0x2580);
-            ar.WriteDWord(0x01020304);
-        });
-        QCOMPARE(bytes, Bytes("80 25 04 03 02 01"));
-        QCOMPARE(Read(bytes, "word").value, QByteArray("9600"));
-    }
-
     // The length prefix of a string of each length form; the last byte is
     // not ASCII.
     void writesStringLengthForms()
