@@ -24,7 +24,6 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QTemporaryDir>
-#include <QTimer>
 
 #include <pty.h>
 #include <unistd.h>

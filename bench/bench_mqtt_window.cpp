@@ -30,7 +30,6 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QThread>
-#include <QTimer>
 
 #include <atomic>
 #include <cstdio>

@@ -75,7 +75,7 @@ instrument/CLineStamper.cpp~    const qsizetype endLength = m_bNames ? 4 : 1;~  
 tools/cli/CCaptureCommand.cpp~            reconnector.Start(driver.m_Comm);<NL>~~capture: --reconnect never starts waiting~tst_capture orvalis-cli
 terminal/CCsiGuard.cpp~        if (byte == '[')<NL>            StartCsi();~        if (byte == '[' || byte == Csi8Bit)<NL>            StartCsi();~terminal: CSI guard opens a sequence at an 8-bit CSI inside an escape~tst_TerminalScreen
 comm/CLineSettingsText.cpp~    if (connector.size() <= ShortConnectorLength)~    if (connector.size() < ShortConnectorLength)~line pane: connector of the longest length shortened~tst_LineSettings
-instrument/ui/COrvalisView.cpp~    m_pScrollBarGap->setFixedHeight(hexHeight + messageHeight + commandHeight);<NL>~~window panes: the text's scroll bar runs under the command line~tst_InstrumentWindowTools
+instrument/ui/COrvalisView.cpp~    m_pScrollBarGap->setFixedHeight(panesHeight);<NL>~~window panes: the text's scroll bar runs under the command line~tst_InstrumentWindowTools
 LIST
 )
 

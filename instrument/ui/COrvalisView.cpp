@@ -381,8 +381,9 @@ void COrvalisView::LayOutPanes()
     const int hexHeight = m_pHexPane->isHidden() ? 0 : m_pHexPane->PreferredHeight();
     const int messageHeight = m_pMessageLine->isHidden() ? 0 : m_pMessageLine->heightForWidth(width);
     const int commandHeight = m_pCommandLine->isHidden() ? 0 : m_pCommandLine->sizeHint().height();
-    m_pScrollBarGap->setFixedHeight(hexHeight + messageHeight + commandHeight);
-    setViewportMargins(0, 0, 0, hexHeight + messageHeight + commandHeight);
+    const int panesHeight = hexHeight + messageHeight + commandHeight;
+    m_pScrollBarGap->setFixedHeight(panesHeight);
+    setViewportMargins(0, 0, 0, panesHeight);
     const QRect text = viewport()->geometry();
     int top = text.bottom() + 1;
     for (auto [pane, height] : {std::pair<QWidget*, int>{m_pHexPane, hexHeight},
