@@ -1,9 +1,6 @@
 #include "CCommandHistory.h"
 #include "CInstrumentViewSettings.h"
-
-#include <QSettings>
-#include <QTemporaryDir>
-#include <QtTest>
+#include "TestIncludes.h"
 
 class tst_CCommandHistory : public QObject
 {
