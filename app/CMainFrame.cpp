@@ -220,7 +220,8 @@ void CMainFrame::CreateStatusBar()
         m_panes.append(pane);
     }
     m_panes[PaneMessage]->setText(CStringTable::Text(AFX_IDS_IDLEMESSAGE));
-    m_panes[PaneMessage]->setMinimumWidth(1);
+    // The idle prompt stays whole; longer messages are cut, never widen the window.
+    m_panes[PaneMessage]->setMinimumWidth(m_panes[PaneMessage]->sizeHint().width());
     // Fly-by prompts cover pane 0 only; the others are permanent.
     bar->addWidget(m_panes[PaneMessage], 1);
     m_panes[PaneCount]->setFixedWidth(300);

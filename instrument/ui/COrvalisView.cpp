@@ -8,6 +8,7 @@
 #include "CCommPage.h"
 #include "CDocumentFrame.h"
 #include "CDriverFile.h"
+#include "CElidedLabel.h"
 #include "CExcel.h"
 #include "CExcelOutput.h"
 #include "CFileFilter.h"
@@ -1051,9 +1052,9 @@ void COrvalisView::UpdateLinePane()
     QStatusBar* bar = frame ? frame->StatusBar() : nullptr;
     if (!bar || (g_pLinePaneOwner && g_pLinePaneOwner != this))
         return;
-    auto* pane = bar->findChild<QLabel*>(LinePaneName);
+    auto* pane = bar->findChild<CElidedLabel*>(LinePaneName);
     if (!pane) {
-        pane = new QLabel(bar);
+        pane = new CElidedLabel(bar);
         pane->setObjectName(LinePaneName);
         pane->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
         bar->addPermanentWidget(pane);
