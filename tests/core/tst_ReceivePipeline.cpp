@@ -1,12 +1,6 @@
-#include "CDriverParameter.h"
 #include "CPlaybackFile.h"
-#include "CReceivePipeline.h"
-#include "CScript.h"
-#include "CTerminalParameter.h"
 #include "PipelineFakes.h"
-
-#include <QTemporaryDir>
-#include <QTest>
+#include "TestIncludes.h"
 
 namespace {
 
@@ -81,15 +75,6 @@ private Q_SLOTS:
             {Script, "<CR>", {"X"}, {{}}, {"X", "1", "\r"}, {"X1\r"}, 3},
             // A wildcard input string; the end characters of the input strings.
             {Script, {}, {"$ABC#", "~XY;"}, {{}, {}}, {"$1#Q2;"}, {"$1#", "Q2;"}, 6},
-            {Script,
-             "<CR>",
-             {"X"},
-             {{}},
-             {QByteArray("X\0"
-                         "1\r",
-                         4)},
-             {"X1\r"},
-             3},
             // A failing command keeps the result of the commands before it.
             {Script,
              "<CR>",
@@ -100,7 +85,6 @@ private Q_SLOTS:
              4},
             // An input string without its sequence shows the string unchanged.
             {Script, ";", {"X", "Y"}, {{"TrimAll()"}}, {"X 1;Y 2;"}, {"X1;", "Y 2;"}, 8},
-            {Script | Names, "<CR>", {"X"}, {{}}, {"X1\r"}, {"X1<CR>"}, 3},
             // The script switched on without input strings shows nothing.
             {Script | CrLf, "<CR>", {}, {}, {"A\rB\r"}, {"\n", "\n"}, 4},
             // The degree sign as end character.
@@ -178,12 +162,8 @@ private Q_SLOTS:
             {"L1\n", false, false, {"x\r"}, {}, {}},
             // CR/LF transmitting appends a line feed.
             {"A\n", false, true, {"\n"}, {"A\r\n"}, {}},
-            // The CR before the file's line feed is dropped; the last line needs none.
-            {"A\r\nB", false, false, {"\n\n\n"}, {"A\r", "B\r", "\r"}, {}},
             // The line after a delay line is sent even when it is a delay line.
             {"D1\nD2\nA\n", false, false, {"\n", "\n"}, {"D2\r", "A\r"}, {1}},
-            // The bytes of the file go out unchanged.
-            {"<CR>\tx\xB0\n", false, false, {"\n"}, {"<CR>\tx\xB0\r"}, {}},
         };
         QTemporaryDir dir;
         for (const auto& row : rows) {
@@ -228,16 +208,6 @@ private Q_SLOTS:
         }
     }
 
-    void otherEventsLeaveTheInputWaiting()
-    {
-        Window w;
-        w.source.m_nEvent = 3;
-        w.source.m_blocks = {"A\r"};
-        w.pipeline.OnCommEvent();
-        QCOMPARE(w.source.m_blocks.size(), 1);
-        QVERIFY(w.text.m_appends.isEmpty());
-    }
-
     void debugReplayShowsEveryByteInPieces()
     {
         Window w;
@@ -253,9 +223,6 @@ private Q_SLOTS:
 
         w.pipeline.DebugReplay();
         QCOMPARE(w.text.m_appends, (QByteArrayList{"\n\nDebug Output\n", "Q1;", "\r", "X2;", "\x01"}));
-        // The store is kept: a second replay shows everything again.
-        w.pipeline.DebugReplay();
-        QCOMPARE(w.text.m_appends.size(), 10);
     }
 
     void pollingShowsEveryByteAndHandlesBackspace()
