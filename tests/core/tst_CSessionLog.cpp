@@ -1,14 +1,8 @@
 #include "CSessionLog.h"
 #include "PipelineFakes.h"
+#include "TestIncludes.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
-
-#include <csignal>
 #include <sys/wait.h>
-#include <unistd.h>
 
 static QByteArray FileBytes(const QString& path)
 {

@@ -92,22 +92,6 @@ private Q_SLOTS:
         }
     }
 
-    void toggledTwiceLeavesNothingOpen()
-    {
-        const QString settings = Settings(m_printer->SlaveName().toLocal8Bit(), true);
-        CPrinterForwarding forwarding;
-        for (int round = 0; round < 2; ++round) {
-            forwarding.SwitchOn(settings, {});
-            forwarding.SwitchOff();
-            QVERIFY(forwarding.PrinterComm() == nullptr && forwarding.Printer() == nullptr);
-        }
-        // The line is closed: the other end sees the hang-up.
-        pollfd p{m_printer->Master(), POLLIN, 0};
-        m_printer->CloseSlave();
-        QCOMPARE(::poll(&p, 1, 1000), 1);
-        QVERIFY(p.revents & POLLHUP);
-    }
-
     void printerLineThatCannotOpenIsTold()
     {
         CPrinterForwarding forwarding;

@@ -4,12 +4,11 @@
 #include "CPublishingSink.h"
 #include "CReadingJson.h"
 #include "PipelineFakes.h"
+#include "TestIncludes.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTest>
-#include <QTimeZone>
 
 class tst_PublishingSink : public QObject
 {
@@ -24,7 +23,6 @@ private Q_SLOTS:
             QByteArrayList pieces;
             QStringList texts;
         } rows[] = {
-            {{"12.5 g\r\n"}, {"12.5 g"}},
             {{"12.", "5 g\r", "\n"}, {"12.5 g"}}, // a line cut into pieces is one reading
             {{"a\rb\nc\r\n"}, {"a", "b", "c"}},
             {{"\r\n\r\nx\r\n\n"}, {"x"}}, // empty lines are no readings
@@ -66,12 +64,9 @@ private Q_SLOTS:
                  QStringLiteral("2026-03-04T05:06:07.089+01:00"));
         QCOMPARE(reading.value(QStringLiteral("driver")).toString(), QStringLiteral("Waage"));
         QCOMPARE(reading.value(QStringLiteral("text")).toString(), QStringLiteral("S S\t-12.50\tg\u00B5"));
-        const QJsonArray cells = reading.value(QStringLiteral("cells")).toArray();
-        QCOMPARE(cells.size(), 3);
-        QCOMPARE(cells.at(0).toString(), QStringLiteral("S S"));
-        QVERIFY(cells.at(1).isDouble());
-        QCOMPARE(cells.at(1).toDouble(), -12.5);
-        QCOMPARE(cells.at(2).toString(), QStringLiteral("g\u00B5"));
+        QCOMPARE(
+            QJsonDocument(reading.value(QStringLiteral("cells")).toArray()).toJson(QJsonDocument::Compact),
+            QStringLiteral("[\"S S\",-12.5,\"g\u00B5\"]").toUtf8());
     }
 
     // Cells hold numbers as the sheet reads them (the cases are tst_ExcelOutput's);

@@ -231,19 +231,6 @@ private Q_SLOTS:
         QCOMPARE(screen.ScrollbackCount(), 0);
     }
 
-    void selectionTextSpansScrollbackAndScreen()
-    {
-        CTerminalScreen screen;
-        screen.ApplySettings(Settings(E::EmulationAnsi));
-        for (int i = 0; i < 12; ++i)
-            screen.Write("row " + QByteArray::number(i) + "   \r\n");
-        QCOMPARE(screen.ScrollbackCount(), 3);
-        // From column 2 of the last line in the scroll-back to column 3 of the
-        // first row of the screen; trailing blanks are not copied.
-        QCOMPARE(screen.Text(QPoint(2, 2), QPoint(3, 3)), QStringLiteral("w 2\nrow"));
-        QCOMPARE(screen.Text(QPoint(3, 3), QPoint(2, 2)), QStringLiteral("w 2\nrow"));
-    }
-
     void csiGuardKeepsSequencesParsable()
     {
         const QByteArray sixteen = Esc("[") + QByteArray("1;").repeated(15) + "1m";
