@@ -1,10 +1,11 @@
-// The instrument driver file (.tbb) and the printer settings file
-// (v24print.drv): golden files (the block order with them), damaged and
-// hostile files.
+// The instrument driver file (.tbb), the printer settings file
+// (v24print.drv) and the terminal driver file: golden files (the block order
+// with them), damaged and hostile files, files that cannot be opened.
 
 #include "ArchiveTestSupport.h"
 #include "CDriverFile.h"
 #include "CPrinterSettingsFile.h"
+#include "CTerminalFile.h"
 #include "GoldenFile.h"
 #include "TestIncludes.h"
 
@@ -56,6 +57,37 @@ QByteArray FileBytes(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
 }
 
+CTerminalFile Vt100Terminal()
+{
+    CTerminalFile file;
+    file.m_Comm.m_nConnector = -1;
+    file.m_Comm.m_strConnector = "COM3";
+    file.m_Comm.m_nBaudRate = 19200;
+    file.m_Comm.m_nDataBits = 7;
+    file.m_Comm.m_cParity = 'E';
+    file.m_Comm.m_nStopBits = 2;
+    file.m_Comm.m_nFlowControl = 1;
+    file.m_Terminal.m_nColumns = 132;
+    file.m_Terminal.m_nEmulation = 4;
+    file.m_Terminal.m_bLocalEcho = 1;
+    file.m_FunctionKeys.m_bShowKeys = 1;
+    file.m_FunctionKeys.AppendEmptyKeys();
+    file.m_FunctionKeys.m_Names[0] = "Reset";
+    file.m_FunctionKeys.m_Commands[0] = "\x1B"
+                                        "c";
+    file.m_FunctionKeys.m_Names[7] = "Status";
+    file.m_FunctionKeys.m_Commands[7] = "STAT?\r";
+    return file;
+}
+
+void CompareRecords(const CTerminalFile& read, const CTerminalFile& expected)
+{
+    CTerminalFile a = read;
+    CTerminalFile b = expected;
+    QCOMPARE(Stored(a.m_Comm), Stored(b.m_Comm));
+    QCOMPARE(Stored(a.m_Terminal), Stored(b.m_Terminal));
+    QCOMPARE(Stored(a.m_FunctionKeys), Stored(b.m_FunctionKeys));
+}
 } // namespace
 
 class tst_CDriverFile : public QObject
@@ -215,6 +247,46 @@ private Q_SLOTS:
             for (int i = 0; i < script.GetCommandCount(index); ++i)
                 script.ExecuteCommand(script.GetCommand(index, i), QByteArray(output), output);
             QCOMPARE(output, row.shown);
+        }
+    }
+
+    void goldenTerminalFileLoadsAndStoresUnchanged()
+    {
+        QTemporaryDir dir;
+        CTerminalFile terminal = Vt100Terminal();
+        const QString path = dir.filePath("VT100.drv");
+        QVERIFY(terminal.Store(path).IsOk());
+        const QByteArray produced = FileBytes(path);
+        QCOMPARE(produced, GoldenBytes("VT100.drv", produced));
+
+        CTerminalFile read;
+        const CFileResult result = read.Load(GoldenPath("VT100.drv"));
+        QVERIFY2(result.IsOk(), qPrintable(result.Message()));
+        CompareRecords(read, terminal);
+        QCOMPARE(read.m_FunctionKeys.GetCommand(7), QByteArray("STAT?\r"));
+    }
+
+    // A missing file is not read, a device is not written. The records stay
+    // as they were.
+    void unopenableTerminalFileIsReported()
+    {
+        QTemporaryDir dir;
+        const struct
+        {
+            QString name;
+            bool storing;
+            QString message;
+        } rows[] = {
+            {"missing.drv", false, "Cannot open %1: No such file or directory"},
+            {"/dev/full", true, "Cannot open %1: a character device, not a regular file"},
+        };
+        for (const auto& row : rows) {
+            const QString path = row.name.startsWith('/') ? row.name : dir.filePath(row.name);
+            CTerminalFile file = Vt100Terminal();
+            const CFileResult result = row.storing ? file.Store(path) : file.Load(path);
+            QCOMPARE(result.GetStatus(), CFileResult::Status::NotOpened);
+            QCOMPARE(result.Message(), row.message.arg(path));
+            CompareRecords(file, Vt100Terminal());
         }
     }
 };

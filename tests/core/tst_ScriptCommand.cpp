@@ -1,5 +1,10 @@
+// The script's commands, the recognition of received strings by their first
+// byte, the names of control codes and the parsing of command text.
+
+#include "CControlCode.h"
 #include "CParse.h"
 #include "CParseCommand.h"
+#include "CScript.h"
 #include "CScriptCommand.h"
 #include "ResourceIds.h"
 #include "TestIncludes.h"
@@ -26,6 +31,7 @@ QByteArray Run(const QByteArray& command, const QByteArray& input)
 
 const QByteArray kEsc("\x1b");
 
+constexpr int kUnset = 1000;
 } // namespace
 
 class tst_ScriptCommand : public QObject
@@ -139,6 +145,144 @@ private Q_SLOTS:
             const int result = CParseCommand().Parse(row.marker, text, b, i, a);
             const QByteArray got = QByteArray::number(result) + ' ' + text + '|' + b + '|' + i + '|' + a;
             QVERIFY2(got == row.expected, row.name + QByteArray(": ") + got);
+        }
+    }
+
+    // The input string a first byte starts, its start byte and the end byte
+    // of the string (kUnset: left as it was).
+    void matchStart()
+    {
+        const struct
+        {
+            QByteArray endOfString;
+            QByteArrayList inputs;
+            int c;
+            bool matched;
+            int index, startChar, endChar;
+        } rows[] = {
+            // The end of string setting gives its last byte.
+            {"<CR><LF>", {"S"}, 'S', true, 0, 'S', '\n'},
+            // Without it, an exact first byte ends at the string's last byte,
+            // other bytes fall to the wildcard.
+            {{}, {"$ABC#", "~XY;"}, '$', true, 0, '$', '#'},
+            {{}, {"$ABC#", "~XY;"}, 'Q', true, 1, '~', ';'},
+            // An earlier wildcard wins over an exact match; a later input
+            // string with the same first byte is never chosen.
+            {{}, {"~a", "Sb"}, 'S', true, 0, '~', 'a'},
+            {{}, {"A1", "A2"}, 'A', true, 0, 'A', '1'},
+            // Case-sensitive; no match leaves the last input's end byte.
+            {{}, {"a;", "b:"}, 'A', false, -1, kUnset, ':'},
+            // No match or no input strings with an end setting keep its byte.
+            {"<ETX>", {"AB", "CD"}, 'X', false, -1, kUnset, 3},
+            {"<CR>", {}, 'X', false, -1, kUnset, 13},
+            // Input strings are decoded; one decoding to nothing is skipped
+            // and leaves the end byte; an empty one matches nothing.
+            {{}, {"<STX>data<ETX>"}, 2, true, 0, 2, 3},
+            {{}, {"<NUL>", "~"}, 'x', true, 1, '~', '~'},
+            {{}, {""}, 0, false, -1, kUnset, kUnset},
+            // An end setting decoding to nothing uses the input strings.
+            {"<NUL>", {"Ax"}, 'A', true, 0, 'A', 'x'},
+            // A high byte given unsigned matches the string's signed byte.
+            {{}, {"\260C\xff"}, 176, true, 0, -80, -1},
+        };
+        for (const auto& row : rows) {
+            CScript script;
+            script.m_strEndOfString = row.endOfString;
+            script.m_InputStrings = row.inputs;
+            int start = kUnset, end = kUnset, found = kUnset;
+            const bool matched = script.MatchStart(row.c, start, end, found);
+            const QByteArray label = row.inputs.join('|') + " " + QByteArray::number(row.c);
+            QVERIFY2(matched == row.matched && found == row.index, label);
+            QVERIFY2(start == row.startChar && end == row.endChar, label);
+        }
+    }
+
+    void names()
+    {
+        const CControlCode codes;
+        QCOMPARE(codes.GetCount(), 33);
+        for (int code = 0; code < codes.GetCount(); ++code) {
+            const QByteArray name = codes.GetName(code);
+            QCOMPARE(codes.GetCode(name), code);
+        }
+        QCOMPARE(codes.GetName(32), QByteArray("SPC"));
+        QCOMPARE(codes.GetName(33), QByteArray());
+        QCOMPARE(codes.GetName(-1), QByteArray());
+        // Lower case, empty, a trailing space or an embedded NUL is no name.
+        for (const QByteArray& text :
+             {QByteArray("cr"), QByteArray(), QByteArray("CR "), QByteArray("CR\0", 3)})
+            QVERIFY2(codes.GetCode(text) == -1, text);
+    }
+
+    void decode()
+    {
+        const struct
+        {
+            QByteArray text, decoded;
+        } rows[] = {
+            {"<CR><LF>", "\r\n"},
+            // Lower case, empty brackets, unknown longer names stay.
+            {"<cr>", "<cr>"},
+            {"<CRX>", "<CRX>"},
+            {"<ESCAPE>", "\x1b"}, // the first three letters name the code
+            // NUL, named or raw, ends the text.
+            {"AB<NUL>CD", "AB"},
+            {QByteArray("A\0B", 3), "A"},
+            // A name without > ends the text; a lone < at the end stays.
+            {"x<ESCabc", "x\x1b"},
+            {"a<", "a<"},
+            {"<ESC<CR>z", "\x1bz"}, // the name is looked up to the next >
+        };
+        for (const auto& row : rows) {
+            QByteArray text = row.text;
+            CParse().DecodeControlCodes(text);
+            QVERIFY2(text == row.decoded, row.text);
+        }
+    }
+
+    void encode()
+    {
+        const struct
+        {
+            QByteArray bytes, encoded;
+        } rows[] = {
+            {"\r\n", "<CR><LF>"},
+            {QByteArray("A\0B", 3), "A<NUL>B"},
+            {"\x7f", "\x7f"}, // DEL, space and the printable bytes stay
+            {"a b~", "a b~"},
+        };
+        for (const auto& row : rows) {
+            QByteArray bytes = row.bytes;
+            CParse().EncodeControlCodes(bytes);
+            QVERIFY2(bytes == row.encoded, row.encoded);
+        }
+        // Decoding gives back every byte but NUL and <.
+        QByteArray all;
+        for (int b = 1; b < 256; ++b) {
+            if (b != '<')
+                all += char(b);
+        }
+        QByteArray text = all;
+        CParse().EncodeControlCodes(text);
+        CParse().DecodeControlCodes(text);
+        QCOMPARE(text, all);
+    }
+
+    void firstToken()
+    {
+        const struct
+        {
+            QByteArray delimiters, text, first;
+        } rows[] = {
+            {"(", "TrimAll()", "TrimAll"},
+            {" ,", " ,a,b", "a"}, // leading delimiters are skipped; any byte of the set delimits
+            // Only delimiters keep the output.
+            {"(", "((", "previous"},
+        };
+        for (const auto& row : rows) {
+            QByteArray result("previous");
+            CParse(row.delimiters).GetFirstToken(row.text, result);
+            QVERIFY2(result == row.first, row.text);
         }
     }
 };

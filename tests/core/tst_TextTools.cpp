@@ -1,11 +1,20 @@
 // The instrument window's text tools: the hex dump, time stamps at line
-// starts, line breaks after the names of received line ends.
+// starts, line breaks after the names of received line ends, the display
+// text's code page and line ends, the command history with the per-driver
+// settings, the session log.
 
+#include "CCodePage.h"
+#include "CCommandHistory.h"
+#include "CDisplayText.h"
 #include "CHexDump.h"
+#include "CInstrumentViewSettings.h"
 #include "CLineStamper.h"
 #include "CNameLineBreaks.h"
+#include "CSessionLog.h"
 #include "PipelineFakes.h"
 #include "TestIncludes.h"
+
+#include <sys/wait.h>
 
 namespace {
 
@@ -28,6 +37,11 @@ QString Expected(qint64 offset, const QByteArray& bytes)
     return QString::asprintf("%08llx ", static_cast<long long>(offset)) + hex + QLatin1String("  ") + text;
 }
 
+QByteArray FileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
 } // namespace
 
 class tst_TextTools : public QObject
@@ -164,6 +178,228 @@ private Q_SLOTS:
         QCOMPARE(dump.Append("0123456789abcdefX"), QStringList{Expected(105, "0123456789abcdef")});
         QCOMPARE(dump.EndOffset(), qint64(122));
     }
+
+    void convert()
+    {
+        // Every byte from DEL to the first one past the Windows-1252 range, and
+        // the last: the five bytes Windows-1252 leaves undefined keep their value.
+        QByteArray high;
+        for (int byte = 0x7F; byte <= 0xA0; ++byte)
+            high.append(char(byte));
+        high.append('\xFF');
+        const struct
+        {
+            QByteArrayList pieces;
+            QString text;
+        } rows[] = {
+            // CR LF, lone CR and lone LF are one line end each, CR LF also split
+            // between two pieces; LF CR and CR CR LF are two.
+            {{"a\r\nb\rc\nd"}, "a\nb\nc\nd"},
+            {{"a\r", "\nb"}, "a\nb"},
+            {{"a\n\rb"}, "a\n\nb"},
+            {{"a\r", "\r\n"}, "a\n\n"},
+            // Bytes 128..255 in Windows-1252; other control bytes stay.
+            {{"23\260C \x80 \x96"}, QStringLiteral("23\u00B0C \u20AC \u2013")},
+            {{high},
+             QStringLiteral("\u007F\u20AC\u0081\u201A\u0192\u201E\u2026\u2020\u2021"
+                            "\u02C6\u2030\u0160\u2039\u0152\u008D\u017D\u008F"
+                            "\u0090\u2018\u2019\u201C\u201D\u2022\u2013\u2014"
+                            "\u02DC\u2122\u0161\u203A\u0153\u009D\u017E\u0178\u00A0\u00FF")},
+            {{"\0021\t2\x03"}, QStringLiteral("\u00021\t2\u0003")},
+        };
+        for (const auto& row : rows) {
+            CDisplayText display;
+            QString text;
+            for (const QByteArray& piece : row.pieces)
+                text += display.Convert(piece);
+            QCOMPARE(text, row.text);
+        }
+    }
+
+    // The way back, as files and commands are written.
+    void everyByteSurvivesARoundTrip()
+    {
+        QByteArray all;
+        for (int byte = 0; byte < 256; ++byte)
+            all.append(char(byte));
+        const QString text = CCodePage::ToUnicode(all);
+        QCOMPARE(text.size(), 256);
+        QCOMPARE(CCodePage::FromUnicode(text), all);
+    }
+
+    // CJK, a C1 code point the code page replaces, a character outside the
+    // BMP (one ?), a lone surrogate; typographic characters are mapped.
+    void unmappableCharactersBecomeQuestionMarks()
+    {
+        QCOMPARE(CCodePage::FromUnicode(QStringLiteral("a\u4E2Db")), QByteArray("a?b"));
+        QCOMPARE(CCodePage::FromUnicode(QString::fromUtf8("x\U0001F600y")), QByteArray("x?y"));
+        QCOMPARE(CCodePage::FromUnicode(QString(QChar(0xD800))), QByteArray("?"));
+        QCOMPARE(CCodePage::FromUnicode(QStringLiteral("\u20AC\u2013\u2122")), QByteArray("\x80\x96\x99"));
+    }
+
+    void walksOlderAndBackToTheDraft()
+    {
+        CCommandHistory history;
+        QCOMPARE(history.Older(QStringLiteral("typed")), QStringLiteral("typed"));
+        history.Add(QStringLiteral("SI"));
+        history.Add(QStringLiteral("T"));
+        history.Add(QStringLiteral("Z"));
+        QCOMPARE(history.Older(QStringLiteral("half")), QStringLiteral("Z"));
+        QCOMPARE(history.Older(QStringLiteral("Z")), QStringLiteral("T"));
+        QCOMPARE(history.Older(QStringLiteral("T")), QStringLiteral("SI"));
+        // The oldest stays.
+        QCOMPARE(history.Older(QStringLiteral("SI")), QStringLiteral("SI"));
+        QCOMPARE(history.Newer(QStringLiteral("SI")), QStringLiteral("T"));
+        history.Newer(QStringLiteral("T"));
+        QCOMPARE(history.Newer(QStringLiteral("Z")), QStringLiteral("half"));
+        QCOMPARE(history.Newer(QStringLiteral("half")), QStringLiteral("half"));
+        // A command sent ends the walk: Up starts at the newest again.
+        history.Older(QString());
+        history.Add(QStringLiteral("T"));
+        QCOMPARE(history.Older(QString()), QStringLiteral("T"));
+    }
+
+    void keepsTheLastHundredWithoutRepeats()
+    {
+        CCommandHistory history;
+        for (int i = 0; i < 150; ++i) {
+            history.Add(QString::number(i));
+            history.Add(QString::number(i));
+        }
+        history.Add(QString());
+        const QStringList entries = history.Entries();
+        QCOMPARE(entries.size(), CCommandHistory::MaxEntries);
+        QCOMPARE(entries.first(), QStringLiteral("50"));
+        QCOMPARE(entries.last(), QStringLiteral("149"));
+    }
+
+    void settingsKeptPerDriver()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("Orvalis.ini"));
+        CInstrumentViewSettings defaults;
+        defaults.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Balance"));
+        // Time stamps, time stamp column, hex bytes, command line, reconnect.
+        const auto flags = [](const CInstrumentViewSettings& v) {
+            return QList<bool>{v.m_bTimeStamps, v.m_bTimeStampColumn, v.m_bHexBytes, v.m_bCommandLine,
+                               v.m_bReconnect};
+        };
+        QCOMPARE(flags(defaults), (QList<bool>{false, false, false, true, true}));
+
+        CInstrumentViewSettings balance;
+        balance.m_bTimeStampColumn = true;
+        balance.m_bCommandLine = false;
+        balance.m_bReconnect = false;
+        balance.m_commandHistory = {QStringLiteral("SI"), QStringLiteral("a, \"b\"<CR>"),
+                                    QStringLiteral("x=1;y")};
+        {
+            QSettings settings(path, QSettings::IniFormat);
+            balance.Save(settings, QStringLiteral("Balance"));
+        }
+        CInstrumentViewSettings read;
+        read.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Balance"));
+        QCOMPARE(flags(read), (QList<bool>{false, true, false, false, false}));
+        QCOMPARE(read.m_commandHistory, balance.m_commandHistory);
+
+        CInstrumentViewSettings other;
+        other.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Meter"));
+        QCOMPARE(flags(other), flags(defaults));
+        QVERIFY(other.m_commandHistory.isEmpty());
+    }
+
+    void appendsWhatTheWindowShows()
+    {
+        const QString path = m_home.filePath(QStringLiteral("show.log"));
+        QVERIFY(QFile(path).open(QIODevice::WriteOnly));
+        CTextBuffer window;
+        CSessionLog log(window);
+        log.AppendBytes("before\r\n");
+        QVERIFY2(log.Start(path), qPrintable(log.ErrorString()));
+        log.AppendBytes("12.5 g\r");
+        log.AppendBytes("\n\xb5 3\rend");
+        QCOMPARE(window.m_text, QByteArray("before\r\n12.5 g\r\n\xb5 3\rend"));
+        QCOMPARE(FileBytes(path), QByteArray("12.5 g\n\xc2\xb5 3\nend"));
+        log.Stop();
+        log.AppendBytes("after\r\n");
+        QCOMPARE(FileBytes(path), QByteArray("12.5 g\n\xc2\xb5 3\nend"));
+    }
+
+    void keepsEveryLineOfAKilledProgram()
+    {
+        const QString path = m_home.filePath(QStringLiteral("killed.log"));
+        int ready[2];
+        QVERIFY(::pipe(ready) == 0);
+        const pid_t child = ::fork();
+        QVERIFY(child >= 0);
+        if (child == 0) {
+            CTextBuffer window;
+            CSessionLog log(window);
+            if (!log.Start(path))
+                ::_exit(2);
+            for (int i = 0; i < 1000; ++i)
+                log.AppendBytes(QByteArray::number(i) + "\r\n");
+            (void)::write(ready[1], "x", 1);
+            ::pause();
+            ::_exit(0);
+        }
+        ::close(ready[1]);
+        char byte = 0;
+        QCOMPARE(::read(ready[0], &byte, 1), ssize_t(1));
+        ::close(ready[0]);
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        QVERIFY(WIFSIGNALED(status));
+        QByteArray expected;
+        for (int i = 0; i < 1000; ++i)
+            expected += QByteArray::number(i) + "\n";
+        QCOMPARE(FileBytes(path), expected);
+    }
+
+    void stopsOnAFullDiskAndTheWindowGoesOn()
+    {
+        CTextBuffer window;
+        CSessionLog log(window);
+        QVERIFY2(log.Start(QStringLiteral("/dev/full")), qPrintable(log.ErrorString()));
+        log.AppendBytes("a\r\n");
+        QVERIFY(!log.IsLogging());
+        QVERIFY2(log.ErrorString().startsWith(QStringLiteral("Logging to /dev/full stopped: ")),
+                 qPrintable(log.ErrorString()));
+        QVERIFY2(log.ErrorString().contains(QStringLiteral("space")), qPrintable(log.ErrorString()));
+        log.AppendBytes("b\r\n");
+        QCOMPARE(window.m_text, QByteArray("a\r\nb\r\n"));
+    }
+
+    void stopsWhenItsFolderIsRemoved()
+    {
+        const QString folder = m_home.filePath(QStringLiteral("gone"));
+        QVERIFY(QDir().mkpath(folder));
+        CTextBuffer window;
+        CSessionLog log(window);
+        QVERIFY(log.Start(folder + QStringLiteral("/session.log")));
+        log.AppendBytes("kept\r\n");
+        QVERIFY(log.IsLogging());
+        QVERIFY(QDir(folder).removeRecursively());
+        log.AppendBytes("lost\r\n");
+        QVERIFY(!log.IsLogging());
+        QCOMPARE(log.ErrorString(),
+                 QStringLiteral("Logging to %1/session.log stopped: the file was removed").arg(folder));
+        QCOMPARE(window.m_text, QByteArray("kept\r\nlost\r\n"));
+    }
+
+    void reportsAFileThatCannotBeOpened()
+    {
+        CTextBuffer window;
+        CSessionLog log(window);
+        const QString path = m_home.filePath(QStringLiteral("none/x.log"));
+        QVERIFY(!log.Start(path));
+        QVERIFY(!log.IsLogging());
+        QVERIFY2(log.ErrorString().startsWith(QStringLiteral("Cannot log to %1: ").arg(path)),
+                 qPrintable(log.ErrorString()));
+    }
+
+private:
+    QTemporaryDir m_home;
 };
 
 QTEST_GUILESS_MAIN(tst_TextTools)
