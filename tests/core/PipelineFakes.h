@@ -12,11 +12,7 @@
 #include "CScript.h"
 #include "CTerminalParameter.h"
 #include "CTextSink.h"
-
-#include <QByteArrayList>
-#include <QStringList>
-
-#include <memory>
+#include "TestIncludes.h"
 
 class CBlockSource : public CByteSource
 {

