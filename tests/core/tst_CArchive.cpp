@@ -58,11 +58,6 @@ QByteArray Tagged(QByteArray text)
     return Bytes(text.replace("CLASS ", "FF FF 00 00 0C 00 'CStringArray' "));
 }
 
-std::shared_ptr<CStringArray> Sequence(const QByteArrayList& commands)
-{
-    return std::make_shared<CStringArray>(commands);
-}
-
 } // namespace
 
 class tst_CArchive : public QObject
@@ -133,35 +128,6 @@ private Q_SLOTS:
             const ReadResult result = Read(Bytes(row.bytes) + QByteArray(int(row.count), '\0'), "count");
             QVERIFY2(result.error.isEmpty() && result.value == QByteArray::number(row.count), row.bytes);
         }
-    }
-
-    void writesSequencesWithObjectTags()
-    {
-        const auto first = Sequence({"TrimLeft()"});
-        const auto second = Sequence({});
-        const QByteArray bytes = Written([&](CArchive& ar) {
-            ar.WriteStringArray(first);
-            ar.WriteStringArray(second);
-            ar.WriteStringArray(nullptr);
-            ar.WriteStringArray(first);
-            ar.WriteStringArray(second);
-        });
-        // Class 1, objects 2 and 3: the repeated ones become back references.
-        QCOMPARE(bytes, Bytes("FF FF 00 00 0C 00 'CStringArray' 01 00 0A 'TrimLeft()' | 01 80 00 00 | 00 00 "
-                              "| 02 00 | 03 00"));
-
-        QByteArray copy = bytes;
-        QBuffer buffer(&copy);
-        buffer.open(QIODevice::ReadOnly);
-        CArchive ar(&buffer, CArchive::load);
-        std::vector<std::shared_ptr<CStringArray>> read;
-        for (int i = 0; i < 5; ++i)
-            read.push_back(ar.ReadStringArray());
-        QCOMPARE(*read[0], *first);
-        QVERIFY(read[1] && read[1]->isEmpty());
-        QVERIFY(!read[2]);
-        QCOMPARE(read[3], read[0]);
-        QCOMPARE(read[4], read[1]);
     }
 
     // The sequences read, joined by '/' and '|'; "CLASS" stands for a new class

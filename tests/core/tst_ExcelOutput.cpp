@@ -81,7 +81,6 @@ private Q_SLOTS:
     void timeStampColumnLeadsEveryRowFromTheNext();
     void journalGrowsAcrossSessionsAndWindowsGetTheirOwn();
     void journalMovesToTheDataFolderWhenTheDriverFolderRefuses();
-    void unreachableProgramNamesTheJournal();
     void hungProgramAtConnectIsGivenUpAndTakenBackWhenItAnswers();
     void lostProgramIsToldOnceAndTheJournalGoesOn();
     void programBehindIsToldOnce();
@@ -187,23 +186,6 @@ void tst_ExcelOutput::journalMovesToTheDataFolderWhenTheDriverFolderRefuses()
     Window(&out.output).Receive("x\r\n");
     QCOMPARE(Lines(out.output.JournalPath()), QStringList{"x"});
     QFile::remove(out.output.JournalPath());
-}
-
-void tst_ExcelOutput::unreachableProgramNamesTheJournal()
-{
-    QTemporaryDir folder;
-    Output out(folder.filePath("Balance.tbb"));
-    out.sheet->bConnects = false;
-    out.sheet->strConnectError = QStringLiteral("LibreOffice did not answer within 20 s");
-    out.output.Start();
-    QTRY_COMPARE(out.output.GetState(), CExcelOutput::Unreachable);
-    QCOMPARE(out.messages.size(), 1);
-    QCOMPARE(out.messages.first().first().toString(),
-             QStringLiteral("LibreOffice did not answer within 20 s: values go only to %1")
-                 .arg(out.output.JournalPath()));
-    Window(&out.output).Receive("1\t2\r\n");
-    QCOMPARE(Lines(out.output.JournalPath()), QStringList{"1,2"});
-    QCOMPARE(out.messages.size(), 1);
 }
 
 void tst_ExcelOutput::hungProgramAtConnectIsGivenUpAndTakenBackWhenItAnswers()

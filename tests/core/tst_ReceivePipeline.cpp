@@ -179,16 +179,6 @@ private Q_SLOTS:
         }
     }
 
-    void countsBytesAndReportsProgressPerBlock()
-    {
-        Window w;
-        QList<qint64> reports;
-        w.pipeline.SetProgressReporter([&](qint64 total) { reports.append(total); });
-        w.Receive({"AB", QByteArray("C\0", 2)});
-        QCOMPARE(reports, (QList<qint64>{2, 4}));
-        QCOMPARE(w.pipeline.TotalBytes(), qint64(3));
-    }
-
     void discardEventsDropWhatIsWaiting()
     {
         for (const quint16 event : {CByteSource::EventDiscard, CByteSource::EventDiscardOther}) {
@@ -201,23 +191,6 @@ private Q_SLOTS:
             QCOMPARE(w.sleeps, QList<quint32>{20});
             QCOMPARE(w.pipeline.TotalBytes(), qint64(0));
         }
-    }
-
-    void debugReplayShowsEveryByteInPieces()
-    {
-        Window w;
-        FillScript(w.script, true, ";", {"X"}, {{}});
-        w.display.m_bShowControlChars = 1;
-        // The store is off by default.
-        w.Receive({"AB;"});
-        QVERIFY(w.pipeline.ReceivedBytes().isEmpty());
-        w.pipeline.SetDebugConnection(true);
-        w.Receive({QByteArray("Q1;\rX\0002;\x01", 10)});
-        QCOMPARE(w.pipeline.ReceivedBytes(), QByteArray("Q1;\rX2;\x01"));
-        w.text.m_appends.clear();
-
-        w.pipeline.DebugReplay();
-        QCOMPARE(w.text.m_appends, (QByteArrayList{"\n\nDebug Output\n", "Q1;", "\r", "X2;", "\x01"}));
     }
 
     void pollingShowsEveryByteAndHandlesBackspace()

@@ -3,7 +3,6 @@
 
 #include "CControlCode.h"
 #include "CParse.h"
-#include "CParseCommand.h"
 #include "CScript.h"
 #include "CScriptCommand.h"
 #include "ResourceIds.h"
@@ -110,41 +109,12 @@ private Q_SLOTS:
         for (int id = IDS_CMD_FIRST; id < IDS_CMD_FIRST + IDS_CMD_COUNT; ++id) {
             QByteArray name, syntax, example, description;
             CParse().SplitResource(id, name, syntax, example, description);
-            QVERIFY2(!description.isEmpty(), name.constData());
-            QVERIFY(syntax.startsWith(name + '('));
-            QVERIFY(example.startsWith(name + '('));
-            QByteArray first("unset");
-            CParse("(").GetFirstToken(example, first);
-            QCOMPARE(first, name);
+            QVERIFY(syntax.startsWith(name + '(') && example.startsWith(name + '('));
             // A known command on a string with a space, a tab and an 'a'
             // changes it (an unknown one would leave the marker text).
             QByteArray output("marker");
             QCOMPARE(CScriptCommand::Execute(example, QByteArray(" a\tb  c"), output), 1);
             QVERIFY2(output != "marker", example.constData());
-        }
-    }
-
-    void parse()
-    {
-        // The result, then the text left, the parts before, between and after
-        // the markers, each part starting as "old".
-        const struct
-        {
-            const char* name;
-            QByteArray marker, text, expected;
-        } rows[] = {
-            {"two markers", "^$E", "AB^$ECD^$EEF", "2 EF|AB|CD|EF"},
-            {"no marker leaves the text", "^$F", "AB^$ECD", "-1 AB^$ECD|||"},
-            {"one marker fills before and inner", "^$F", "x^$Ffile.txt", "-1 x^$Ffile.txt|x|file.txt|"},
-            {"adjacent markers give an empty inner", "^$S", "^$S^$S", "0 |||"},
-            {"only the first two markers count", "^$E", "a^$Eb^$Ec^$Ed", "1 c^$Ed|a|b|c^$Ed"},
-        };
-        for (const auto& row : rows) {
-            QByteArray text = row.text;
-            QByteArray b("old"), i("old"), a("old");
-            const int result = CParseCommand().Parse(row.marker, text, b, i, a);
-            const QByteArray got = QByteArray::number(result) + ' ' + text + '|' + b + '|' + i + '|' + a;
-            QVERIFY2(got == row.expected, row.name + QByteArray(": ") + got);
         }
     }
 
@@ -266,24 +236,6 @@ private Q_SLOTS:
         CParse().EncodeControlCodes(text);
         CParse().DecodeControlCodes(text);
         QCOMPARE(text, all);
-    }
-
-    void firstToken()
-    {
-        const struct
-        {
-            QByteArray delimiters, text, first;
-        } rows[] = {
-            {"(", "TrimAll()", "TrimAll"},
-            {" ,", " ,a,b", "a"}, // leading delimiters are skipped; any byte of the set delimits
-            // Only delimiters keep the output.
-            {"(", "((", "previous"},
-        };
-        for (const auto& row : rows) {
-            QByteArray result("previous");
-            CParse(row.delimiters).GetFirstToken(row.text, result);
-            QVERIFY2(result == row.first, row.text);
-        }
     }
 };
 
