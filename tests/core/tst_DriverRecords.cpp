@@ -91,26 +91,6 @@ private Q_SLOTS:
         QCOMPARE(Stored(read), bytes);
     }
 
-    // The words of the terminal block are unsigned 16 bits.
-    void terminalBlockWordsAreUnsigned()
-    {
-        const struct
-        {
-            int value;
-            const char* word;
-            int readBack;
-        } rows[] = {{70000, "70 11", 4464}, {-1, "FF FF", 65535}};
-        for (const auto& row : rows) {
-            CTerminalParameter terminal;
-            terminal.m_nRows = row.value;
-            const QByteArray bytes = Stored(terminal);
-            QCOMPARE(bytes.mid(2, 2), Bytes(row.word));
-            CTerminalParameter read;
-            Loaded(bytes, read);
-            QCOMPARE(read.m_nRows, row.readBack);
-        }
-    }
-
     void functionKeysKeepEveryEntry()
     {
         CFunctionKeysParameter keys;
@@ -138,9 +118,6 @@ private Q_SLOTS:
         } rows[] = {
             {"Balance", 0, Bytes("07 'Balance' 0B 'Balance.tbb' 00 00")},
             {"M", 1, Bytes("01 'M' 05 'M.tbb' 01 00")}, // the spreadsheet switch is 16 bits
-            {QByteArray(300, 'n'), 0,
-             Bytes("FF 2C 01") + QByteArray(300, 'n') + Bytes("FF 30 01") + QByteArray(300, 'n') + ".tbb" +
-                 Bytes("00 00")},
         };
         for (const auto& row : rows) {
             CDriverParameter driver;
@@ -207,38 +184,6 @@ private Q_SLOTS:
                                               "01 00 09 'TrimAll()'"));
         QCOMPARE(script.GetSequenceCount(), 0);
         QCOMPARE(script.GetInputStringCount(), 2);
-    }
-
-    // A huge count or length fails at once; what was read before stays.
-    void damagedBlockKeepsWhatWasReadBefore()
-    {
-        const struct
-        {
-            QByteArray bytes;
-            qint64 offset;
-            QString reason;
-            QByteArrayList inputs;
-        } rows[] = {
-            {Bytes("01 00 00 00 | 00 | 01 00 01 'X' | FF FF FF FF FF 7F | 00 00"),
-             9,
-             "array count 2147483647 beyond the end of the file",
-             {"X"}},
-            {Bytes("01 00 00 00 | FF 40 9C '<LF>'"),
-             4,
-             "string length 40000 beyond the end of the file",
-             {"old"}},
-        };
-        for (const auto& row : rows) {
-            CScript read;
-            read.m_InputStrings = {"old"};
-            const auto oldSequence = Sequence({"TrimAll()"});
-            read.m_Sequences = {oldSequence};
-            const LoadOutcome outcome = Loaded(row.bytes, read);
-            QVERIFY(outcome.closed && outcome.errorReason == row.reason && outcome.errorOffset == row.offset);
-            QCOMPARE(read.m_bRegistered, 1);
-            QCOMPARE(read.m_InputStrings, row.inputs);
-            QVERIFY(read.m_Sequences.size() == 1 && read.m_Sequences.front() == oldSequence);
-        }
     }
 };
 

