@@ -246,7 +246,6 @@ private Q_SLOTS:
             file.write(content);
         };
         const long long self = getpid();
-        QCOMPARE(CDeviceAccess::LockFilePid(folder.path(), "/dev/ttyUSB0"), 0LL);
 
         write("LCK..ttyUSB0", QByteArray::number(self).rightJustified(10, ' ') + '\n');
         QCOMPARE(CDeviceAccess::LockFilePid(folder.path(), "/dev/ttyUSB0"), self);
