@@ -18,26 +18,26 @@ export CCACHE_BASEDIR="$root" CCACHE_NOHASHDIR=true
 # file ~ exact text (once in the file; <NL> for a line break) ~ replacement ~ name
 # ~ the targets that cover it: only they are built, and their tests run
 mutants=$(cat <<'LIST'
-driver/CArchive.cpp~    if (length < 0xFF) {~    if (length <= 0xFF) {~archive: one-byte string length bound~tst_CArchive tst_CDriverFile tst_DriverRecords tst_CTerminalFile
-driver/CArchive.cpp~        if (length < 0xFFFE) {~        if (length < 0xFFFF) {~archive: 16-bit string length bound~tst_CArchive tst_CDriverFile tst_DriverRecords tst_CTerminalFile
-driver/CArchive.cpp~    if (count < 0xFFFF) {~    if (count <= 0xFFFF) {~archive: 16-bit count bound~tst_CArchive tst_CDriverFile tst_DriverRecords tst_CTerminalFile
+driver/CArchive.cpp~    if (length < 0xFF) {~    if (length <= 0xFF) {~archive: one-byte string length bound~tst_CArchive tst_CDriverFile tst_DriverRecords
+driver/CArchive.cpp~        if (length < 0xFFFE) {~        if (length < 0xFFFF) {~archive: 16-bit string length bound~tst_CArchive tst_CDriverFile tst_DriverRecords
+driver/CArchive.cpp~    if (count < 0xFFFF) {~    if (count <= 0xFFFF) {~archive: 16-bit count bound~tst_CArchive tst_CDriverFile tst_DriverRecords
 driver/CScriptCommand.cpp~        if (byte == ' ') {~        if (byte == ' ' || byte == '\t') {~script: ChangeSpaces takes tabs for spaces~tst_ScriptCommand tst_ReceivePipeline
 driver/CScriptCommand.cpp~    return First(s, position) + Last(s, qint64(s.size()) - position - count);~    return First(s, position) + Last(s, qint64(s.size()) - position - count + 1);~script: RemoveCharacters off by one~tst_ScriptCommand tst_ReceivePipeline
 driver/CScriptCommand.cpp~    if (position < 0 || position >= s.size())~    if (position < 0 || position > s.size())~script: ChangeCharacter bound~tst_ScriptCommand tst_ReceivePipeline
-driver/CParse.cpp~        if (value < 32) {~        if (value <= 32) {~control codes: space encoded~tst_ControlCodes tst_ScriptCommand tst_CommandSender
-driver/CControlCode.cpp~    for (int code = 0; code < Count; ++code) {~    for (int code = 0; code < Count - 1; ++code) {~control codes: last name not found~tst_ControlCodes tst_ScriptCommand tst_CommandSender
+driver/CParse.cpp~        if (value < 32) {~        if (value <= 32) {~control codes: space encoded~tst_ScriptCommand tst_CommandSender
+driver/CControlCode.cpp~    for (int code = 0; code < Count; ++code) {~    for (int code = 0; code < Count - 1; ++code) {~control codes: last name not found~tst_ScriptCommand tst_CommandSender
 comm/CSerialNumberRecord.cpp~    record += Hex(quint32(0xFF - sum % 256), 2);~    record += Hex(quint32(0xFF - sum % 255), 2);~serial record: checksum~tst_CommandSender
-comm/CTransferProgress.cpp~    if (m_nTotal <= 0)~    if (m_nTotal < 0)~progress: empty file~tst_CommandSender tst_CommSending
+comm/CTransferProgress.cpp~    if (m_nTotal <= 0)~    if (m_nTotal < 0)~progress: empty file~tst_CommandSender
 comm/CCommandSender.cpp~    if (serial < 0 || (file >= 0 && file < serial))~    if (serial < 0 || (file >= 0 && file > serial))~sender: first macro wins~tst_CommandSender tst_CSerialNumberDlg
 comm/CCommandSender.cpp~    if (*number < CSerialNumberRecord::MinSerialNumber || *number > CSerialNumberRecord::MaxSerialNumber) {~    if (*number < CSerialNumberRecord::MinSerialNumber || *number >= CSerialNumberRecord::MaxSerialNumber) {~sender: serial number upper bound~tst_CommandSender tst_CSerialNumberDlg
 comm/CCommandSender.cpp~    while (!m_bSending && !m_queue.empty()) {~    while (!m_queue.empty()) {~sender: queue drained during a transfer~tst_CommandSender tst_CSerialNumberDlg
 comm/CPlaybackFile.cpp~    if (line.startsWith('D')) {~    if (line.startsWith('d')) {~playback: delay lines~tst_CommandSender tst_ReceivePipeline
 comm/CPlaybackFile.cpp~        value = qMin(Max, value * 10 + quint64(line.at(p) - '0'));~        value = qMin(Max, value * 10 + quint64(line.at(p) - '1'));~playback: delay digits~tst_CommandSender tst_ReceivePipeline
 comm/CDeviceControlBlock.cpp~    else if (parameters.m_nStopBits == 2)~    else if (parameters.m_nStopBits == 3)~line settings: two stop bits~tst_LineSettings tst_CommChannel tst_UsbConverter
-comm/CComm.cpp~        if (result == CCommPort::TimedOut && stop && *stop)~        if (result == CCommPort::TimedOut && stop)~channel: stopped transfer on a slow line~tst_CommSending tst_CommChannel
-comm/CFileTransfer.cpp~            if (m_bStop || block.size() != BlockSize)~            if (block.size() != BlockSize)~transfer: stop flag ignored~tst_CommSending tst_InstrumentWindow tst_cli orvalis-cli
-instrument/CDisplayText.cpp~        if (byte == '\n' && afterCR)~        if (byte == '\n')~display: lone line feed dropped~tst_DisplayText tst_InstrumentWindow
-instrument/CDisplayText.cpp~        if (value - 0x80u < 0x20u)~        if (value - 0x80u < 0x1Fu)~display: code page boundary 0x9F~tst_DisplayText tst_InstrumentWindow
+comm/CComm.cpp~        if (result == CCommPort::TimedOut && stop && *stop)~        if (result == CCommPort::TimedOut && stop)~channel: stopped transfer on a slow line~tst_CommandSender tst_CommChannel
+comm/CFileTransfer.cpp~            if (m_bStop || block.size() != BlockSize)~            if (block.size() != BlockSize)~transfer: stop flag ignored~tst_CommandSender tst_InstrumentWindow tst_cli orvalis-cli
+instrument/CDisplayText.cpp~        if (byte == '\n' && afterCR)~        if (byte == '\n')~display: lone line feed dropped~tst_TextTools tst_InstrumentWindow
+instrument/CDisplayText.cpp~        if (value - 0x80u < 0x20u)~        if (value - 0x80u < 0x1Fu)~display: code page boundary 0x9F~tst_TextTools tst_InstrumentWindow
 instrument/CCommByteSource.h~        m_nLeft = PassBudget;~        m_nLeft = m_nLeft;~capture: pass budget never renewed~tst_capture orvalis-cli
 instrument/CReceivePipeline.cpp~        if (c == m_nEndChar)<NL>            return;~        if (c == m_nStartChar)<NL>            return;~pipeline: end byte between strings~tst_ReceivePipeline tst_ExcelOutput
 instrument/CReceivePipeline.cpp~        if (out.isEmpty())<NL>            return;~        if (out.isEmpty() && false)<NL>            return;~pipeline: empty script result shown~tst_ReceivePipeline tst_ExcelOutput

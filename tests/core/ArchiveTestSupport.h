@@ -5,9 +5,7 @@
 
 #include "CArchive.h"
 #include "CRecord.h"
-
-#include <QBuffer>
-#include <QByteArray>
+#include "TestIncludes.h"
 
 // "01 00 'AB' FF" -> 01 00 41 42 FF: hex pairs, quoted parts as their bytes.
 inline QByteArray Bytes(const char* text)

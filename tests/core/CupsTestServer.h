@@ -8,20 +8,11 @@
 // and cups-core-drivers (its copying filter); without them IsRunning() is
 // false and SkipReason() says why.
 
-#include <QByteArray>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QFileInfo>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QThread>
+#include "TestIncludes.h"
 
 #include <cups/cups.h>
 
-#include <csignal>
 #include <sys/prctl.h>
-#include <unistd.h>
 
 class CCupsTestServer
 {

@@ -4,12 +4,9 @@
 // is asked, can refuse to connect, hang, lose its document or refuse rows.
 
 #include "CSpreadsheetLink.h"
-
-#include <QStringList>
+#include "TestIncludes.h"
 
 #include <condition_variable>
-#include <memory>
-#include <mutex>
 
 struct CFakeSpreadsheet
 {

@@ -4,10 +4,7 @@
 // With ORVALIS_UPDATE_GOLDEN=1 in the environment a test rewrites the file
 // from what the program now produces instead of comparing against it.
 
-#include <QByteArray>
-#include <QFile>
-#include <QString>
-#include <QtGlobal>
+#include "TestIncludes.h"
 
 inline QString GoldenPath(const QString& name)
 {

@@ -5,11 +5,7 @@
 // folder, so a test reads and writes a real keyring without touching the
 // user's. Missing() names what is not installed.
 
-#include <QDeadlineTimer>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QThread>
+#include "TestIncludes.h"
 
 #include <dlfcn.h>
 

@@ -12,11 +12,7 @@
 #include "CScript.h"
 #include "CTerminalParameter.h"
 #include "CTextSink.h"
-
-#include <QByteArrayList>
-#include <QStringList>
-
-#include <memory>
+#include "TestIncludes.h"
 
 class CBlockSource : public CByteSource
 {
@@ -52,11 +48,10 @@ public:
     bool PutCell(int row, int column, const QByteArray& text) override
     {
         m_cells.append(QStringLiteral("%1,%2:%3").arg(row).arg(column).arg(QString::fromLatin1(text)));
-        return !m_bRefuse;
+        return true;
     }
 
     QStringList m_cells;
-    bool m_bRefuse = false;
 };
 
 class CCommandRecorder : public CCommandSink

@@ -1,34 +1,8 @@
 #include "ArchiveTestSupport.h"
 #include "CArchive.h"
-
-#include <QBuffer>
-#include <QTest>
-
-#include <functional>
+#include "TestIncludes.h"
 
 namespace {
-
-// A device that cannot tell its size, like a pipe.
-class CSequentialBytes : public QIODevice
-{
-public:
-    explicit CSequentialBytes(const QByteArray& bytes) : m_bytes(bytes) { open(QIODevice::ReadOnly); }
-    bool isSequential() const override { return true; }
-
-protected:
-    qint64 readData(char* data, qint64 size) override
-    {
-        const qint64 n = std::min<qint64>(size, m_bytes.size() - m_nRead);
-        memcpy(data, m_bytes.constData() + m_nRead, size_t(n));
-        m_nRead += n;
-        return n;
-    }
-    qint64 writeData(const char*, qint64) override { return -1; }
-
-private:
-    QByteArray m_bytes;
-    qint64 m_nRead = 0;
-};
 
 QByteArray Written(const std::function<void(CArchive&)>& write)
 {
@@ -84,11 +58,6 @@ QByteArray Tagged(QByteArray text)
     return Bytes(text.replace("CLASS ", "FF FF 00 00 0C 00 'CStringArray' "));
 }
 
-std::shared_ptr<CStringArray> Sequence(const QByteArrayList& commands)
-{
-    return std::make_shared<CStringArray>(commands);
-}
-
 } // namespace
 
 class tst_CArchive : public QObject
@@ -137,9 +106,8 @@ private Q_SLOTS:
             // UTF-16 with a one-byte and a 16-bit length.
             {"FF FE FF 04 43 00 4F 00 4D 00 33 00", "COM3"},
             {"FF FE FF FF 02 00 41 00 42 00", "AB"},
-            // The euro sign becomes byte 0x80, a character outside the code page ?.
+            // The euro sign becomes byte 0x80.
             {"FF FE FF 01 AC 20", "\x80"},
-            {"FF FE FF 03 41 00 2D 4E 42 00", "A?B"},
         };
         for (const auto& row : rows) {
             const ReadResult result = Read(Bytes(row.bytes), "string");
@@ -160,35 +128,6 @@ private Q_SLOTS:
             const ReadResult result = Read(Bytes(row.bytes) + QByteArray(int(row.count), '\0'), "count");
             QVERIFY2(result.error.isEmpty() && result.value == QByteArray::number(row.count), row.bytes);
         }
-    }
-
-    void writesSequencesWithObjectTags()
-    {
-        const auto first = Sequence({"TrimLeft()"});
-        const auto second = Sequence({});
-        const QByteArray bytes = Written([&](CArchive& ar) {
-            ar.WriteStringArray(first);
-            ar.WriteStringArray(second);
-            ar.WriteStringArray(nullptr);
-            ar.WriteStringArray(first);
-            ar.WriteStringArray(second);
-        });
-        // Class 1, objects 2 and 3: the repeated ones become back references.
-        QCOMPARE(bytes, Bytes("FF FF 00 00 0C 00 'CStringArray' 01 00 0A 'TrimLeft()' | 01 80 00 00 | 00 00 "
-                              "| 02 00 | 03 00"));
-
-        QByteArray copy = bytes;
-        QBuffer buffer(&copy);
-        buffer.open(QIODevice::ReadOnly);
-        CArchive ar(&buffer, CArchive::load);
-        std::vector<std::shared_ptr<CStringArray>> read;
-        for (int i = 0; i < 5; ++i)
-            read.push_back(ar.ReadStringArray());
-        QCOMPARE(*read[0], *first);
-        QVERIFY(read[1] && read[1]->isEmpty());
-        QVERIFY(!read[2]);
-        QCOMPARE(read[3], read[0]);
-        QCOMPARE(read[4], read[1]);
     }
 
     // The sequences read, joined by '/' and '|'; "CLASS" stands for a new class
@@ -230,21 +169,15 @@ private Q_SLOTS:
         } rows[] = {
             {"01", "word", 0, "end of the file in a 16-bit word"},
             {"FF 40 9C 'abc'", "string", 0, "string length 40000 beyond the end of the file"},
-            {"FF 40", "string", 0, "end of the file in a string length"},
             // UTF-16 needs two bytes a character.
             {"FF FE FF 03 41 00 42 00", "string", 0, "string length 3 beyond the end of the file"},
-            {"FF FF FF FF FF FF FF 00 00 00 00 00 00 00 80", "string", 0,
-             "string length 9223372036854775808 beyond the end of the file"},
             {"FF FF FF FF FF 7F 00", "count", 0, "array count 2147483647 beyond the end of the file"},
             {"FF FF 00 00 08 00 'CObArray' 00 00", "sequences", 0,
              "unknown class \"CObArray\" (only CStringArray is expected)"},
             {"FF FF 01 00 0C 00 'CStringArray' 00 00", "sequences", 0,
              "CStringArray with schema 1 (only schema 0 is known)"},
-            {"FF FF 00 00 40 9C 'CString'", "sequences", 0, "end of the file in a class name"},
             {"01 80 00 00", "sequences", 0, "class reference 1 to no class read before"},
-            {"05 00", "sequences", 0, "object reference 5 to no object read before"},
             {"CLASS 00 00 01 00", "sequences", 20, "object reference 1 names a class"},
-            {"CLASS 00 00 02 80", "sequences", 20, "class reference 2 to no class read before"},
             {"CLASS 10 27 01 'a'", "sequences", 18, "array count 10000 beyond the end of the file"},
         };
         for (const auto& row : rows) {
@@ -253,68 +186,21 @@ private Q_SLOTS:
         }
     }
 
-    void sequentialDeviceFailsAtItsEnd()
-    {
-        // Without a size to check against, the read runs into the end.
-        CSequentialBytes device(Bytes("FF FF FF F0 FF FF 3F 'abc'"));
-        CArchive ar(&device, CArchive::load);
-        try {
-            ar.ReadString();
-            QFAIL("a string beyond the end of the device was accepted");
-        } catch (const CArchiveException& e) {
-            QCOMPARE(e.Reason(), QString("end of the file in a string"));
-            QCOMPARE(e.Offset(), 0);
-        }
-        QCOMPARE(ar.Position(), 10);
-    }
-
     void closedArchiveRefusesEveryPrimitive()
     {
         QByteArray bytes(64, '\0');
         QBuffer buffer(&bytes);
         buffer.open(QIODevice::ReadWrite);
-        const std::vector<std::function<void(CArchive&)>> primitives = {
-            [](CArchive& ar) { ar.WriteWord(1); },
-            [](CArchive& ar) { ar.WriteString("a"); },
-            [](CArchive& ar) { ar.WriteStringArray(Sequence({"a"})); },
-            [](CArchive& ar) { ar.ReadWord(); },
-            [](CArchive& ar) { ar.ReadString(); },
-            [](CArchive& ar) { ar.ReadStringArray(); },
-        };
         for (CArchive::Mode mode : {CArchive::store, CArchive::load}) {
-            for (bool aborted : {false, true}) {
-                CArchive ar(&buffer, mode);
-                QVERIFY(!ar.HasError());
-                if (aborted) {
-                    // The first error is kept.
-                    ar.Abort(CArchiveException("first", 12));
-                    ar.Abort(CArchiveException("second", 40));
-                    QVERIFY(ar.HasError() && ar.ErrorReason() == "first" && ar.ErrorOffset() == 12);
-                } else {
-                    ar.Close();
-                }
-                QVERIFY(ar.IsClosed());
-                for (const auto& primitive : primitives)
-                    QVERIFY_THROWS_EXCEPTION(CArchiveException, primitive(ar));
-            }
+            CArchive ar(&buffer, mode);
+            // The first error is kept.
+            ar.Abort(CArchiveException("first", 12));
+            ar.Abort(CArchiveException("second", 40));
+            QVERIFY(ar.IsClosed() && ar.ErrorReason() == "first" && ar.ErrorOffset() == 12);
+            QVERIFY_THROWS_EXCEPTION(CArchiveException, ar.WriteString("a"));
+            QVERIFY_THROWS_EXCEPTION(CArchiveException, ar.ReadStringArray());
         }
         QCOMPARE(buffer.pos(), 0);
-    }
-
-    void writeFailureNamesTheDeviceError()
-    {
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::ReadOnly);
-        CArchive ar(&buffer, CArchive::store);
-        QTest::ignoreMessage(QtWarningMsg, "QIODevice::write (QBuffer): ReadOnly device");
-        try {
-            ar.WriteWord(7);
-            QFAIL("writing to a read-only device succeeded");
-        } catch (const CArchiveException& e) {
-            QCOMPARE(e.Reason(), buffer.errorString());
-            QCOMPARE(e.Offset(), 0);
-        }
     }
 };
 

