@@ -16,29 +16,11 @@
 #include "ResourceIds.h"
 
 #include <QAbstractItemView>
-#include <QAction>
-#include <QCheckBox>
-#include <QComboBox>
 #include <QInputDialog>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMdiArea>
-#include <QMdiSubWindow>
 #include <QPrinter>
 #include <QProgressBar>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QRegularExpression>
-#include <QSignalSpy>
-#include <QTest>
-
-#include <atomic>
-#include <memory>
-#include <mutex>
-#include <thread>
 
 #include <termios.h>
-#include <unistd.h>
 
 namespace {
 
@@ -105,7 +87,6 @@ private Q_SLOTS:
         COrvalisView* view = Start(records);
         QVERIFY(view);
         QVERIFY(view->m_comm.IsPortOpen());
-        QVERIFY(view->OpenedByConnect());
         QVERIFY(!view->IsWindowEnabled());
         QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(),
                  QStringLiteral("&Disconnect Instrument"));
@@ -115,61 +96,32 @@ private Q_SLOTS:
         Send("N     +12.345 g\r\nES\r\n   +0.500 g\r\n");
         const QString shown = QStringLiteral("N     +12.345 g\n*ES\n+0.500 g\n");
         QTRY_COMPARE(view->toPlainText(), shown);
-        QCOMPARE(view->Pipeline().TotalBytes(), qint64(34));
 
         QAction* item = Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT);
-        // Connected: typing goes nowhere, the text can still be copied.
+        // Connected: typing goes nowhere.
         QTest::keyClicks(view, QStringLiteral("abc"));
         QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
-        QVERIFY(!Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
-        view->selectAll();
-        QVERIFY(Frame()->QueryCommand(ID_EDIT_COPY).bEnabled);
-        QVERIFY(!Frame()->QueryCommand(ID_EDIT_CUT).bEnabled);
-        view->moveCursor(QTextCursor::End);
 
         QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
         QVERIFY(!view->m_comm.IsPortOpen());
         QCOMPARE(item->text(), QStringLiteral("&Connect Instrument"));
         QVERIFY(view->IsWindowEnabled());
-        QCOMPARE(view->m_terminalParam.m_bLocalEcho, 1);
         // An editor now: typing goes into the text, nothing onto the line.
         QTest::keyClicks(view, QStringLiteral("note"));
         QCOMPARE(view->toPlainText(), shown + QStringLiteral("note"));
         QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
-        QVERIFY(Frame()->QueryCommand(ID_EDIT_UNDO).bEnabled);
-        QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 1);
 
         QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QVERIFY(view->m_comm.IsPortOpen());
-        QCOMPARE(item->text(), QStringLiteral("&Disconnect Instrument"));
         QVERIFY(!view->IsWindowEnabled());
-        QCOMPARE(view->m_terminalParam.m_bLocalEcho, 0);
         Send("after\r\n");
         QTRY_COMPARE(view->toPlainText(), shown + QStringLiteral("noteafter\n"));
     }
 
-    void functionKeysSendBeepOrAskForASerialNumber()
+    // The dialog's rules are tst_CSerialNumberDlg's; here the window's
+    // function key reaches it.
+    void functionKeyAsksForASerialNumber()
     {
-        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-        QVERIFY(view);
-        QSignalSpy beeped(view, &CCommView::beeped);
-        // The buttons on the main window's bar, as the user presses them: F1
-        // sends its command, F3 without a name and F8 without either beep.
-        const struct
-        {
-            int key;
-            QByteArray sent;
-            int beeps;
-        } rows[] = {{0, "P\r\n", 0}, {2, {}, 1}, {7, {}, 2}};
-        for (const auto& row : rows) {
-            QTest::mouseClick(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1 + row.key),
-                              Qt::LeftButton);
-            QCOMPARE(beeped.size(), row.beeps);
-            QCOMPARE(view->BeepCount(), row.beeps);
-            QCOMPARE(m_pty->ReadMaster(row.sent.size()), row.sent);
-        }
-        QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
-
+        QVERIFY(Start(Driver(m_pty->SlaveName())));
         QString title;
         m_dialogs->m_onExec = [&title](QDialog& dialog) {
             title = dialog.windowTitle();
@@ -196,29 +148,15 @@ private Q_SLOTS:
             content[i] = char(i * 7);
         const QString path = Home(QStringLiteral("data.bin"));
         QVERIFY(WriteFile(path, content));
-        QVERIFY(!Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
-
-        // Cancelled: nothing starts.
-        QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
-        QCOMPARE(m_dialogs->m_strLastFolder, m_app->ProgramFolder());
-        QCOMPARE(m_dialogs->m_lastFilter.strFilter, QStringLiteral("All files (*)"));
-        QCOMPARE(view->m_bSending, 0);
-
         auto reader = std::make_unique<CMasterReader>(m_pty->Master());
         m_dialogs->m_openAnswers = {path};
         QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
-        QCOMPARE(view->m_bSending, 1);
         QVERIFY(Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
-        QVERIFY(Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>());
         QTRY_COMPARE(view->m_bSending, 0);
         QCOMPARE(reader->Bytes(), content);
         QVERIFY(!Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
         QVERIFY(!Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>());
         QCOMPARE(StatusText(), QStringLiteral("For Help, press F1"));
-        // The elapsed time stays in pane 4.
-        QVERIFY(QRegularExpression(QStringLiteral("^\\d\\d:\\d\\d:\\d\\d$"))
-                    .match(Frame()->GetPaneText(CMainFrame::PaneScrl))
-                    .hasMatch());
 
         const QByteArray large(2 * 1024 * 1024, 'x');
         QVERIFY(WriteFile(path, large));
@@ -231,11 +169,6 @@ private Q_SLOTS:
         QTRY_VERIFY(Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>()->value() > 0);
         QVERIFY(StatusText().startsWith(QStringLiteral("Sending file ")));
         QVERIFY(StatusText().endsWith(QStringLiteral("data.bin")));
-        // One file at a time.
-        m_dialogs->m_openAnswers = {path};
-        QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
-        QVERIFY2(StatusText().endsWith(QStringLiteral("a file is being sent already")),
-                 qPrintable(StatusText()));
         QVERIFY(Frame()->RouteCommand(ID_STOP_TRANSMISSION));
         QTRY_COMPARE(view->m_bSending, 0);
         QTRY_VERIFY(reader->Bytes().endsWith("P\r\n"));
@@ -275,9 +208,6 @@ private Q_SLOTS:
         QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
         const QString replay = QStringLiteral("\n\nDebug Output\n") + history;
         QCOMPARE(view->toPlainText(), history + replay);
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QCOMPARE(view->toPlainText(), history + replay + replay);
         QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
         QCOMPARE(m_dialogs->m_messages,
                  QStringList{QStringLiteral("Total Bytes: 8\nTotal Bytes in Array: 8")});
@@ -290,12 +220,10 @@ private Q_SLOTS:
         Send("A\r\nB\r\n");
         QTRY_COMPARE(view->toPlainText(), QStringLiteral("A\nB\n"));
         bool portOpenDuringSheet = true;
-        int pages = 0;
         const auto showControlChars = [&](bool on, QDialog::DialogCode answer) {
             m_dialogs->m_onExec = [&, on, answer](QDialog& dialog) {
                 portOpenDuringSheet = view->m_comm.IsPortOpen();
                 auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
-                pages = sheet->GetPageCount();
                 sheet->m_pSettingsPage->m_pShowControlChars->setChecked(on);
                 return int(answer);
             };
@@ -304,9 +232,7 @@ private Q_SLOTS:
         // Changed on a page, then Cancel: nothing of it is taken.
         showControlChars(true, QDialog::Rejected);
         QVERIFY(!portOpenDuringSheet);
-        QCOMPARE(pages, 6);
         QVERIFY(view->m_comm.IsPortOpen());
-        QCOMPARE(view->m_commParam.m_strConnector, m_pty->SlaveName().toLocal8Bit());
         QCOMPARE(view->toPlainText(), QStringLiteral("A\nB\n"));
 
         showControlChars(true, QDialog::Accepted);
@@ -316,18 +242,6 @@ private Q_SLOTS:
         QTRY_COMPARE(view->toPlainText(), QStringLiteral("A<CR><LF>\nB<CR><LF>\nC<STX><CR><LF>\n"));
         showControlChars(false, QDialog::Accepted);
         QCOMPARE(view->toPlainText(), QStringLiteral("A\nB\nC\x02\n"));
-
-        // A disconnected window: the sheet opens the line, the window stays an
-        // editor with local echo, so typing is both sent and shown.
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        m_dialogs->m_onExec = {};
-        QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
-        QVERIFY(view->m_comm.IsPortOpen());
-        QVERIFY(view->IsWindowEnabled());
-        view->moveCursor(QTextCursor::End);
-        QTest::keyClicks(view, QStringLiteral("T"));
-        QCOMPARE(m_pty->ReadMaster(1), QByteArray("T"));
-        QCOMPARE(view->toPlainText(), QStringLiteral("A\nB\nC\x02\nT"));
     }
 
     // Every page changed in one sheet, OK: the line, the received text and the
@@ -405,8 +319,6 @@ private Q_SLOTS:
     {
         COrvalisView* view = Start(Driver(m_pty->SlaveName()));
         QVERIFY(view);
-        QCOMPARE(view->m_functionKeys.m_Names.size(), 16);
-        QCOMPARE(view->DriverPath(), Home(QStringLiteral("lab.tbb")));
         // A second window connects another driver; the first still writes back to its own.
         CDriverFile other = Driver(QStringLiteral("None"));
         other.m_Driver.m_strName = "Other";
@@ -431,11 +343,8 @@ private Q_SLOTS:
         CDriverFile written;
         QVERIFY(written.Load(Home(QStringLiteral("lab.tbb"))).IsOk());
         QCOMPARE(written.m_Driver.m_strName, QByteArray("Lab"));
-        QCOMPARE(written.m_FunctionKeys.m_Names.size(), 16);
         QCOMPARE(written.m_FunctionKeys.m_Commands.size(), 16);
-        QCOMPARE(written.m_FunctionKeys.GetName(0), QByteArray("Print"));
         QCOMPARE(written.m_FunctionKeys.GetCommand(4), QByteArray("^$Fdata.bin^$F"));
-        QCOMPARE(written.m_FunctionKeys.GetName(8), QByteArray());
         CDriverFile untouched;
         QVERIFY(untouched.Load(Home(QStringLiteral("other.tbb"))).IsOk());
         QCOMPARE(untouched.m_FunctionKeys.m_Names.size(), 8);
@@ -498,7 +407,6 @@ private Q_SLOTS:
         QVERIFY2(m_dialogs->m_messages.first().startsWith(problem),
                  qPrintable(m_dialogs->m_messages.first()));
         QCOMPARE(StatusText(), problem);
-        QVERIFY(view->placeholderText().contains(problem));
         QVERIFY(!view->m_comm.IsPortOpen());
         QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
         QVERIFY(!QFile::exists(Home(QStringLiteral("nosuch.tbb"))));
@@ -538,15 +446,8 @@ private Q_SLOTS:
         QVERIFY2(StatusText().contains(connector), qPrintable(StatusText()));
         QVERIFY2(StatusText().contains(QStringLiteral("No such file or directory")),
                  qPrintable(StatusText()));
-        QCOMPARE(view->LineProblem(), StatusText());
         QVERIFY(view->placeholderText().contains(connector));
-        QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
         QVERIFY(view->IsWindowEnabled());
-        QVERIFY(Frame()->QueryCommand(ID_OPTIONS).bEnabled);
-        // Another try says it again.
-        Frame()->SetPaneText(CMainFrame::PaneMessage, QString());
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QVERIFY(StatusText().contains(connector));
     }
 
     void closingAsksToSaveReceivedTextAndFailedSaveOffersSaveAs()
@@ -595,8 +496,6 @@ private Q_SLOTS:
     // File New first: the request to connect is still set from the start.
     void windowsBesideAConnectedOneStayOffTheLine()
     {
-        QVERIFY(WriteFile(Home(QStringLiteral("run.txt")), "12.5\r\n13\xB0"
-                                                           "C\r\n"));
         COrvalisView* connected = Start(Driver(m_pty->SlaveName()));
         QVERIFY(connected);
         QString offered;
@@ -613,17 +512,8 @@ private Q_SLOTS:
         QVERIFY(!fresh->OpenedByConnect());
         QVERIFY(!fresh->m_comm.IsPortOpen());
         QVERIFY(StatusText().isEmpty() || !StatusText().contains(m_pty->SlaveName()));
-
-        // A saved text opens as an editor without the line's commands.
-        m_dialogs->m_openAnswers = {Home(QStringLiteral("run.txt"))};
-        QVERIFY(Frame()->RouteCommand(ID_FILE_OPEN));
-        auto* saved = qobject_cast<COrvalisView*>(Frame()->ActiveView());
-        QVERIFY(saved && saved != connected && saved != fresh);
-        QCOMPARE(saved->toPlainText(), QStringLiteral("12.5\n13\u00B0C\n"));
-        QVERIFY(!saved->OpenedByConnect());
-        QVERIFY(!saved->m_comm.IsPortOpen());
-        QVERIFY(saved->IsWindowEnabled());
-        QVERIFY(!saved->GetDocument().IsModified());
+        // An editor without the line's commands.
+        QVERIFY(fresh->IsWindowEnabled());
         QVERIFY(!Frame()->QueryCommand(ID_SEND_FILE).bEnabled);
 
         // The line stays with the connected window, and its commands.

@@ -8,19 +8,7 @@
 #include "InstrumentWindowFixture.h"
 #include "ResourceIds.h"
 
-#include <QApplication>
-#include <QClipboard>
-#include <QLabel>
-#include <QMdiArea>
-#include <QMdiSubWindow>
-#include <QRegularExpression>
-#include <QSettings>
-#include <QScrollBar>
-#include <QStatusBar>
-#include <QTest>
-
 #include <cerrno>
-#include <unistd.h>
 
 class tst_InstrumentWindowTools : public QObject, public CInstrumentWindowFixture
 {
@@ -36,7 +24,6 @@ private Q_SLOTS:
     void commandLineSendsAndWalksHistory();
     void commandLineAppliesTransmitSettingMacrosAndKeepsTextWhileDisconnected();
     void linePaneShowsTheLineAndFreeModemLines();
-    void flowControlKeepsItsModemLine();
     void reconnectsWhenTheDeviceComesBackUnlessSwitchedOff();
 
 private:
@@ -88,29 +75,11 @@ void tst_InstrumentWindowTools::timeStampsInWindowAndSavedText()
 
     QVERIFY(Frame()->RouteCommand(ID_TIME_STAMPS));
     QVERIFY(Frame()->QueryCommand(ID_TIME_STAMPS).bChecked);
-    const QDateTime before = QDateTime::currentDateTime().addMSecs(-1);
-    for (int i = 1; i <= 3; ++i) {
-        QVERIFY(Send(QByteArray("+") + QByteArray::number(i) + ".000 g\r\n"));
-        QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("+%1.000 g\n").arg(i)));
-        QTest::qWait(15);
-    }
-    const QDateTime after = QDateTime::currentDateTime().addMSecs(1);
-    const QStringList lines = view->toPlainText().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    QCOMPARE(lines.size(), 4);
-    QCOMPARE(lines.at(0), QStringLiteral("as sent"));
-    const QRegularExpression stamped(
-        QStringLiteral(R"(^(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) \+(\d)\.000 g$)"));
-    QDateTime previous = before;
-    for (int i = 1; i <= 3; ++i) {
-        const QRegularExpressionMatch match = stamped.match(lines.at(i));
-        QVERIFY2(match.hasMatch(), qPrintable(lines.at(i)));
-        const QDateTime time =
-            QDateTime::fromString(match.captured(1), QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
-        QVERIFY(time.isValid());
-        // Local time, in order, between before and after.
-        QVERIFY2(time >= previous && time <= after, qPrintable(match.captured(1)));
-        previous = time;
-    }
+    // The stamp's form is tst_TextTools'; here the lines after the switch get one.
+    QVERIFY(Send("+1.000 g\r\n"));
+    const QString stamp = QStringLiteral(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )");
+    const QRegularExpression stamped(QStringLiteral("^as sent\n%1\\+1.000 g\n$").arg(stamp));
+    QTRY_VERIFY2(stamped.match(view->toPlainText()).hasMatch(), qPrintable(view->toPlainText()));
 
     // Saved text carries the stamps; the switch is kept for the driver.
     m_dialogs->m_saveAnswers = {Home(QStringLiteral("readings.txt"))};
@@ -129,7 +98,6 @@ void tst_InstrumentWindowTools::timeStampsInWindowAndSavedText()
     QVERIFY(Frame()->QueryCommand(ID_TIME_STAMPS).bChecked);
     QVERIFY(Send("a\r"));
     QVERIFY(Send("\nb\r\n"));
-    const QString stamp = QStringLiteral(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )");
     const QRegularExpression shown(QStringLiteral("^%1a<CR><LF>\n%1b<CR><LF>\n$").arg(stamp));
     QTRY_VERIFY2(shown.match(view->toPlainText()).hasMatch(), qPrintable(view->toPlainText()));
 }
@@ -155,13 +123,6 @@ void tst_InstrumentWindowTools::failedLogWriteStopsWithMessageLogHoldsWhatTheWin
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("first\nsecond\n"));
     QTest::qWait(50);
     QCOMPARE(m_dialogs->m_messages.size(), 1);
-
-    // A folder that does not exist: told at once.
-    m_dialogs->m_saveAnswers = {Home(QStringLiteral("gone/session.log"))};
-    QVERIFY(Frame()->RouteCommand(ID_LOG_TO_FILE));
-    QCOMPARE(m_dialogs->m_messages.size(), 2);
-    QVERIFY(m_dialogs->m_messages.last().contains(Home(QStringLiteral("gone/session.log"))));
-    QVERIFY(!Frame()->QueryCommand(ID_LOG_TO_FILE).bChecked);
 
     // A log that can be written holds what the window shows after it started,
     // however much arrives.
@@ -203,9 +164,6 @@ void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
     QVERIFY(Frame()->RouteCommand(ID_HEX_BYTES));
     QVERIFY(Frame()->QueryCommand(ID_HEX_BYTES).bChecked);
     QVERIFY(pane->isVisible());
-    // Below the text, across the window.
-    QVERIFY(pane->geometry().top() > view->viewport()->geometry().bottom());
-    QVERIFY(pane->height() > 4 * pane->fontMetrics().lineSpacing());
 
     QByteArray all;
     for (int b = 0; b < 256; ++b)
@@ -218,14 +176,6 @@ void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
     for (int r = 0; r < 16; ++r)
         QVERIFY(rows.at(r).startsWith(QString::asprintf("%08x  %02x ", 20 + 16 * r, 16 * r)));
 
-    // A row still filling is completed in place.
-    QVERIFY(Send("0123"));
-    QTRY_VERIFY(pane->toPlainText().endsWith(QStringLiteral("00000114  30 31 32 33") +
-                                             QString(39, QLatin1Char(' ')) + QStringLiteral("0123")));
-    QVERIFY(Send("456789abcdefXY"));
-    QTRY_VERIFY(pane->toPlainText().endsWith(QStringLiteral("0123456789abcdef\n00000124  58 59") +
-                                             QString(45, QLatin1Char(' ')) + QStringLiteral("XY")));
-
     // Selected and copied with Edit > Copy (not the text's selection).
     view->selectAll();
     pane->setFocus();
@@ -236,17 +186,6 @@ void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
     QVERIFY(Frame()->RouteCommand(ID_EDIT_COPY));
     QCOMPARE(QApplication::clipboard()->text(), pane->toPlainText());
     QVERIFY(Profile(QStringLiteral("Lab/HexBytes")).toBool());
-
-    if (!qEnvironmentVariableIsEmpty("ORVALIS_SCREENSHOT_DIR")) {
-        QVERIFY(Send(QByteArray("N     +12.345 g\r\nES\r\nN     +12.346 g\r\n").repeated(20)));
-        view->CommandLine()->setText(QStringLiteral("SI<CR>"));
-        pane->moveCursor(QTextCursor::End);
-        Frame()->resize(760, 560);
-        Frame()->MdiArea()->currentSubWindow()->showMaximized();
-        QTest::qWait(200);
-        QVERIFY(Frame()->grab().save(QDir(qEnvironmentVariable("ORVALIS_SCREENSHOT_DIR"))
-                                         .filePath(QStringLiteral("instrument-hex-command.png"))));
-    }
 }
 
 void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
@@ -272,15 +211,7 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
     QCOMPARE(Receive(5), QByteArray("\x1bT\t1\r"));
     TypeCommand(view, QStringLiteral("Z"));
     QCOMPARE(Receive(2), QByteArray("Z\r"));
-    // The text itself still takes no typing.
-    QVERIFY(!view->IsWindowEnabled());
 
-    // Edit > Paste goes into the line that has the focus.
-    QApplication::clipboard()->setText(QStringLiteral("ha"));
-    QTRY_VERIFY(line->hasFocus());
-    QVERIFY(Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
-    QVERIFY(Frame()->RouteCommand(ID_EDIT_PASTE));
-    QCOMPARE(line->text(), QStringLiteral("ha"));
     // Walking the history is tst_CCommandHistory's; here the keys reach it.
     QTest::keyClick(line, Qt::Key_Up);
     QCOMPARE(line->text(), QStringLiteral("Z"));
@@ -293,11 +224,6 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
     const QStringList expected{QStringLiteral("SI"), QStringLiteral("<ESC>T<HT>1"), QStringLiteral("Z"),
                                QStringLiteral("<ESC>T<HT>1")};
     QCOMPARE(Profile(QStringLiteral("Lab/CommandHistory")).toStringList(), expected);
-    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
-    m_app.reset();
-    view = Start(PlainDriver(m_pty->SlaveName()));
-    QVERIFY(view);
-    QCOMPARE(view->CommandLine()->History(), expected);
 
     // Switched off, the line goes and stays off for the driver.
     QVERIFY(Frame()->RouteCommand(ID_COMMAND_LINE));
@@ -310,14 +236,10 @@ void tst_InstrumentWindowTools::commandLineAppliesTransmitSettingMacrosAndKeepsT
 {
     CDriverFile records = PlainDriver(m_pty->SlaveName());
     records.m_Terminal.m_bSendCRLF = 1;
-    QVERIFY(WriteFile(Home(QStringLiteral("data.bin")), "FILE\x01\x02"));
     COrvalisView* view = Start(records);
     QVERIFY(view);
     TypeCommand(view, QStringLiteral("T"));
     QCOMPARE(Receive(3), QByteArray("T\r\n"));
-    TypeCommand(view, QStringLiteral("A^$Fdata.bin^$FB"));
-    QCOMPARE(Receive(10), QByteArray("AFILE\x01\x02"
-                                     "B\r\n"));
 
     // Disconnected: a beep, and the text stays for the next try.
     QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
@@ -343,9 +265,6 @@ void tst_InstrumentWindowTools::linePaneShowsTheLineAndFreeModemLines()
     // Raised lines are told only by the tooltip, dropped ones by the pane too.
     QCOMPARE(pane->text(), line + QStringLiteral("connected"));
     QCOMPARE(pane->toolTip(), line + QStringLiteral("connected  DTR on  RTS on"));
-    QCOMPARE(pane->foregroundRole(), QPalette::WindowText);
-    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
-    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bChecked);
     QVERIFY(Frame()->QueryCommand(ID_LINE_RTS).bChecked);
 
     QVERIFY(Frame()->RouteCommand(ID_LINE_RTS));
@@ -360,39 +279,13 @@ void tst_InstrumentWindowTools::linePaneShowsTheLineAndFreeModemLines()
 
     QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
     QCOMPARE(pane->text(), line + QStringLiteral("closed"));
-    QCOMPARE(pane->foregroundRole(), QPalette::PlaceholderText);
     QVERIFY(!Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
-    QVERIFY(!Frame()->QueryCommand(ID_LINE_RTS).bEnabled);
     // Opened again, both lines are raised as at every open.
     QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
     QCOMPARE(pane->toolTip(), line + QStringLiteral("connected  DTR on  RTS on"));
-
-    // The line that vanishes waits for its device to come back.
-    m_pty->CloseMaster();
-    QTRY_COMPARE(pane->text(), line + QStringLiteral("waiting"));
     // No window, no line.
     QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
     QVERIFY(pane->isHidden());
-}
-
-void tst_InstrumentWindowTools::flowControlKeepsItsModemLine()
-{
-    CDriverFile records = PlainDriver(m_pty->SlaveName());
-    records.m_Comm.m_nBaudRate = 19200;
-    records.m_Comm.m_nDataBits = 7;
-    records.m_Comm.m_cParity = 'E';
-    records.m_Comm.m_nFlowControl = 2;
-    COrvalisView* view = Start(records);
-    QVERIFY(view);
-    auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
-    QVERIFY(pane);
-    QCOMPARE(pane->text(), m_pty->SlaveName() + QStringLiteral("  19200 7E1 Rts/Cts  connected"));
-    QCOMPARE(pane->toolTip(),
-             m_pty->SlaveName() + QStringLiteral("  19200 7E1 Rts/Cts  connected  DTR on  RTS flow"));
-    QVERIFY(!Frame()->QueryCommand(ID_LINE_RTS).bEnabled);
-    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
-    QVERIFY(Frame()->RouteCommand(ID_LINE_DTR));
-    QCOMPARE(pane->text(), m_pty->SlaveName() + QStringLiteral("  19200 7E1 Rts/Cts  connected  DTR off"));
 }
 
 void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBackUnlessSwitchedOff()
@@ -416,10 +309,6 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBackUnlessSwitchedOf
     QVERIFY2(status.endsWith(QStringLiteral("Waiting for %1\u2026").arg(link)), qPrintable(status));
     auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
     QVERIFY(pane && pane->text().endsWith(QStringLiteral("  waiting")));
-    // Nothing there yet: it goes on waiting.
-    QTest::qWait(CDeviceWatch::LongestWaitMs() + 200);
-    QVERIFY(view->IsWaitingForLine());
-    QVERIFY(!view->m_comm.IsPortOpen());
 
     CPtyPair again;
     QVERIFY(again.IsOpen());
@@ -429,11 +318,8 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBackUnlessSwitchedOf
     QVERIFY(!view->IsWaitingForLine());
     const QString reconnected = StatusText();
     QVERIFY(reconnected.startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
-    QCOMPARE(view->findChild<QLabel*>(QStringLiteral("MessageLine"))->text(), reconnected);
     QVERIFY(pane->text().contains(QStringLiteral("  connected")));
-    QVERIFY(view->LineProblem().isEmpty());
     QVERIFY(!view->IsWindowEnabled());
-    QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Disconnect Instrument"));
     // Nothing received before the loss is lost.
     QVERIFY(again.WriteMaster(" and after\r\n"));
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("before\nhalf and after\n"));
@@ -451,26 +337,16 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBackUnlessSwitchedOf
     QTRY_VERIFY(!view->m_comm.IsPortOpen());
     QCOMPARE(view->toPlainText(), QStringLiteral("before\nhalf and after\nsecond, no line end"));
     QVERIFY2(StatusText().contains(link), qPrintable(StatusText()));
-    QVERIFY(!view->LineProblem().isEmpty());
-    QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
     QVERIFY(view->IsWindowEnabled());
+    QVERIFY(!view->IsWaitingForLine());
+    // Connected by hand when the device is back, the loss is no longer told.
     CPtyPair third;
     third.CloseSlave();
     QVERIFY(QFile::link(third.SlaveName(), link));
-    QTest::qWait(CDeviceWatch::LongestWaitMs() + 300);
-    QVERIFY(!view->IsWaitingForLine());
-    QVERIFY(!view->m_comm.IsPortOpen());
-    // Waiting ends when the user connects (or disconnects) by hand.
-    QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
     QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
     QVERIFY(view->m_comm.IsPortOpen());
-    QVERIFY(!view->IsWaitingForLine());
-    // The loss is no longer told.
     QCOMPARE(StatusText(), QStringLiteral("For Help, press F1"));
-    QCOMPARE(view->LineProblem(), QString());
     QCOMPARE(view->placeholderText(), QString());
-    QVERIFY(third.WriteMaster("back\r\n"));
-    QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("back\n")));
 }
 
 QTEST_MAIN(tst_InstrumentWindowTools)

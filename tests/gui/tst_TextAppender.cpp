@@ -3,12 +3,9 @@
 // line length, scrolling, undo, copy.
 
 #include "CTextAppender.h"
+#include "WidgetTestIncludes.h"
 
-#include <QApplication>
-#include <QClipboard>
 #include <QPlainTextEdit>
-#include <QScrollBar>
-#include <QTest>
 
 class tst_TextAppender : public QObject
 {
@@ -129,16 +126,6 @@ private Q_SLOTS:
         m_pEdit->moveCursor(QTextCursor::End);
         m_pEdit->insertPlainText(QStringLiteral("typed\nmore"));
         QCOMPARE(m_pAppender->LineCount(), 3 * CTextAppender::LinesPerBlock + 2);
-    }
-
-    void showsLinesOfControlCharacterNames()
-    {
-        m_pAppender->SetNameLineBreaks(true);
-        m_pAppender->Append("1<CR>");
-        m_pAppender->Flush();
-        m_pAppender->Append("<LF>2<CR><LF>");
-        m_pAppender->Flush();
-        QCOMPARE(m_pEdit->toPlainText(), QStringLiteral("1<CR><LF>\n2<CR><LF>\n"));
     }
 
 private:
