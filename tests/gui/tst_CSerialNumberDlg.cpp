@@ -54,8 +54,6 @@ private Q_SLOTS:
         QVERIFY2(message.contains(reason), qPrintable(message));
         QVERIFY2(message.contains(QLatin1Char('"') + typed + QLatin1Char('"')), qPrintable(message));
         QVERIFY(dialog.isVisible());
-        QCOMPARE(dialog.result(), int(QDialog::Rejected));
-        QCOMPARE(dialog.GetSerialNumber(), 0);
         QCOMPARE(edit->selectedText(), typed); // ready to be typed over
         // A corrected number is then taken.
         edit->setText(QStringLiteral("17"));

@@ -90,8 +90,6 @@ private Q_SLOTS:
         QVERIFY(!view->IsWindowEnabled());
         QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(),
                  QStringLiteral("&Disconnect Instrument"));
-        QVERIFY(Frame()->IsFunctionKeyBarVisible());
-        QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1)->text(), QStringLiteral("Print"));
 
         Send("N     +12.345 g\r\nES\r\n   +0.500 g\r\n");
         const QString shown = QStringLiteral("N     +12.345 g\n*ES\n+0.500 g\n");
@@ -240,8 +238,6 @@ private Q_SLOTS:
         QCOMPARE(view->toPlainText(), QStringLiteral("A<CR><LF>\nB<CR><LF>\n"));
         Send("C\x02\r\n");
         QTRY_COMPARE(view->toPlainText(), QStringLiteral("A<CR><LF>\nB<CR><LF>\nC<STX><CR><LF>\n"));
-        showControlChars(false, QDialog::Accepted);
-        QCOMPARE(view->toPlainText(), QStringLiteral("A\nB\nC\x02\n"));
     }
 
     // Every page changed in one sheet, OK: the line, the received text and the
@@ -271,7 +267,6 @@ private Q_SLOTS:
         };
         QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
         QCOMPARE(shown, link);
-        QCOMPARE(view->m_commParam.m_strConnector, link.toLocal8Bit());
         QVERIFY(view->m_comm.IsPortOpen());
         // Strings arriving before the change are shown as they came.
         Send("W0\r\n");

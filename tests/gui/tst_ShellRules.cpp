@@ -127,10 +127,6 @@ private Q_SLOTS:
                                        QStringLiteral("10 20 810 620"));
             profile.WriteProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver"),
                                        QStringLiteral("/home/lab/Drivers, old/Waage; 2.tbb"));
-            profile.WriteProfileString(CProfile::Settings, QStringLiteral("TotalBytesDlg"),
-                                       QStringLiteral(" 7 "));
-            profile.WriteProfileString(CProfile::Settings, QStringLiteral("DebugConnection"),
-                                       QStringLiteral("abc"));
             QVERIFY(profile.Flush());
         }
         const CProfile profile(path);
@@ -138,8 +134,6 @@ private Q_SLOTS:
                  QStringLiteral("10 20 810 620"));
         QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")),
                  QStringLiteral("/home/lab/Drivers, old/Waage; 2.tbb"));
-        QCOMPARE(profile.GetProfileInt(CProfile::Settings, QStringLiteral("TotalBytesDlg")), 7);
-        QCOMPARE(profile.GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection")), 0);
         QCOMPARE(profile.GetProfileInt(CProfile::Settings, QStringLiteral("Missing"), 3), 3);
     }
 
