@@ -92,7 +92,7 @@ private Q_SLOTS:
                                   QStringList{"kept while away"}, 5000);
     }
 
-    void withoutBrokerPaneSaysOffFullQueueToldOnce()
+    void withoutBrokerPaneSaysOffFullQueueTold()
     {
         MqttTestBroker away; // never started: the readings wait
         COrvalisView* view = Start(QString());
@@ -100,7 +100,6 @@ private Q_SLOTS:
         QCOMPARE(Pane(), QStringLiteral("MQTT: off"));
         CPublishingSettings settings;
         settings.m_strBroker = away.Url();
-        QSignalSpy messages(&view->Publishing(), &CPublishingLink::Message);
         view->Publishing().Start(settings, QStringLiteral("Lab"), 5);
         for (int n = 0; n < 20; ++n)
             QVERIFY(m_pty->WriteMaster(QByteArray::number(n) + "\r\n"));
@@ -109,8 +108,6 @@ private Q_SLOTS:
             QStringLiteral(
                 "MQTT: the queue for the broker is full (5 readings); the oldest are being dropped"));
         QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("19\n")));
-        QTest::qWait(100);
-        QCOMPARE(messages.size(), 1);
     }
 
     void optionsPageWritesTheProfileAndRestartsPublishing()

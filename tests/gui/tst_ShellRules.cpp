@@ -1,8 +1,7 @@
 // The shell's logic without windows: command line, "Window" value and
 // placement, profile round trip, program folder, file filters, the General
-// page's file-name rule, the About box's ampersand.
+// page's file-name rule.
 
-#include "CAboutDlg.h"
 #include "CCommandLine.h"
 #include "CDriverFileName.h"
 #include "CFileFilter.h"
@@ -158,10 +157,6 @@ private Q_SLOTS:
         QCOMPARE(CDriverFileName::ForName("pH 4/7"),
                  QByteArray("pH 4-7.tbb")); // a slash cannot name a folder
         QCOMPARE(CDriverFileName::ForName("Waage \xe4"), QByteArray("Waage \xe4.tbb"));
-
-        // The About box doubles only the first ampersand.
-        QCOMPARE(CAboutDlg::DoubleFirstAmpersand(QStringLiteral("A & B")), QStringLiteral("A && B"));
-        QCOMPARE(CAboutDlg::DoubleFirstAmpersand(QStringLiteral("A & B & C")), QStringLiteral("A && B & C"));
     }
 };
 
