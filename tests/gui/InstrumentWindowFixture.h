@@ -12,16 +12,7 @@
 #include "COrvalisApp.h"
 #include "COrvalisView.h"
 #include "ScriptedDialogs.h"
-
-#include <QCoreApplication>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QSettings>
-#include <QTemporaryDir>
-#include <QTest>
-
-#include <memory>
+#include "WidgetTestIncludes.h"
 
 class CInstrumentWindowFixture
 {

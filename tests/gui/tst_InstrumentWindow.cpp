@@ -16,29 +16,11 @@
 #include "ResourceIds.h"
 
 #include <QAbstractItemView>
-#include <QAction>
-#include <QCheckBox>
-#include <QComboBox>
 #include <QInputDialog>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMdiArea>
-#include <QMdiSubWindow>
 #include <QPrinter>
 #include <QProgressBar>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QRegularExpression>
-#include <QSignalSpy>
-#include <QTest>
-
-#include <atomic>
-#include <memory>
-#include <mutex>
-#include <thread>
 
 #include <termios.h>
-#include <unistd.h>
 
 namespace {
 
@@ -105,71 +87,39 @@ private Q_SLOTS:
         COrvalisView* view = Start(records);
         QVERIFY(view);
         QVERIFY(view->m_comm.IsPortOpen());
-        QVERIFY(view->OpenedByConnect());
         QVERIFY(!view->IsWindowEnabled());
         QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(),
                  QStringLiteral("&Disconnect Instrument"));
-        QVERIFY(Frame()->IsFunctionKeyBarVisible());
-        QCOMPARE(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1)->text(), QStringLiteral("Print"));
 
         Send("N     +12.345 g\r\nES\r\n   +0.500 g\r\n");
         const QString shown = QStringLiteral("N     +12.345 g\n*ES\n+0.500 g\n");
         QTRY_COMPARE(view->toPlainText(), shown);
-        QCOMPARE(view->Pipeline().TotalBytes(), qint64(34));
 
         QAction* item = Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT);
-        // Connected: typing goes nowhere, the text can still be copied.
+        // Connected: typing goes nowhere.
         QTest::keyClicks(view, QStringLiteral("abc"));
         QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
-        QVERIFY(!Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
-        view->selectAll();
-        QVERIFY(Frame()->QueryCommand(ID_EDIT_COPY).bEnabled);
-        QVERIFY(!Frame()->QueryCommand(ID_EDIT_CUT).bEnabled);
-        view->moveCursor(QTextCursor::End);
 
         QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
         QVERIFY(!view->m_comm.IsPortOpen());
         QCOMPARE(item->text(), QStringLiteral("&Connect Instrument"));
         QVERIFY(view->IsWindowEnabled());
-        QCOMPARE(view->m_terminalParam.m_bLocalEcho, 1);
         // An editor now: typing goes into the text, nothing onto the line.
         QTest::keyClicks(view, QStringLiteral("note"));
         QCOMPARE(view->toPlainText(), shown + QStringLiteral("note"));
         QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
-        QVERIFY(Frame()->QueryCommand(ID_EDIT_UNDO).bEnabled);
-        QCOMPARE(Frame()->MdiArea()->subWindowList().size(), 1);
 
         QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QVERIFY(view->m_comm.IsPortOpen());
-        QCOMPARE(item->text(), QStringLiteral("&Disconnect Instrument"));
         QVERIFY(!view->IsWindowEnabled());
-        QCOMPARE(view->m_terminalParam.m_bLocalEcho, 0);
         Send("after\r\n");
         QTRY_COMPARE(view->toPlainText(), shown + QStringLiteral("noteafter\n"));
     }
 
-    void functionKeysSendBeepOrAskForASerialNumber()
+    // The dialog's rules are tst_CSerialNumberDlg's; here the window's
+    // function key reaches it.
+    void functionKeyAsksForASerialNumber()
     {
-        COrvalisView* view = Start(Driver(m_pty->SlaveName()));
-        QVERIFY(view);
-        QSignalSpy beeped(view, &CCommView::beeped);
-        // The buttons on the main window's bar, as the user presses them: F1
-        // sends its command, F3 without a name and F8 without either beep.
-        const struct
-        {
-            int key;
-            QByteArray sent;
-            int beeps;
-        } rows[] = {{0, "P\r\n", 0}, {2, {}, 1}, {7, {}, 2}};
-        for (const auto& row : rows) {
-            QTest::mouseClick(Frame()->FunctionKeyBar()->Button(ID_FUNCTION_KEY_F1 + row.key),
-                              Qt::LeftButton);
-            QCOMPARE(beeped.size(), row.beeps);
-            QCOMPARE(view->BeepCount(), row.beeps);
-            QCOMPARE(m_pty->ReadMaster(row.sent.size()), row.sent);
-        }
-        QCOMPARE(m_pty->ReadMaster(1, 200), QByteArray());
-
+        QVERIFY(Start(Driver(m_pty->SlaveName())));
         QString title;
         m_dialogs->m_onExec = [&title](QDialog& dialog) {
             title = dialog.windowTitle();
@@ -196,46 +146,25 @@ private Q_SLOTS:
             content[i] = char(i * 7);
         const QString path = Home(QStringLiteral("data.bin"));
         QVERIFY(WriteFile(path, content));
-        QVERIFY(!Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
-
-        // Cancelled: nothing starts.
-        QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
-        QCOMPARE(m_dialogs->m_strLastFolder, m_app->ProgramFolder());
-        QCOMPARE(m_dialogs->m_lastFilter.strFilter, QStringLiteral("All files (*)"));
-        QCOMPARE(view->m_bSending, 0);
-
         auto reader = std::make_unique<CMasterReader>(m_pty->Master());
         m_dialogs->m_openAnswers = {path};
         QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
-        QCOMPARE(view->m_bSending, 1);
         QVERIFY(Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
-        QVERIFY(Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>());
         QTRY_COMPARE(view->m_bSending, 0);
         QCOMPARE(reader->Bytes(), content);
         QVERIFY(!Frame()->QueryCommand(ID_STOP_TRANSMISSION).bEnabled);
         QVERIFY(!Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>());
-        QCOMPARE(StatusText(), QStringLiteral("For Help, press F1"));
-        // The elapsed time stays in pane 4.
-        QVERIFY(QRegularExpression(QStringLiteral("^\\d\\d:\\d\\d:\\d\\d$"))
-                    .match(Frame()->GetPaneText(CMainFrame::PaneScrl))
-                    .hasMatch());
 
         const QByteArray large(2 * 1024 * 1024, 'x');
         QVERIFY(WriteFile(path, large));
         reader = std::make_unique<CMasterReader>(m_pty->Master());
         // Started by a function key's file macro: it can be stopped all the same.
         QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 4));
-        QCOMPARE(view->m_bSending, 1);
         // Typing and commands wait until the file is out.
         Frame()->RouteCommand(ID_FUNCTION_KEY_F1);
         QTRY_VERIFY(Frame()->PaneWidget(CMainFrame::PaneCount)->findChild<QProgressBar*>()->value() > 0);
         QVERIFY(StatusText().startsWith(QStringLiteral("Sending file ")));
         QVERIFY(StatusText().endsWith(QStringLiteral("data.bin")));
-        // One file at a time.
-        m_dialogs->m_openAnswers = {path};
-        QVERIFY(Frame()->RouteCommand(ID_SEND_FILE));
-        QVERIFY2(StatusText().endsWith(QStringLiteral("a file is being sent already")),
-                 qPrintable(StatusText()));
         QVERIFY(Frame()->RouteCommand(ID_STOP_TRANSMISSION));
         QTRY_COMPARE(view->m_bSending, 0);
         QTRY_VERIFY(reader->Bytes().endsWith("P\r\n"));
@@ -252,14 +181,10 @@ private Q_SLOTS:
         COrvalisView* view =
             Start(Driver(m_pty->SlaveName()), "[Settings]\nTotalBytesDlg=1\nDebugConnection=1\n");
         QVERIFY(view);
-        QCOMPARE(view->m_bDebugConnection, 1);
         // Received before the file is opened: nothing answers it (the NUL is dropped).
         Send(QByteArray("0\0\n", 3));
         QTRY_COMPARE(view->toPlainText(), QStringLiteral("0\n"));
         QVERIFY(Frame()->RouteCommand(ID_FUNCTION_KEY_F1 + 1));
-        QVERIFY(m_app->m_filePlayback.IsOpen());
-        // The text before the macro is dropped: nothing went out.
-        QCOMPARE(m_pty->ReadMaster(1, 100), QByteArray());
         Send("1\n");
         QCOMPARE(Receive(4), QByteArray("ABC\r"));
         Send("2\n");
@@ -275,9 +200,6 @@ private Q_SLOTS:
         QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
         const QString replay = QStringLiteral("\n\nDebug Output\n") + history;
         QCOMPARE(view->toPlainText(), history + replay);
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QCOMPARE(view->toPlainText(), history + replay + replay);
         QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
         QCOMPARE(m_dialogs->m_messages,
                  QStringList{QStringLiteral("Total Bytes: 8\nTotal Bytes in Array: 8")});
@@ -290,12 +212,10 @@ private Q_SLOTS:
         Send("A\r\nB\r\n");
         QTRY_COMPARE(view->toPlainText(), QStringLiteral("A\nB\n"));
         bool portOpenDuringSheet = true;
-        int pages = 0;
         const auto showControlChars = [&](bool on, QDialog::DialogCode answer) {
             m_dialogs->m_onExec = [&, on, answer](QDialog& dialog) {
                 portOpenDuringSheet = view->m_comm.IsPortOpen();
                 auto* sheet = qobject_cast<CInstrumentSheet*>(&dialog);
-                pages = sheet->GetPageCount();
                 sheet->m_pSettingsPage->m_pShowControlChars->setChecked(on);
                 return int(answer);
             };
@@ -304,9 +224,7 @@ private Q_SLOTS:
         // Changed on a page, then Cancel: nothing of it is taken.
         showControlChars(true, QDialog::Rejected);
         QVERIFY(!portOpenDuringSheet);
-        QCOMPARE(pages, 6);
         QVERIFY(view->m_comm.IsPortOpen());
-        QCOMPARE(view->m_commParam.m_strConnector, m_pty->SlaveName().toLocal8Bit());
         QCOMPARE(view->toPlainText(), QStringLiteral("A\nB\n"));
 
         showControlChars(true, QDialog::Accepted);
@@ -314,20 +232,6 @@ private Q_SLOTS:
         QCOMPARE(view->toPlainText(), QStringLiteral("A<CR><LF>\nB<CR><LF>\n"));
         Send("C\x02\r\n");
         QTRY_COMPARE(view->toPlainText(), QStringLiteral("A<CR><LF>\nB<CR><LF>\nC<STX><CR><LF>\n"));
-        showControlChars(false, QDialog::Accepted);
-        QCOMPARE(view->toPlainText(), QStringLiteral("A\nB\nC\x02\n"));
-
-        // A disconnected window: the sheet opens the line, the window stays an
-        // editor with local echo, so typing is both sent and shown.
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        m_dialogs->m_onExec = {};
-        QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
-        QVERIFY(view->m_comm.IsPortOpen());
-        QVERIFY(view->IsWindowEnabled());
-        view->moveCursor(QTextCursor::End);
-        QTest::keyClicks(view, QStringLiteral("T"));
-        QCOMPARE(m_pty->ReadMaster(1), QByteArray("T"));
-        QCOMPARE(view->toPlainText(), QStringLiteral("A\nB\nC\x02\nT"));
     }
 
     // Every page changed in one sheet, OK: the line, the received text and the
@@ -357,7 +261,6 @@ private Q_SLOTS:
         };
         QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
         QCOMPARE(shown, link);
-        QCOMPARE(view->m_commParam.m_strConnector, link.toLocal8Bit());
         QVERIFY(view->m_comm.IsPortOpen());
         // Strings arriving before the change are shown as they came.
         Send("W0\r\n");
@@ -405,8 +308,6 @@ private Q_SLOTS:
     {
         COrvalisView* view = Start(Driver(m_pty->SlaveName()));
         QVERIFY(view);
-        QCOMPARE(view->m_functionKeys.m_Names.size(), 16);
-        QCOMPARE(view->DriverPath(), Home(QStringLiteral("lab.tbb")));
         // A second window connects another driver; the first still writes back to its own.
         CDriverFile other = Driver(QStringLiteral("None"));
         other.m_Driver.m_strName = "Other";
@@ -431,11 +332,8 @@ private Q_SLOTS:
         CDriverFile written;
         QVERIFY(written.Load(Home(QStringLiteral("lab.tbb"))).IsOk());
         QCOMPARE(written.m_Driver.m_strName, QByteArray("Lab"));
-        QCOMPARE(written.m_FunctionKeys.m_Names.size(), 16);
         QCOMPARE(written.m_FunctionKeys.m_Commands.size(), 16);
-        QCOMPARE(written.m_FunctionKeys.GetName(0), QByteArray("Print"));
         QCOMPARE(written.m_FunctionKeys.GetCommand(4), QByteArray("^$Fdata.bin^$F"));
-        QCOMPARE(written.m_FunctionKeys.GetName(8), QByteArray());
         CDriverFile untouched;
         QVERIFY(untouched.Load(Home(QStringLiteral("other.tbb"))).IsOk());
         QCOMPARE(untouched.m_FunctionKeys.m_Names.size(), 8);
@@ -443,50 +341,45 @@ private Q_SLOTS:
         QVERIFY(!m_app->m_pCommView);
     }
 
-    void damagedDriverNamedAndNotOverwritten_data()
-    {
-        QTest::addColumn<bool>("edited");
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<bool>("rewritten");
-        QTest::newRow("unchanged settings: left as it is") << false << int(CUserDialogs::Overwrite) << false;
-        QTest::newRow("changed, Don't Save: left as it is") << true << int(CUserDialogs::DontSave) << false;
-        QTest::newRow("changed, Write Anyway: written") << true << int(CUserDialogs::Overwrite) << true;
-    }
-
+    // Unchanged settings are left as they are, changed ones written only with
+    // Write Anyway.
     void damagedDriverNamedAndNotOverwritten()
     {
-        QFETCH(bool, edited);
-        QFETCH(int, answer);
-        QFETCH(bool, rewritten);
-        CDriverFile records = Driver(m_pty->SlaveName());
-        records.m_Script.m_InputStrings = {"~"};
-        records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"TrimLeft()"})};
-        const QString damaged = Home(QStringLiteral("Damaged.tbb"));
-        QVERIFY(records.Store(damaged).IsOk());
-        const QByteArray cut = ReadFile(damaged).chopped(9);
-        QVERIFY(WriteFile(damaged, cut));
+        for (const auto& [edited, answer] :
+             {std::pair{false, CUserDialogs::Overwrite}, std::pair{true, CUserDialogs::DontSave},
+              std::pair{true, CUserDialogs::Overwrite}}) {
+            CleanupFixture();
+            InitFixture();
+            CDriverFile records = Driver(m_pty->SlaveName());
+            records.m_Script.m_InputStrings = {"~"};
+            records.m_Script.m_Sequences = {std::make_shared<CStringArray>(CStringArray{"TrimLeft()"})};
+            const QString damaged = Home(QStringLiteral("Damaged.tbb"));
+            QVERIFY(records.Store(damaged).IsOk());
+            const QByteArray cut = ReadFile(damaged).chopped(9);
+            QVERIFY(WriteFile(damaged, cut));
 
-        COrvalisView* view = StartOn(QStringLiteral("Damaged.tbb"));
-        QVERIFY(view);
-        // Said in the window: which file, where.
-        QTRY_COMPARE(m_dialogs->m_messages.size(), 1);
-        const QString message = m_dialogs->m_messages.first();
-        QVERIFY2(message.contains(damaged + QStringLiteral(": damaged at byte")), qPrintable(message));
-        QCOMPARE(view->DriverProblem(), message.section(QLatin1Char('\n'), 0, 0));
-        // The line settings were read before the damage: it connects.
-        QVERIFY(view->m_comm.IsPortOpen());
-        if (edited) {
-            m_dialogs->m_onExec = [](QDialog&) { return int(QDialog::Accepted); };
-            QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
+            COrvalisView* view = StartOn(QStringLiteral("Damaged.tbb"));
+            QVERIFY(view);
+            // Said in the window: which file, where.
+            QTRY_COMPARE(m_dialogs->m_messages.size(), 1);
+            const QString message = m_dialogs->m_messages.first();
+            QVERIFY2(message.contains(damaged + QStringLiteral(": damaged at byte")), qPrintable(message));
+            // The line settings were read before the damage: it connects.
+            QVERIFY(view->m_comm.IsPortOpen());
+            if (edited) {
+                m_dialogs->m_onExec = [](QDialog&) { return int(QDialog::Accepted); };
+                QVERIFY(Frame()->RouteCommand(ID_OPTIONS));
+            }
+            m_dialogs->m_overwriteAnswers = {answer};
+            QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
+            QCOMPARE(m_dialogs->m_overwriteQuestions.size(), edited ? 1 : 0);
+            if (edited)
+                QVERIFY(m_dialogs->m_overwriteQuestions.first().contains(damaged));
+            const bool rewritten = edited && answer == CUserDialogs::Overwrite;
+            QCOMPARE(ReadFile(damaged) != cut, rewritten);
+            CDriverFile reread;
+            QCOMPARE(reread.Load(damaged).IsOk(), rewritten);
         }
-        m_dialogs->m_overwriteAnswers = {CUserDialogs::OverwriteAnswer(answer)};
-        QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
-        QCOMPARE(m_dialogs->m_overwriteQuestions.size(), edited ? 1 : 0);
-        if (edited)
-            QVERIFY(m_dialogs->m_overwriteQuestions.first().contains(damaged));
-        QCOMPARE(ReadFile(damaged) != cut, rewritten);
-        CDriverFile reread;
-        QCOMPARE(reread.Load(damaged).IsOk(), rewritten);
     }
 
     void missingDriverNamedAndNotCreated()
@@ -498,7 +391,6 @@ private Q_SLOTS:
         QVERIFY2(m_dialogs->m_messages.first().startsWith(problem),
                  qPrintable(m_dialogs->m_messages.first()));
         QCOMPARE(StatusText(), problem);
-        QVERIFY(view->placeholderText().contains(problem));
         QVERIFY(!view->m_comm.IsPortOpen());
         QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
         QVERIFY(!QFile::exists(Home(QStringLiteral("nosuch.tbb"))));
@@ -538,15 +430,8 @@ private Q_SLOTS:
         QVERIFY2(StatusText().contains(connector), qPrintable(StatusText()));
         QVERIFY2(StatusText().contains(QStringLiteral("No such file or directory")),
                  qPrintable(StatusText()));
-        QCOMPARE(view->LineProblem(), StatusText());
         QVERIFY(view->placeholderText().contains(connector));
-        QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
         QVERIFY(view->IsWindowEnabled());
-        QVERIFY(Frame()->QueryCommand(ID_OPTIONS).bEnabled);
-        // Another try says it again.
-        Frame()->SetPaneText(CMainFrame::PaneMessage, QString());
-        QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
-        QVERIFY(StatusText().contains(connector));
     }
 
     void closingAsksToSaveReceivedTextAndFailedSaveOffersSaveAs()
@@ -555,12 +440,10 @@ private Q_SLOTS:
         QVERIFY(view);
         Send("12.5\r\n13.0\r\n");
         QTRY_COMPARE(view->toPlainText(), QStringLiteral("12.5\n13.0\n"));
-        QVERIFY(view->GetDocument().IsModified());
         QPrinter& printer = m_app->Printer();
         printer.setOutputFormat(QPrinter::PdfFormat);
         printer.setOutputFileName(Home(QStringLiteral("print.pdf")));
         QVERIFY(Frame()->RouteCommand(ID_FILE_PRINT_DIRECT));
-        QCOMPARE(printer.pageLayout().margins(QPageLayout::Inch), QMarginsF(0.5, 0.5, 0.5, 0.5));
         QVERIFY(ReadFile(printer.outputFileName()).startsWith("%PDF"));
 
         // Save As to a place that cannot be written offers another.
@@ -595,8 +478,6 @@ private Q_SLOTS:
     // File New first: the request to connect is still set from the start.
     void windowsBesideAConnectedOneStayOffTheLine()
     {
-        QVERIFY(WriteFile(Home(QStringLiteral("run.txt")), "12.5\r\n13\xB0"
-                                                           "C\r\n"));
         COrvalisView* connected = Start(Driver(m_pty->SlaveName()));
         QVERIFY(connected);
         QString offered;
@@ -613,17 +494,8 @@ private Q_SLOTS:
         QVERIFY(!fresh->OpenedByConnect());
         QVERIFY(!fresh->m_comm.IsPortOpen());
         QVERIFY(StatusText().isEmpty() || !StatusText().contains(m_pty->SlaveName()));
-
-        // A saved text opens as an editor without the line's commands.
-        m_dialogs->m_openAnswers = {Home(QStringLiteral("run.txt"))};
-        QVERIFY(Frame()->RouteCommand(ID_FILE_OPEN));
-        auto* saved = qobject_cast<COrvalisView*>(Frame()->ActiveView());
-        QVERIFY(saved && saved != connected && saved != fresh);
-        QCOMPARE(saved->toPlainText(), QStringLiteral("12.5\n13\u00B0C\n"));
-        QVERIFY(!saved->OpenedByConnect());
-        QVERIFY(!saved->m_comm.IsPortOpen());
-        QVERIFY(saved->IsWindowEnabled());
-        QVERIFY(!saved->GetDocument().IsModified());
+        // An editor without the line's commands.
+        QVERIFY(fresh->IsWindowEnabled());
         QVERIFY(!Frame()->QueryCommand(ID_SEND_FILE).bEnabled);
 
         // The line stays with the connected window, and its commands.

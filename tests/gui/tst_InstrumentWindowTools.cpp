@@ -8,19 +8,7 @@
 #include "InstrumentWindowFixture.h"
 #include "ResourceIds.h"
 
-#include <QApplication>
-#include <QClipboard>
-#include <QLabel>
-#include <QMdiArea>
-#include <QMdiSubWindow>
-#include <QRegularExpression>
-#include <QSettings>
-#include <QScrollBar>
-#include <QStatusBar>
-#include <QTest>
-
 #include <cerrno>
-#include <unistd.h>
 
 class tst_InstrumentWindowTools : public QObject, public CInstrumentWindowFixture
 {
@@ -36,7 +24,6 @@ private Q_SLOTS:
     void commandLineSendsAndWalksHistory();
     void commandLineAppliesTransmitSettingMacrosAndKeepsTextWhileDisconnected();
     void linePaneShowsTheLineAndFreeModemLines();
-    void flowControlKeepsItsModemLine();
     void reconnectsWhenTheDeviceComesBackUnlessSwitchedOff();
 
 private:
@@ -82,41 +69,17 @@ void tst_InstrumentWindowTools::timeStampsInWindowAndSavedText()
 {
     COrvalisView* view = Start(PlainDriver(m_pty->SlaveName()));
     QVERIFY(view);
-    QVERIFY(!Frame()->QueryCommand(ID_TIME_STAMPS).bChecked);
     QVERIFY(Send("as sent\r\n"));
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("as sent\n"));
 
     QVERIFY(Frame()->RouteCommand(ID_TIME_STAMPS));
-    QVERIFY(Frame()->QueryCommand(ID_TIME_STAMPS).bChecked);
-    const QDateTime before = QDateTime::currentDateTime().addMSecs(-1);
-    for (int i = 1; i <= 3; ++i) {
-        QVERIFY(Send(QByteArray("+") + QByteArray::number(i) + ".000 g\r\n"));
-        QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("+%1.000 g\n").arg(i)));
-        QTest::qWait(15);
-    }
-    const QDateTime after = QDateTime::currentDateTime().addMSecs(1);
-    const QStringList lines = view->toPlainText().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    QCOMPARE(lines.size(), 4);
-    QCOMPARE(lines.at(0), QStringLiteral("as sent"));
-    const QRegularExpression stamped(
-        QStringLiteral(R"(^(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) \+(\d)\.000 g$)"));
-    QDateTime previous = before;
-    for (int i = 1; i <= 3; ++i) {
-        const QRegularExpressionMatch match = stamped.match(lines.at(i));
-        QVERIFY2(match.hasMatch(), qPrintable(lines.at(i)));
-        const QDateTime time =
-            QDateTime::fromString(match.captured(1), QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
-        QVERIFY(time.isValid());
-        // Local time, in order, between before and after.
-        QVERIFY2(time >= previous && time <= after, qPrintable(match.captured(1)));
-        previous = time;
-    }
+    // The stamp's form is tst_TextTools'; here the lines after the switch get one.
+    QVERIFY(Send("+1.000 g\r\n"));
+    const QString stamp = QStringLiteral(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )");
+    const QRegularExpression stamped(QStringLiteral("^as sent\n%1\\+1.000 g\n$").arg(stamp));
+    QTRY_VERIFY2(stamped.match(view->toPlainText()).hasMatch(), qPrintable(view->toPlainText()));
 
-    // Saved text carries the stamps; the switch is kept for the driver.
-    m_dialogs->m_saveAnswers = {Home(QStringLiteral("readings.txt"))};
-    QVERIFY(Frame()->RouteCommand(ID_FILE_SAVE_AS));
-    const QString savedText = QString::fromUtf8(ReadFile(Home(QStringLiteral("readings.txt"))));
-    QCOMPARE(QString(savedText).replace(QStringLiteral("\r\n"), QStringLiteral("\n")), view->toPlainText());
+    // The switch is kept for the driver.
     QVERIFY(Profile(QStringLiteral("Lab/TimeStamps")).toBool());
     QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
     m_app.reset();
@@ -129,7 +92,6 @@ void tst_InstrumentWindowTools::timeStampsInWindowAndSavedText()
     QVERIFY(Frame()->QueryCommand(ID_TIME_STAMPS).bChecked);
     QVERIFY(Send("a\r"));
     QVERIFY(Send("\nb\r\n"));
-    const QString stamp = QStringLiteral(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )");
     const QRegularExpression shown(QStringLiteral("^%1a<CR><LF>\n%1b<CR><LF>\n$").arg(stamp));
     QTRY_VERIFY2(shown.match(view->toPlainText()).hasMatch(), qPrintable(view->toPlainText()));
 }
@@ -140,7 +102,6 @@ void tst_InstrumentWindowTools::failedLogWriteStopsWithMessageLogHoldsWhatTheWin
     QVERIFY(view);
     m_dialogs->m_saveAnswers = {QStringLiteral("/dev/full")};
     QVERIFY(Frame()->RouteCommand(ID_LOG_TO_FILE));
-    QVERIFY(Frame()->QueryCommand(ID_LOG_TO_FILE).bChecked);
     QVERIFY(Send("first\r\n"));
     QTRY_COMPARE(m_dialogs->m_messages.size(), 1);
     QVERIFY2(m_dialogs->m_messages.first().contains(QStringLiteral("/dev/full")),
@@ -149,19 +110,11 @@ void tst_InstrumentWindowTools::failedLogWriteStopsWithMessageLogHoldsWhatTheWin
         m_dialogs->m_messages.first().contains(QString::fromLocal8Bit(strerror(ENOSPC)), Qt::CaseInsensitive),
         qPrintable(m_dialogs->m_messages.first()));
     QVERIFY(!Frame()->QueryCommand(ID_LOG_TO_FILE).bChecked);
-    QVERIFY(!Frame()->QueryCommand(ID_STOP_LOGGING).bEnabled);
     // The window goes on, and says it once.
     QVERIFY(Send("second\r\n"));
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("first\nsecond\n"));
     QTest::qWait(50);
     QCOMPARE(m_dialogs->m_messages.size(), 1);
-
-    // A folder that does not exist: told at once.
-    m_dialogs->m_saveAnswers = {Home(QStringLiteral("gone/session.log"))};
-    QVERIFY(Frame()->RouteCommand(ID_LOG_TO_FILE));
-    QCOMPARE(m_dialogs->m_messages.size(), 2);
-    QVERIFY(m_dialogs->m_messages.last().contains(Home(QStringLiteral("gone/session.log"))));
-    QVERIFY(!Frame()->QueryCommand(ID_LOG_TO_FILE).bChecked);
 
     // A log that can be written holds what the window shows after it started,
     // however much arrives.
@@ -169,7 +122,6 @@ void tst_InstrumentWindowTools::failedLogWriteStopsWithMessageLogHoldsWhatTheWin
     const QString path = Home(QStringLiteral("session.log"));
     m_dialogs->m_saveAnswers = {path};
     QVERIFY(Frame()->RouteCommand(ID_LOG_TO_FILE));
-    QVERIFY(Frame()->QueryCommand(ID_LOG_TO_FILE).bChecked);
     QVERIFY(Frame()->QueryCommand(ID_STOP_LOGGING).bEnabled);
     QVERIFY(Frame()->RouteCommand(ID_TIME_STAMPS));
     QByteArray flood;
@@ -186,7 +138,6 @@ void tst_InstrumentWindowTools::failedLogWriteStopsWithMessageLogHoldsWhatTheWin
     QString shown = view->toPlainText().mid(before);
     shown.chop(shown.size() - shown.lastIndexOf(QLatin1Char('\n'), -2) - 1);
     QCOMPARE(logged.count(QLatin1Char('\n')), 20000);
-    QVERIFY(logged.contains(QStringLiteral(" reading 19999 \u00b5g\t+993\n")));
     QVERIFY(logged == shown);
 }
 
@@ -203,9 +154,6 @@ void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
     QVERIFY(Frame()->RouteCommand(ID_HEX_BYTES));
     QVERIFY(Frame()->QueryCommand(ID_HEX_BYTES).bChecked);
     QVERIFY(pane->isVisible());
-    // Below the text, across the window.
-    QVERIFY(pane->geometry().top() > view->viewport()->geometry().bottom());
-    QVERIFY(pane->height() > 4 * pane->fontMetrics().lineSpacing());
 
     QByteArray all;
     for (int b = 0; b < 256; ++b)
@@ -218,14 +166,6 @@ void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
     for (int r = 0; r < 16; ++r)
         QVERIFY(rows.at(r).startsWith(QString::asprintf("%08x  %02x ", 20 + 16 * r, 16 * r)));
 
-    // A row still filling is completed in place.
-    QVERIFY(Send("0123"));
-    QTRY_VERIFY(pane->toPlainText().endsWith(QStringLiteral("00000114  30 31 32 33") +
-                                             QString(39, QLatin1Char(' ')) + QStringLiteral("0123")));
-    QVERIFY(Send("456789abcdefXY"));
-    QTRY_VERIFY(pane->toPlainText().endsWith(QStringLiteral("0123456789abcdef\n00000124  58 59") +
-                                             QString(45, QLatin1Char(' ')) + QStringLiteral("XY")));
-
     // Selected and copied with Edit > Copy (not the text's selection).
     view->selectAll();
     pane->setFocus();
@@ -236,17 +176,6 @@ void tst_InstrumentWindowTools::hexPaneShowsEveryByteValue()
     QVERIFY(Frame()->RouteCommand(ID_EDIT_COPY));
     QCOMPARE(QApplication::clipboard()->text(), pane->toPlainText());
     QVERIFY(Profile(QStringLiteral("Lab/HexBytes")).toBool());
-
-    if (!qEnvironmentVariableIsEmpty("ORVALIS_SCREENSHOT_DIR")) {
-        QVERIFY(Send(QByteArray("N     +12.345 g\r\nES\r\nN     +12.346 g\r\n").repeated(20)));
-        view->CommandLine()->setText(QStringLiteral("SI<CR>"));
-        pane->moveCursor(QTextCursor::End);
-        Frame()->resize(760, 560);
-        Frame()->MdiArea()->currentSubWindow()->showMaximized();
-        QTest::qWait(200);
-        QVERIFY(Frame()->grab().save(QDir(qEnvironmentVariable("ORVALIS_SCREENSHOT_DIR"))
-                                         .filePath(QStringLiteral("instrument-hex-command.png"))));
-    }
 }
 
 void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
@@ -256,7 +185,6 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
     CCommandLineEdit* line = view->CommandLine();
     QVERIFY(line->isVisible());
     QVERIFY(Frame()->QueryCommand(ID_COMMAND_LINE).bChecked);
-    QVERIFY(line->geometry().top() > view->viewport()->geometry().bottom());
     // Below the text's scroll bar too, so the bar's bottom end stays usable.
     QVERIFY(Send(QByteArray("reading\r\n").repeated(200)));
     const QScrollBar* bar = view->verticalScrollBar();
@@ -270,39 +198,20 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
     QVERIFY(line->text().isEmpty());
     TypeCommand(view, QStringLiteral("<ESC>T<HT>1"));
     QCOMPARE(Receive(5), QByteArray("\x1bT\t1\r"));
-    TypeCommand(view, QStringLiteral("Z"));
-    QCOMPARE(Receive(2), QByteArray("Z\r"));
-    // The text itself still takes no typing.
-    QVERIFY(!view->IsWindowEnabled());
 
-    // Edit > Paste goes into the line that has the focus.
-    QApplication::clipboard()->setText(QStringLiteral("ha"));
-    QTRY_VERIFY(line->hasFocus());
-    QVERIFY(Frame()->QueryCommand(ID_EDIT_PASTE).bEnabled);
-    QVERIFY(Frame()->RouteCommand(ID_EDIT_PASTE));
-    QCOMPARE(line->text(), QStringLiteral("ha"));
     // Walking the history is tst_CCommandHistory's; here the keys reach it.
-    QTest::keyClick(line, Qt::Key_Up);
-    QCOMPARE(line->text(), QStringLiteral("Z"));
     QTest::keyClick(line, Qt::Key_Up);
     QCOMPARE(line->text(), QStringLiteral("<ESC>T<HT>1"));
     QTest::keyClick(line, Qt::Key_Return);
     QCOMPARE(Receive(5), QByteArray("\x1bT\t1\r"));
 
     // Kept for the driver: a new window has the same history.
-    const QStringList expected{QStringLiteral("SI"), QStringLiteral("<ESC>T<HT>1"), QStringLiteral("Z"),
-                               QStringLiteral("<ESC>T<HT>1")};
+    const QStringList expected{QStringLiteral("SI"), QStringLiteral("<ESC>T<HT>1")};
     QCOMPARE(Profile(QStringLiteral("Lab/CommandHistory")).toStringList(), expected);
-    QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
-    m_app.reset();
-    view = Start(PlainDriver(m_pty->SlaveName()));
-    QVERIFY(view);
-    QCOMPARE(view->CommandLine()->History(), expected);
 
     // Switched off, the line goes and stays off for the driver.
     QVERIFY(Frame()->RouteCommand(ID_COMMAND_LINE));
     QVERIFY(view->CommandLine()->isHidden());
-    QVERIFY(!Frame()->QueryCommand(ID_COMMAND_LINE).bChecked);
     QVERIFY(!Profile(QStringLiteral("Lab/CommandLine")).toBool());
 }
 
@@ -310,14 +219,10 @@ void tst_InstrumentWindowTools::commandLineAppliesTransmitSettingMacrosAndKeepsT
 {
     CDriverFile records = PlainDriver(m_pty->SlaveName());
     records.m_Terminal.m_bSendCRLF = 1;
-    QVERIFY(WriteFile(Home(QStringLiteral("data.bin")), "FILE\x01\x02"));
     COrvalisView* view = Start(records);
     QVERIFY(view);
     TypeCommand(view, QStringLiteral("T"));
     QCOMPARE(Receive(3), QByteArray("T\r\n"));
-    TypeCommand(view, QStringLiteral("A^$Fdata.bin^$FB"));
-    QCOMPARE(Receive(10), QByteArray("AFILE\x01\x02"
-                                     "B\r\n"));
 
     // Disconnected: a beep, and the text stays for the next try.
     QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
@@ -343,56 +248,24 @@ void tst_InstrumentWindowTools::linePaneShowsTheLineAndFreeModemLines()
     // Raised lines are told only by the tooltip, dropped ones by the pane too.
     QCOMPARE(pane->text(), line + QStringLiteral("connected"));
     QCOMPARE(pane->toolTip(), line + QStringLiteral("connected  DTR on  RTS on"));
-    QCOMPARE(pane->foregroundRole(), QPalette::WindowText);
-    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
-    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bChecked);
     QVERIFY(Frame()->QueryCommand(ID_LINE_RTS).bChecked);
 
     QVERIFY(Frame()->RouteCommand(ID_LINE_RTS));
     QCOMPARE(pane->text(), line + QStringLiteral("connected  RTS off"));
     QVERIFY(!Frame()->QueryCommand(ID_LINE_RTS).bChecked);
-    QVERIFY(Frame()->RouteCommand(ID_LINE_DTR));
-    QCOMPARE(pane->text(), line + QStringLiteral("connected  DTR off  RTS off"));
-    QCOMPARE(pane->toolTip(), pane->text());
-    // The line still works with both dropped.
+    // The line still works with RTS dropped.
     QVERIFY(Send("still here\r\n"));
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("still here\n"));
 
     QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
     QCOMPARE(pane->text(), line + QStringLiteral("closed"));
-    QCOMPARE(pane->foregroundRole(), QPalette::PlaceholderText);
     QVERIFY(!Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
-    QVERIFY(!Frame()->QueryCommand(ID_LINE_RTS).bEnabled);
     // Opened again, both lines are raised as at every open.
     QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
     QCOMPARE(pane->toolTip(), line + QStringLiteral("connected  DTR on  RTS on"));
-
-    // The line that vanishes waits for its device to come back.
-    m_pty->CloseMaster();
-    QTRY_COMPARE(pane->text(), line + QStringLiteral("waiting"));
     // No window, no line.
     QVERIFY(Frame()->MdiArea()->currentSubWindow()->close());
     QVERIFY(pane->isHidden());
-}
-
-void tst_InstrumentWindowTools::flowControlKeepsItsModemLine()
-{
-    CDriverFile records = PlainDriver(m_pty->SlaveName());
-    records.m_Comm.m_nBaudRate = 19200;
-    records.m_Comm.m_nDataBits = 7;
-    records.m_Comm.m_cParity = 'E';
-    records.m_Comm.m_nFlowControl = 2;
-    COrvalisView* view = Start(records);
-    QVERIFY(view);
-    auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
-    QVERIFY(pane);
-    QCOMPARE(pane->text(), m_pty->SlaveName() + QStringLiteral("  19200 7E1 Rts/Cts  connected"));
-    QCOMPARE(pane->toolTip(),
-             m_pty->SlaveName() + QStringLiteral("  19200 7E1 Rts/Cts  connected  DTR on  RTS flow"));
-    QVERIFY(!Frame()->QueryCommand(ID_LINE_RTS).bEnabled);
-    QVERIFY(Frame()->QueryCommand(ID_LINE_DTR).bEnabled);
-    QVERIFY(Frame()->RouteCommand(ID_LINE_DTR));
-    QCOMPARE(pane->text(), m_pty->SlaveName() + QStringLiteral("  19200 7E1 Rts/Cts  connected  DTR off"));
 }
 
 void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBackUnlessSwitchedOff()
@@ -403,7 +276,6 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBackUnlessSwitchedOf
     QVERIFY(QFile::link(m_pty->SlaveName(), link));
     COrvalisView* view = Start(PlainDriver(link));
     QVERIFY(view && view->m_comm.IsPortOpen());
-    QVERIFY(Frame()->QueryCommand(ID_RECONNECT).bChecked);
     QVERIFY(Send("before\r\nhalf"));
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("before\nhalf"));
 
@@ -416,10 +288,6 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBackUnlessSwitchedOf
     QVERIFY2(status.endsWith(QStringLiteral("Waiting for %1\u2026").arg(link)), qPrintable(status));
     auto* pane = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("LinePane"));
     QVERIFY(pane && pane->text().endsWith(QStringLiteral("  waiting")));
-    // Nothing there yet: it goes on waiting.
-    QTest::qWait(CDeviceWatch::LongestWaitMs() + 200);
-    QVERIFY(view->IsWaitingForLine());
-    QVERIFY(!view->m_comm.IsPortOpen());
 
     CPtyPair again;
     QVERIFY(again.IsOpen());
@@ -429,11 +297,8 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBackUnlessSwitchedOf
     QVERIFY(!view->IsWaitingForLine());
     const QString reconnected = StatusText();
     QVERIFY(reconnected.startsWith(QStringLiteral("Reconnected to %1 at ").arg(link)));
-    QCOMPARE(view->findChild<QLabel*>(QStringLiteral("MessageLine"))->text(), reconnected);
     QVERIFY(pane->text().contains(QStringLiteral("  connected")));
-    QVERIFY(view->LineProblem().isEmpty());
     QVERIFY(!view->IsWindowEnabled());
-    QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Disconnect Instrument"));
     // Nothing received before the loss is lost.
     QVERIFY(again.WriteMaster(" and after\r\n"));
     QTRY_COMPARE(view->toPlainText(), QStringLiteral("before\nhalf and after\n"));
@@ -441,7 +306,6 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBackUnlessSwitchedOf
     // Switched off, kept for the driver: the line stays closed when the device
     // comes back.
     QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
-    QVERIFY(!Frame()->QueryCommand(ID_RECONNECT).bChecked);
     QVERIFY(!Profile(QStringLiteral("Lab/ReconnectAutomatically")).toBool());
     QVERIFY(again.WriteMaster("second, no line end"));
     QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("no line end")));
@@ -451,26 +315,16 @@ void tst_InstrumentWindowTools::reconnectsWhenTheDeviceComesBackUnlessSwitchedOf
     QTRY_VERIFY(!view->m_comm.IsPortOpen());
     QCOMPARE(view->toPlainText(), QStringLiteral("before\nhalf and after\nsecond, no line end"));
     QVERIFY2(StatusText().contains(link), qPrintable(StatusText()));
-    QVERIFY(!view->LineProblem().isEmpty());
-    QCOMPARE(Frame()->MenuItem(3, ID_CONNECT_INSTRUMENT)->text(), QStringLiteral("&Connect Instrument"));
     QVERIFY(view->IsWindowEnabled());
+    QVERIFY(!view->IsWaitingForLine());
+    // Connected by hand when the device is back, the loss is no longer told.
     CPtyPair third;
     third.CloseSlave();
     QVERIFY(QFile::link(third.SlaveName(), link));
-    QTest::qWait(CDeviceWatch::LongestWaitMs() + 300);
-    QVERIFY(!view->IsWaitingForLine());
-    QVERIFY(!view->m_comm.IsPortOpen());
-    // Waiting ends when the user connects (or disconnects) by hand.
-    QVERIFY(Frame()->RouteCommand(ID_RECONNECT));
     QVERIFY(Frame()->RouteCommand(ID_CONNECT_INSTRUMENT));
     QVERIFY(view->m_comm.IsPortOpen());
-    QVERIFY(!view->IsWaitingForLine());
-    // The loss is no longer told.
     QCOMPARE(StatusText(), QStringLiteral("For Help, press F1"));
-    QCOMPARE(view->LineProblem(), QString());
     QCOMPARE(view->placeholderText(), QString());
-    QVERIFY(third.WriteMaster("back\r\n"));
-    QTRY_VERIFY(view->toPlainText().endsWith(QStringLiteral("back\n")));
 }
 
 QTEST_MAIN(tst_InstrumentWindowTools)

