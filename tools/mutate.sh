@@ -76,6 +76,7 @@ tools/cli/CCaptureCommand.cpp~            reconnector.Start(driver.m_Comm);<NL>~
 terminal/CCsiGuard.cpp~        if (byte == '[')<NL>            StartCsi();~        if (byte == '[' || byte == Csi8Bit)<NL>            StartCsi();~terminal: CSI guard opens a sequence at an 8-bit CSI inside an escape~tst_TerminalScreen
 comm/CLineSettingsText.cpp~    if (connector.size() <= ShortConnectorLength)~    if (connector.size() < ShortConnectorLength)~line pane: connector of the longest length shortened~tst_LineSettings
 instrument/ui/COrvalisView.cpp~    m_pScrollBarGap->setFixedHeight(panesHeight);<NL>~~window panes: the text's scroll bar runs under the command line~tst_InstrumentWindowTools
+app/CMainFrame.cpp~    m_panes[PaneMessage]->setMinimumWidth(m_panes[PaneMessage]->sizeHint().width());~    m_panes[PaneMessage]->setMinimumWidth(1);~status bar: the idle prompt cut on a narrow window~tst_InstrumentWindowTools
 LIST
 )
 

@@ -3,6 +3,7 @@
 // command line, as the user switches them from the menus.
 
 #include "CCommandLineEdit.h"
+#include "CElidedLabel.h"
 #include "CHexPane.h"
 #include "FrameworkIds.h"
 #include "InstrumentWindowFixture.h"
@@ -199,7 +200,7 @@ void tst_InstrumentWindowTools::commandLineSendsAndWalksHistory()
     TypeCommand(view, QStringLiteral("<ESC>T<HT>1"));
     QCOMPARE(Receive(5), QByteArray("\x1bT\t1\r"));
 
-    // Walking the history is tst_CCommandHistory's; here the keys reach it.
+    // Walking the history is tst_TextTools'; here the keys reach it.
     QTest::keyClick(line, Qt::Key_Up);
     QCOMPARE(line->text(), QStringLiteral("<ESC>T<HT>1"));
     QTest::keyClick(line, Qt::Key_Return);
@@ -249,6 +250,15 @@ void tst_InstrumentWindowTools::linePaneShowsTheLineAndFreeModemLines()
     QCOMPARE(pane->text(), line + QStringLiteral("connected"));
     QCOMPARE(pane->toolTip(), line + QStringLiteral("connected  DTR on  RTS on"));
     QVERIFY(Frame()->QueryCommand(ID_LINE_RTS).bChecked);
+    // A narrow window keeps the idle prompt whole; the line pane gives way
+    // from the left, keeping the state.
+    Frame()->resize(760, 500);
+    auto* prompt = Frame()->statusBar()->findChild<QLabel*>(QStringLiteral("Pane0"));
+    QTRY_VERIFY(pane->width() < pane->sizeHint().width());
+    QVERIFY(prompt->width() >= prompt->fontMetrics().horizontalAdvance(prompt->text()));
+    const QString shown = static_cast<CElidedLabel*>(pane)->ShownText();
+    QVERIFY2(shown.startsWith(QChar(0x2026)) && shown.endsWith(QStringLiteral("  connected")),
+             qPrintable(shown));
 
     QVERIFY(Frame()->RouteCommand(ID_LINE_RTS));
     QCOMPARE(pane->text(), line + QStringLiteral("connected  RTS off"));

@@ -1,5 +1,5 @@
 // The instrument window's text under received data: batching (line ends and
-// the code page are tst_DisplayText's), the limits on lines, characters and
+// the code page are tst_TextTools'), the limits on lines, characters and
 // line length, scrolling, undo, copy.
 
 #include "CTextAppender.h"
