@@ -1,15 +1,7 @@
-#include <QDeadlineTimer>
-#include <QFileInfo>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QTemporaryDir>
-#include <QTest>
+#include "TestIncludes.h"
 
-#include <csignal>
-#include <fcntl.h>
 #include <poll.h>
 #include <termios.h>
-#include <unistd.h>
 
 namespace {
 
@@ -97,10 +89,8 @@ private Q_SLOTS:
     void answersCommandsAndItsLinkGoesAtExit()
     {
         const QList<QPair<QByteArray, QString>> exchanges{
-            {"SI\r", ReadingLine.pattern()},
             {"si\r", ReadingLine.pattern()},  // lower case is understood
             {"P\r\n", ReadingLine.pattern()}, // the print key
-            {"T\r", QStringLiteral("^T A\\r\\n$")},
             {"XYZ\r", QStringLiteral("^ES\\r\\n$")},
             {QByteArray(200, 'S') + "\r", QStringLiteral("^ES\\r\\n$")}, // overlong: one error
         };
@@ -171,7 +161,6 @@ private Q_SLOTS:
     {
         const QList<QPair<QStringList, QString>> rows{
             {{"--interval", "-5"}, "Bad --interval \"-5\""},
-            {{"--weight", "heavy"}, "Bad --weight \"heavy\""},
             {{"--link", ORVALIS_SOURCE_DIR "/CMakeLists.txt"}, "is not a symbolic link"},
         };
         for (const auto& [arguments, message] : rows) {

@@ -36,7 +36,6 @@ public:
     void Kill();
     QString Error() const { return m_strError; }
     qint64 ProcessId() const { return m_process.processId(); }
-    QString Pipe() const { return m_strPipe; }
     // The office for CExcel: this pipe, headless, started like this one if
     // it is not running.
     CExcel::COffice Office() const;

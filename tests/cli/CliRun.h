@@ -2,12 +2,7 @@
 
 // Runs the built orvalis-cli as a user would and collects what it printed.
 
-#include <QElapsedTimer>
-#include <QProcess>
-#include <QString>
-#include <QStringList>
-
-#include <csignal>
+#include "TestIncludes.h"
 
 struct CliRun
 {

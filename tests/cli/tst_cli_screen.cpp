@@ -4,10 +4,8 @@
 
 #include "CTerminalFile.h"
 #include "CliRun.h"
+#include "TestIncludes.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QtEndian>
 
 namespace {
@@ -114,9 +112,6 @@ private Q_SLOTS:
              1,
              "Cannot open " + d + "/missing.drv: No such file or directory\n"},
             {{"screen", d + "/short.drv", d + "/bytes.bin"}, 1, d + "/short.drv: damaged at byte"},
-            {{"screen", d + "/term.drv", d + "/missing.bin"},
-             1,
-             "Cannot open " + d + "/missing.bin: No such file or directory\n"},
             {{"screen", d + "/term.drv"}, 2, "usage: orvalis-cli screen DRIVER.drv FILE\n"},
         };
         for (const auto& row : rows) {

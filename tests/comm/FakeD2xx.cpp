@@ -53,13 +53,11 @@ struct Device
     int dtr = 0;
     int rts = 0;
     int closes = 0;
-    int waiting = 0;
 };
 
 std::mutex g_mutex;
 std::condition_variable g_changed;
 Device g_devices[] = {{"FT1A2B3C"}, {"VD000017"}, {"XVD99"}};
-bool g_failCount = false;
 DWORD g_refusedBaud = 0;
 
 // Win32 block: DWORD length, DWORD baud, DWORD flag bits, WORD reserved,
@@ -138,8 +136,6 @@ FT_STATUS FT_ListDevices(void* arg1, void* arg2, DWORD flags)
 {
     std::lock_guard lock(g_mutex);
     if (flags == FT_LIST_NUMBER_ONLY) {
-        if (g_failCount)
-            return FT_IO_ERROR;
         *static_cast<DWORD*>(arg1) = 3;
         return FT_OK;
     }
@@ -295,7 +291,6 @@ BOOL FT_W32_WaitCommEvent(FT_HANDLE handle, DWORD* events, void*)
     if (device == nullptr)
         return 0;
     const DWORD mask = device->mask;
-    ++device->waiting;
     BOOL result = 1;
     for (;;) {
         if (device->unplugged) {
@@ -317,7 +312,6 @@ BOOL FT_W32_WaitCommEvent(FT_HANDLE handle, DWORD* events, void*)
             break;
         g_changed.wait_for(lock, std::chrono::milliseconds(5));
     }
-    --device->waiting;
     return result;
 }
 
@@ -372,12 +366,6 @@ void FakeD2xx_Unplug(const char* serial)
     });
 }
 
-void FakeD2xx_FailCount(int fail)
-{
-    std::lock_guard lock(g_mutex);
-    g_failCount = fail != 0;
-}
-
 void FakeD2xx_RefuseBaud(DWORD baud)
 {
     std::lock_guard lock(g_mutex);
@@ -390,7 +378,7 @@ void FakeD2xx_Dcb(const char* serial, unsigned char* out)
     OnSerial(serial, [&](Device& device) { std::memcpy(out, device.dcb, DcbSize); });
 }
 
-// "dtr", "rts", "closes", "open", "waiting"; -1 for an unknown name.
+// "dtr", "rts", "closes"; -1 for an unknown name.
 long FakeD2xx_Value(const char* serial, const char* what)
 {
     std::lock_guard lock(g_mutex);
@@ -402,8 +390,9 @@ long FakeD2xx_Value(const char* serial, const char* what)
         const char* name;
         long value;
     } values[] = {
-        {"dtr", device->dtr},   {"rts", device->rts},         {"closes", device->closes},
-        {"open", device->open}, {"waiting", device->waiting},
+        {"dtr", device->dtr},
+        {"rts", device->rts},
+        {"closes", device->closes},
     };
     for (const auto& entry : values) {
         if (std::strcmp(entry.name, what) == 0)
@@ -425,7 +414,6 @@ void FakeD2xx_Reset()
         device.closes = 0;
         DefaultDcb(device.dcb);
     }
-    g_failCount = false;
     g_refusedBaud = 0;
 }
 

@@ -5,19 +5,10 @@
 // after a fresh login.
 
 #include "PtyPair.h"
-
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QThread>
+#include "TestIncludes.h"
 
 #include <grp.h>
 #include <pwd.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
