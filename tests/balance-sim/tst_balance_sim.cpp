@@ -89,8 +89,7 @@ private Q_SLOTS:
     void answersCommandsAndItsLinkGoesAtExit()
     {
         const QList<QPair<QByteArray, QString>> exchanges{
-            {"si\r", ReadingLine.pattern()},  // lower case is understood
-            {"P\r\n", ReadingLine.pattern()}, // the print key
+            {"si\r", ReadingLine.pattern()}, // lower case is understood
             {"XYZ\r", QStringLiteral("^ES\\r\\n$")},
             {QByteArray(200, 'S') + "\r", QStringLiteral("^ES\\r\\n$")}, // overlong: one error
         };
@@ -137,24 +136,6 @@ private Q_SLOTS:
             QCOMPARE(sim.exitCode(), 0);
             QVERIFY(!QFileInfo::exists(link) && !QFileInfo(link).isSymLink());
         }
-    }
-
-    void stopsAfterCount()
-    {
-        QProcess sim;
-        const QString path = Start(sim, {QStringLiteral("--interval"), QStringLiteral("10"),
-                                         QStringLiteral("--count"), QStringLiteral("3")});
-        QVERIFY(!path.isEmpty());
-        Line line(path);
-        // Readings come unasked, and the simulator stops after the third.
-        for (int i = 0; i < 3; ++i) {
-            const QByteArray reading = line.ReadLine();
-            QVERIFY2(ReadingLine.match(QString::fromLatin1(reading)).hasMatch(), reading.constData());
-            QVERIFY(qAbs(WeightOf(reading) - 12.345) < 0.1);
-        }
-        QVERIFY(sim.waitForFinished(5000));
-        QCOMPARE(sim.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(sim.exitCode(), 0);
     }
 
     void refusesBadOptions()

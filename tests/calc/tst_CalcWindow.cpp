@@ -183,9 +183,6 @@ void tst_CalcWindow::unreachableOfficeLeavesTheJournalAlone()
     // The time stamp column, kept for the driver, from the next row on.
     QVERIFY(Frame()->RouteCommand(ID_TIME_STAMP_COLUMN));
     QVERIFY(Frame()->QueryCommand(ID_TIME_STAMP_COLUMN).bChecked);
-    QVERIFY(QSettings(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat)
-                .value(QStringLiteral("Balance/TimeStampColumn"))
-                .toBool());
     QVERIFY(m_pty->WriteMaster("5\r\n"));
     QTRY_COMPARE(Lines(journal).size(), 3);
     QVERIFY2(QRegularExpression(QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3},5$)"))

@@ -40,7 +40,6 @@ private Q_SLOTS:
     void captureEndsWhenTheLineGoesAway();
     void captureKeepsUpWithAFlood();
     void send();
-    void sendFileShowsProgress();
     void sendStopsOnALineThatTakesNothing();
 
 private:
@@ -369,25 +368,6 @@ void tst_capture::send()
         for (const QString& message : row.messages)
             QVERIFY2(cli.Error().contains(message), qPrintable(what));
     }
-}
-
-void tst_capture::sendFileShowsProgress()
-{
-    QByteArray content(5000, '\0');
-    for (int i = 0; i < content.size(); ++i)
-        content[i] = char(i % 251);
-    const QString path = Write(QStringLiteral("data.bin"), content);
-    CPtyPair pty;
-    QVERIFY(pty.IsOpen());
-    CCliProcess cli({QStringLiteral("send"), Driver(QStringLiteral("file.tbb"), false, false),
-                     QStringLiteral("--port"), pty.SlaveName(), QStringLiteral("--file"), path});
-    int exitCode = -1;
-    const QByteArray sent = Sent(cli, pty, exitCode);
-    QCOMPARE(exitCode, 0);
-    QCOMPARE(sent, content);
-    const QString progress = QStringLiteral("Sending file %1: ").arg(path);
-    QVERIFY2(cli.Error().contains(progress + QStringLiteral("40% 00:00:0")), qPrintable(cli.Error()));
-    QVERIFY2(cli.Error().contains(progress + QStringLiteral("100% 00:00:0")), qPrintable(cli.Error()));
 }
 
 // The instrument never reads: the pty's buffer fills and every byte waits

@@ -1,7 +1,6 @@
 #include "CDriverFile.h"
 #include "CliRun.h"
 #include "TestIncludes.h"
-#include "Version.h"
 
 namespace {
 
@@ -31,7 +30,6 @@ private Q_SLOTS:
     void setConnectorChangesOnlyTheConnector();
     void terminalDriverIsNoInstrumentDriver();
     void setNameRenamesDriverAndFileName();
-    void programAnswersWithoutADisplay();
 };
 
 void tst_cli::showPrintsEveryRecord()
@@ -128,7 +126,6 @@ void tst_cli::usageErrors()
         {{}, 2, "usage: orvalis-cli COMMAND"},
         {{"shwo"}, 2, "unknown command \"shwo\""},
         {{"help"}, 0, "  set-connector DRIVER CONNECTOR"},
-        {{"--version"}, 0, "orvalis-cli " ORVALIS_VERSION "\n"},
         // A refused change leaves the driver as it was.
         {{"set-connector", driver, "COM0"}, 2, "Bad connector \"COM0\""},
         {{"set-connector", driver}, 2, "usage: orvalis-cli set-connector DRIVER CONNECTOR"},
@@ -210,24 +207,6 @@ void tst_cli::setNameRenamesDriverAndFileName()
     QVERIFY2(shown.contains(QStringLiteral("\"Balance-sim\"")), qPrintable(shown));
     QVERIFY2(shown.contains(QStringLiteral("\"Balance-sim.tbb\"")), qPrintable(shown));
     QCOMPARE(RunCli({"set-name", driver, ""}).exitCode, 2);
-}
-
-void tst_cli::programAnswersWithoutADisplay()
-{
-#ifndef ORVALIS_PROGRAM
-    QSKIP("the desktop program is not built");
-#else
-    // No display at all: the answers come before the window system is asked.
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
-        environment.remove(QString::fromLatin1(name));
-    QProcess program;
-    program.setProcessEnvironment(environment);
-    program.start(QStringLiteral(ORVALIS_PROGRAM), {QStringLiteral("--version")});
-    QVERIFY(program.waitForFinished(10000));
-    QCOMPARE(program.exitCode(), 0);
-    QCOMPARE(program.readAllStandardOutput(), QByteArray("orvalis " ORVALIS_VERSION "\n"));
-#endif
 }
 
 QTEST_GUILESS_MAIN(tst_cli)

@@ -2,8 +2,8 @@
 // back-end: the 31 functions the program binds, three converters
 // ("FT1A2B3C", "VD000017", "XVD99") each backed by a pseudo-terminal whose
 // other end the test holds, and FakeD2xx_* functions with which a test
-// raises modem and error events, pulls a converter out and looks at what the
-// program asked for. Built once complete and once without FT_EraseEE.
+// pulls a converter out and looks at what the program asked for. Built once complete and once without
+// FT_EraseEE.
 #include <fcntl.h>
 #include <pty.h>
 #include <sys/ioctl.h>
@@ -45,7 +45,6 @@ struct Device
     bool open = false;
     bool unplugged = false;
     DWORD mask = 0;
-    DWORD pendingEvents = 0;
     int countAtReport = 0;
     unsigned reads = 0;
     unsigned readsAtReport = 0;
@@ -166,7 +165,6 @@ FT_HANDLE FT_W32_CreateFile(const char* name, DWORD, DWORD, void*, DWORD, DWORD 
     device->open = true;
     device->unplugged = false;
     device->mask = 0;
-    device->pendingEvents = 0;
     device->countAtReport = 0;
     device->reads = device->readsAtReport = 0;
     device->dtr = 0;
@@ -306,8 +304,6 @@ BOOL FT_W32_WaitCommEvent(FT_HANDLE handle, DWORD* events, void*)
             device->readsAtReport = device->reads;
             *events |= EV_RXCHAR;
         }
-        *events |= device->pendingEvents & mask;
-        device->pendingEvents &= ~mask;
         if (*events != 0)
             break;
         g_changed.wait_for(lock, std::chrono::milliseconds(5));
@@ -348,14 +344,6 @@ int FakeD2xx_PeerFd(const char* serial)
     std::lock_guard lock(g_mutex);
     Device* device = Find(serial);
     return device != nullptr && device->open ? device->master : -1;
-}
-
-void FakeD2xx_RaiseEvents(const char* serial, DWORD events)
-{
-    OnSerial(serial, [&](Device& device) {
-        device.pendingEvents |= events;
-        g_changed.notify_all();
-    });
 }
 
 void FakeD2xx_Unplug(const char* serial)

@@ -11,7 +11,6 @@
 // channel opens, so both see the same converters.
 extern "C" {
 int FakeD2xx_PeerFd(const char* serial);
-void FakeD2xx_RaiseEvents(const char* serial, std::uint32_t events);
 void FakeD2xx_Unplug(const char* serial);
 void FakeD2xx_RefuseBaud(std::uint32_t baud);
 void FakeD2xx_Dcb(const char* serial, unsigned char* out);
@@ -121,7 +120,6 @@ private Q_SLOTS:
     void listsConvertersFromTheLibrary();
     void opensAConverterBySerialNumber();
     void freeModemLinesAreTheUsers();
-    void reportsLineEventsInFixedOrder();
     void pulledOutConverterIsReportedOnceThenClosed();
     void refusedSettingsLeaveTheConverterOpenWithoutReader();
     void withoutTheLibraryTheKernelTtyIsUsed();
@@ -230,42 +228,6 @@ void tst_UsbConverter::freeModemLinesAreTheUsers()
     QCOMPARE(FakeD2xx_Value(serial, "dtr"), 1L);
     channel.SetPortOpen(false);
     QVERIFY(!channel.SetModemLine(CComm::LineRts, true));
-}
-
-void tst_UsbConverter::reportsLineEventsInFixedOrder()
-{
-    const char* serial = "FT1A2B3C";
-    RecordingOwner owner;
-    owner.autoAcknowledge = false;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(serial)));
-
-    FakeD2xx_RaiseEvents(serial, 0x10);
-    QVERIFY(owner.WaitForCount(1));
-    QCOMPARE(owner.notifications.at(0).commEvent, CComm::EventDsr);
-
-    // Everything at once while the owner has not acknowledged yet.
-    QVERIFY(SendTo(FakeD2xx_PeerFd(serial), "d"));
-    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == 1; }));
-    FakeD2xx_RaiseEvents(serial, 0x80 | 0x10 | 0x08);
-    const QList<qint64> lParams = {CCommEvent::DataReceived, CCommEvent::CtsChanged, CCommEvent::DsrChanged,
-                                   CCommEvent::LineError};
-    const QList<quint16> events = {CComm::EventData, CComm::EventCts, CComm::EventDsr, CComm::EventLineError};
-    for (int i = 0; i < lParams.size(); ++i) {
-        QTest::qWait(50);
-        QCOMPARE(owner.notifications.size(), i + 1);
-        channel.Acknowledge();
-        QVERIFY(owner.WaitForCount(i + 2));
-        QCOMPARE(owner.notifications.at(i + 1).lParam, lParams.at(i));
-        QCOMPARE(owner.notifications.at(i + 1).commEvent, events.at(i));
-        QVERIFY(owner.notifications.at(i + 1).fromOpenLine);
-    }
-    QCOMPARE(channel.GetInput(), QByteArray("d"));
-    channel.Acknowledge();
-    QTest::qWait(50);
-    QCOMPARE(owner.notifications.size(), 5);
-    QVERIFY(channel.IsPortOpen());
 }
 
 void tst_UsbConverter::pulledOutConverterIsReportedOnceThenClosed()
@@ -379,11 +341,6 @@ void tst_UsbConverter::kernelListsConvertersAndSerialDevices()
     qputenv("ORVALIS_D2XX_LIBRARY", "/nonexistent/libftd2xx.so");
 
     QCOMPARE(CConnectorList::UsbConverters(), (QByteArrayList{"VD000017", "XVD99", "VD000099"}));
-    const QList<CConnectorList::UsbTty> ttys = CConnectorList::KernelUsbTtys(sysfs.Root());
-    QCOMPARE(ttys.size(), 5);
-    QCOMPARE(ttys.first().devicePath, QByteArray("/dev/ttyACM0"));
-    QCOMPARE(ttys.at(1).devicePath, QByteArray("/dev/ttyUSB0"));
-    QCOMPARE(ttys.at(1).serialNumber, QByteArray("FT1A2B3C"));
     QCOMPARE(CConnectorList::FindKernelDevice("VD000099"), QByteArray("/dev/ttyUSB10"));
     QCOMPARE(CConnectorList::FindKernelDevice("VD"), QByteArray());
 
