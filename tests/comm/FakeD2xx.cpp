@@ -2,8 +2,8 @@
 // back-end: the 31 functions the program binds, three converters
 // ("FT1A2B3C", "VD000017", "XVD99") each backed by a pseudo-terminal whose
 // other end the test holds, and FakeD2xx_* functions with which a test
-// pulls a converter out and looks at what the program asked for. Built once complete and once without
-// FT_EraseEE.
+// pulls a converter out and looks at what the program asked for. Built once
+// complete and once without FT_EraseEE.
 #include <fcntl.h>
 #include <pty.h>
 #include <sys/ioctl.h>
@@ -279,7 +279,7 @@ BOOL FT_W32_SetCommMask(FT_HANDLE handle, DWORD mask)
     });
 }
 
-// Blocks until an event of the mask, new received bytes, a mask change or
+// Blocks until new received bytes (if the mask asks for them), a mask change or
 // the converter being pulled out.
 BOOL FT_W32_WaitCommEvent(FT_HANDLE handle, DWORD* events, void*)
 {
