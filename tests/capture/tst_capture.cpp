@@ -1,30 +1,6 @@
 #include "CDriverFile.h"
 #include "CliRun.h"
 #include "PtyPair.h"
-#include "TestIncludes.h"
-
-#include <QtEndian>
-
-namespace {
-
-QByteArray Framed(const QByteArrayList& blocks)
-{
-    QByteArray bytes("ORVALIS-CAPTURE 1\n");
-    for (const QByteArray& block : blocks) {
-        char length[4];
-        qToLittleEndian(quint32(block.size()), length);
-        bytes += QByteArray(length, 4) + block;
-    }
-    return bytes;
-}
-
-QByteArray FileBytes(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
-} // namespace
 
 class tst_capture : public QObject
 {
@@ -60,10 +36,9 @@ void tst_capture::initTestCase()
 
 QString tst_capture::Write(const QString& name, const QByteArray& bytes)
 {
-    QFile file(m_dir.filePath(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        qFatal("cannot write %s", qPrintable(file.fileName()));
-    return file.fileName();
+    if (!WriteFile(m_dir.filePath(name), bytes))
+        qFatal("cannot write %s", qPrintable(name));
+    return m_dir.filePath(name);
 }
 
 // A balance: strings end at LF; "~" takes them all, trims and puts a TAB

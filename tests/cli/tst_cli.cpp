@@ -1,18 +1,11 @@
 #include "CDriverFile.h"
 #include "CliRun.h"
-#include "TestIncludes.h"
 
 namespace {
 
 QString Example(const QString& name)
 {
     return QStringLiteral(ORVALIS_SOURCE_DIR "/res/examples/") + name;
-}
-
-QByteArray FileBytes(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace
@@ -89,10 +82,7 @@ void tst_cli::showRefusesBadFiles()
 {
     QTemporaryDir dir;
     // The driver block (22 bytes) and half of the communication block.
-    QFile truncated(dir.filePath("lab.tbb"));
-    QVERIFY(truncated.open(QIODevice::WriteOnly));
-    truncated.write(FileBytes(Example("Balance.tbb")).left(22 + 6));
-    truncated.close();
+    QVERIFY(WriteFile(dir.filePath("lab.tbb"), FileBytes(Example("Balance.tbb")).left(22 + 6)));
     const struct
     {
         QString name;

@@ -4,17 +4,8 @@
 
 #include "CTerminalFile.h"
 #include "CliRun.h"
-#include "TestIncludes.h"
-
-#include <QtEndian>
 
 namespace {
-
-bool WriteFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
 
 QString Lines(QStringList first, int rows)
 {
@@ -73,12 +64,7 @@ private Q_SLOTS:
         CTerminalFile driver;
         driver.m_Terminal.m_nEmulation = 1;
         QVERIFY(driver.Store(dir.filePath("tty.drv")).IsOk());
-        QByteArray capture = "ORVALIS-CAPTURE 1\n";
-        for (const QByteArray& block : {QByteArray("first\r"), QByteArray("second")}) {
-            char length[4];
-            qToLittleEndian(quint32(block.size()), length);
-            capture += QByteArray(length, 4) + block;
-        }
+        const QByteArray capture = Framed({"first\r", "second"});
         QVERIFY(WriteFile(dir.filePath("line.cap"), capture));
         const CliRun run = RunCli({"screen", dir.filePath("tty.drv"), dir.filePath("line.cap")});
         QCOMPARE(run.exitCode, 0);
@@ -97,9 +83,7 @@ private Q_SLOTS:
         QTemporaryDir dir;
         CTerminalFile driver;
         QVERIFY(driver.Store(dir.filePath("term.drv")).IsOk());
-        QFile full(dir.filePath("term.drv"));
-        QVERIFY(full.open(QIODevice::ReadOnly));
-        QVERIFY(WriteFile(dir.filePath("short.drv"), full.readAll().left(30)));
+        QVERIFY(WriteFile(dir.filePath("short.drv"), FileBytes(dir.filePath("term.drv")).left(30)));
         QVERIFY(WriteFile(dir.filePath("bytes.bin"), "text"));
         const QString d = dir.path();
         const struct

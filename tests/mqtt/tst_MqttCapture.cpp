@@ -8,7 +8,6 @@
 #include "MqttTestBroker.h"
 #include "MqttTestSubscriber.h"
 #include "PtyPair.h"
-#include "TestIncludes.h"
 
 namespace {
 
@@ -160,13 +159,9 @@ private Q_SLOTS:
             {{"--mqtt", "mqtt://x", "--password-file", "/nonexistent/p"}, "--password-file /nonexistent/p:"},
         };
         for (const auto& [options, message] : rows) {
-            QProcess cli;
-            cli.start(QStringLiteral(ORVALIS_CLI),
-                      QStringList{QStringLiteral("capture"), Driver()} + options);
-            QVERIFY(cli.waitForFinished(10000));
-            const QString err = QString::fromUtf8(cli.readAllStandardError());
-            QCOMPARE(cli.exitCode(), 2);
-            QVERIFY2(err.contains(message), qPrintable(err));
+            const CliRun run = RunCli(QStringList{QStringLiteral("capture"), Driver()} + options);
+            QCOMPARE(run.exitCode, 2);
+            QVERIFY2(run.err.contains(message), qPrintable(run.err));
         }
     }
 };
