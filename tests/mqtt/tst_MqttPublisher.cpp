@@ -185,22 +185,6 @@ private Q_SLOTS:
         QTest::qWait(300);
         QCOMPARE(publisher.Waiting(), 1);
     }
-
-    // Nobody listens: retried, the reason naming the port.
-    void unreachableBrokerIsRetriedWithTheReason()
-    {
-        MqttTestBroker broker;
-        CMqttPublisher publisher;
-        QSignalSpy states(&publisher, &CMqttPublisher::StateChanged);
-        publisher.Start(Options(broker));
-        QTRY_VERIFY_WITH_TIMEOUT(states.size() >= 2, 5000);
-        const QString reason = states.last().at(1).toString();
-        QVERIFY2(reason.contains(QString::number(broker.Port())), qPrintable(reason));
-        QElapsedTimer clock;
-        clock.start();
-        publisher.Stop();
-        QVERIFY(clock.elapsed() < 2000);
-    }
 };
 
 QTEST_MAIN(tst_MqttPublisher)
