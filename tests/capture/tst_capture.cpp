@@ -182,7 +182,7 @@ void tst_capture::captureShowsRecordsAndEndsOnCtrlC()
     QCOMPARE(FileBytes(replayed), FileBytes(csv));
 }
 
-// Each line shown with the local time it arrived at.
+// Each line shown with the time it arrived at.
 void tst_capture::captureAnswersFromThePlaybackFileWithTimeStamps()
 {
     CPtyPair pty;
