@@ -1,15 +1,7 @@
-#include <QDeadlineTimer>
-#include <QFileInfo>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QTemporaryDir>
-#include <QTest>
+#include "TestIncludes.h"
 
-#include <csignal>
-#include <fcntl.h>
 #include <poll.h>
 #include <termios.h>
-#include <unistd.h>
 
 namespace {
 
@@ -97,10 +89,7 @@ private Q_SLOTS:
     void answersCommandsAndItsLinkGoesAtExit()
     {
         const QList<QPair<QByteArray, QString>> exchanges{
-            {"SI\r", ReadingLine.pattern()},
-            {"si\r", ReadingLine.pattern()},  // lower case is understood
-            {"P\r\n", ReadingLine.pattern()}, // the print key
-            {"T\r", QStringLiteral("^T A\\r\\n$")},
+            {"si\r", ReadingLine.pattern()}, // lower case is understood
             {"XYZ\r", QStringLiteral("^ES\\r\\n$")},
             {QByteArray(200, 'S') + "\r", QStringLiteral("^ES\\r\\n$")}, // overlong: one error
         };
@@ -149,29 +138,10 @@ private Q_SLOTS:
         }
     }
 
-    void stopsAfterCount()
-    {
-        QProcess sim;
-        const QString path = Start(sim, {QStringLiteral("--interval"), QStringLiteral("10"),
-                                         QStringLiteral("--count"), QStringLiteral("3")});
-        QVERIFY(!path.isEmpty());
-        Line line(path);
-        // Readings come unasked, and the simulator stops after the third.
-        for (int i = 0; i < 3; ++i) {
-            const QByteArray reading = line.ReadLine();
-            QVERIFY2(ReadingLine.match(QString::fromLatin1(reading)).hasMatch(), reading.constData());
-            QVERIFY(qAbs(WeightOf(reading) - 12.345) < 0.1);
-        }
-        QVERIFY(sim.waitForFinished(5000));
-        QCOMPARE(sim.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(sim.exitCode(), 0);
-    }
-
     void refusesBadOptions()
     {
         const QList<QPair<QStringList, QString>> rows{
             {{"--interval", "-5"}, "Bad --interval \"-5\""},
-            {{"--weight", "heavy"}, "Bad --weight \"heavy\""},
             {{"--link", ORVALIS_SOURCE_DIR "/CMakeLists.txt"}, "is not a symbolic link"},
         };
         for (const auto& [arguments, message] : rows) {

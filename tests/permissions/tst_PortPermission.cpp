@@ -4,54 +4,19 @@
 // group, with the group in the user database but not in the session, and
 // after a fresh login.
 
+#include "CliRun.h"
 #include "PtyPair.h"
-
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QThread>
 
 #include <grp.h>
 #include <pwd.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
-
-struct Result
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-Result Run(const QString& program, const QStringList& arguments, const QProcessEnvironment& environment = {})
-{
-    QProcess process;
-    if (!environment.isEmpty())
-        process.setProcessEnvironment(environment);
-    process.start(program, arguments);
-    Result result;
-    if (!process.waitForFinished(20000)) {
-        process.kill();
-        process.waitForFinished();
-        result.err = program + QStringLiteral(" did not finish");
-        return result;
-    }
-    result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    result.out = QString::fromLocal8Bit(process.readAllStandardOutput());
-    result.err = QString::fromLocal8Bit(process.readAllStandardError());
-    return result;
-}
 
 // useradd and friends refuse while another program holds the user database.
 bool RunAdmin(const QString& program, const QStringList& arguments)
 {
     for (int attempt = 0; attempt < 10; ++attempt) {
-        const Result result = Run(program, arguments);
+        const CliRun result = RunProgram(program, arguments);
         if (result.exitCode == 0)
             return true;
         qWarning("%s %s: %s", qPrintable(program), qPrintable(arguments.join(' ')), qPrintable(result.err));
@@ -110,7 +75,7 @@ private Q_SLOTS:
     void userOutsideTheGroupIsToldToJoinIt()
     {
         // A fresh login: the groups the user database gives the user.
-        const Result result = RunCliAs({QStringLiteral("--init-groups")});
+        const CliRun result = RunCliAs({QStringLiteral("--init-groups")});
         QCOMPARE(result.exitCode, 1);
         QCOMPARE(result.err, QStringLiteral("Permission denied on %1: your user is not in the group %2 "
                                             "(run: sudo adduser $USER %2, then log in again)\n")
@@ -121,7 +86,7 @@ private Q_SLOTS:
     {
         QVERIFY(RunAdmin(QStringLiteral("gpasswd"), {"-a", m_strUser, m_strGroup}));
         // A session that started before: no supplementary groups.
-        const Result result = RunCliAs({QStringLiteral("--clear-groups")});
+        const CliRun result = RunCliAs({QStringLiteral("--clear-groups")});
         QCOMPARE(result.exitCode, 1);
         QCOMPARE(result.err, QStringLiteral("Permission denied on %1: your user was added to the group %2 after this "
                                             "session started (log out and log in again)\n")
@@ -130,13 +95,13 @@ private Q_SLOTS:
 
     void userLoggedInAgainOpensTheLine()
     {
-        const Result result = RunCliAs({QStringLiteral("--init-groups")});
+        const CliRun result = RunCliAs({QStringLiteral("--init-groups")});
         QVERIFY2(result.exitCode == 0, qPrintable(result.err));
         QCOMPARE(m_pty.ReadMaster(3), QByteArray("Z\r\n"));
     }
 
 private:
-    Result RunCliAs(const QStringList& setprivGroups);
+    CliRun RunCliAs(const QStringList& setprivGroups);
 
     QString m_strUser;
     QString m_strGroup;
@@ -146,11 +111,11 @@ private:
     CPtyPair m_pty;
 };
 
-Result tst_PortPermission::RunCliAs(const QStringList& setprivGroups)
+CliRun tst_PortPermission::RunCliAs(const QStringList& setprivGroups)
 {
     const passwd* user = getpwnam(m_strUser.toLocal8Bit().constData());
     if (!user)
-        return Result{};
+        return CliRun{};
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), m_folder.path());
     environment.insert(QStringLiteral("ORVALIS_HOME"), m_folder.path());
@@ -160,7 +125,7 @@ Result tst_PortPermission::RunCliAs(const QStringList& setprivGroups)
                                   setprivGroups +
                                   QStringList{m_folder.filePath("orvalis-cli"), "send", m_folder.filePath("Balance.tbb"),
                                               "--port", m_pty.SlaveName(), "--text", "Z<CR><LF>"};
-    return Run(QStringLiteral("setpriv"), arguments, environment);
+    return RunProgram(QStringLiteral("setpriv"), arguments, environment);
 }
 
 QTEST_GUILESS_MAIN(tst_PortPermission)
