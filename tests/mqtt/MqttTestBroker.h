@@ -4,7 +4,17 @@
 // persistence folder, listening on a free port of 127.0.0.1 only; stopped
 // (and restartable on the same port) by the test. Every wait is bounded.
 
-#include "TestIncludes.h"
+// Also used by a benchmark, which has no test library: plain includes.
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <csignal>
+#include <unistd.h>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

@@ -72,6 +72,11 @@ public:
         std::lock_guard lock(m_mutex);
         return m_bSubscribed;
     }
+    qsizetype Count() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_messages.size();
+    }
     QList<Message> Messages() const
     {
         std::lock_guard lock(m_mutex);
