@@ -77,6 +77,9 @@ terminal/CCsiGuard.cpp~        if (byte == '[')<NL>            StartCsi();~     
 comm/CLineSettingsText.cpp~    if (connector.size() <= ShortConnectorLength)~    if (connector.size() < ShortConnectorLength)~line pane: connector of the longest length shortened~tst_LineSettings
 instrument/ui/COrvalisView.cpp~    m_pScrollBarGap->setFixedHeight(panesHeight);<NL>~~window panes: the text's scroll bar runs under the command line~tst_InstrumentWindowTools
 app/CMainFrame.cpp~    m_panes[PaneMessage]->setMinimumWidth(m_panes[PaneMessage]->sizeHint().width());~    m_panes[PaneMessage]->setMinimumWidth(1);~status bar: the idle prompt cut on a narrow window~tst_InstrumentWindowTools
+comm/CMqttPublisher.cpp~        m_nCursor = m_journal.Head();~        m_nCursor = qMax(m_nCursor, m_journal.Head());~mqtt: readings in flight not sent again after a reconnect~tst_MqttPublisher
+comm/CMqttJournal.cpp~    while (m_nCount > m_nMaxMessages) {~    while (m_nCount > m_nMaxMessages + 1) {~mqtt: journal one message over its limit~tst_MqttJournal tst_MqttPublisher
+comm/CMqttJournal.cpp~    m_nEnd = offset;<NL>~<NL>~mqtt: journal end kept after cutting off a damaged message~tst_MqttJournal tst_MqttPublisher
 LIST
 )
 

@@ -123,6 +123,10 @@ public:
         return false;
     }
 
+    // SIGSTOP: the broker still takes connections and bytes into its socket
+    // buffers, but answers nothing.
+    void Freeze() { ::kill(pid_t(m_process.processId()), SIGSTOP); }
+
     // SIGTERM: the broker writes its persistence file and ends. SIGKILL
     // (kill): it ends at once, and only what that file had comes back.
     void Stop(bool kill = false)
