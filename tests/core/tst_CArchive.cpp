@@ -185,23 +185,6 @@ private Q_SLOTS:
             QVERIFY2(result.error == row.reason && result.offset == row.offset, qPrintable(result.error));
         }
     }
-
-    void closedArchiveRefusesEveryPrimitive()
-    {
-        QByteArray bytes(64, '\0');
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::ReadWrite);
-        for (CArchive::Mode mode : {CArchive::store, CArchive::load}) {
-            CArchive ar(&buffer, mode);
-            // The first error is kept.
-            ar.Abort(CArchiveException("first", 12));
-            ar.Abort(CArchiveException("second", 40));
-            QVERIFY(ar.IsClosed() && ar.ErrorReason() == "first" && ar.ErrorOffset() == 12);
-            QVERIFY_THROWS_EXCEPTION(CArchiveException, ar.WriteString("a"));
-            QVERIFY_THROWS_EXCEPTION(CArchiveException, ar.ReadStringArray());
-        }
-        QCOMPARE(buffer.pos(), 0);
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_CArchive)

@@ -1,6 +1,7 @@
 // What the command sender puts on the line: macros with their serial-number
-// records and playback files, file transfers on a pty, the queue, progress;
-// the channel's close that leaves the last bytes to the line.
+// records and playback files (their lines are tst_ReceivePipeline's), file
+// transfers on a pty, the queue, progress; the channel's close that leaves
+// the last bytes to the line.
 
 #include "CByteOutput.h"
 #include "CComm.h"
@@ -173,23 +174,6 @@ private Q_SLOTS:
         }
         // A negative number goes out as its two's complement.
         QCOMPARE(CSerialNumberRecord::BuildRecord("0", -1), QByteArray("S30900000000FFFFFFFFFA"));
-    }
-
-    void consumesExactlyTheLinesItUsed()
-    {
-        CPlaybackFile playback;
-        QVERIFY(playback.Open(WriteFile(QStringLiteral("p.txt"), "A\r\nD7\nB\n\nC\rD\nlast")));
-        QList<quint32> sleeps;
-        const auto sleep = [&](quint32 ms) { sleeps.append(ms); };
-        QCOMPARE(playback.NextLine(sleep), QByteArray("A"));
-        QCOMPARE(playback.NextLine(sleep), QByteArray("B"));
-        QCOMPARE(sleeps, QList<quint32>{7});
-        QCOMPARE(playback.NextLine(sleep), QByteArray());
-        // Only a CR right before the LF is dropped.
-        QCOMPARE(playback.NextLine(sleep), QByteArray("C\rD"));
-        QCOMPARE(playback.NextLine(sleep), QByteArray("last"));
-        QCOMPARE(playback.NextLine(sleep), QByteArray());
-        QVERIFY(playback.IsOpen());
     }
 
     void initTestCase()

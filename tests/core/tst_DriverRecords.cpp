@@ -89,23 +89,6 @@ private Q_SLOTS:
         QCOMPARE(Stored(read), bytes);
     }
 
-    void functionKeysKeepEveryEntry()
-    {
-        CFunctionKeysParameter keys;
-        keys.m_bShowKeys = 1;
-        for (int i = 0; i < 16; ++i) {
-            keys.m_Names.append("F" + QByteArray::number(i + 1));
-            keys.m_Commands.append(i == 2 ? QByteArray("PRINT\r") : QByteArray::number(i));
-        }
-        const QByteArray bytes = Stored(keys);
-        QVERIFY(bytes.contains(Bytes("06 'PRINT' 0D")));
-
-        CFunctionKeysParameter read;
-        QVERIFY(!Loaded(bytes, read).closed);
-        QCOMPARE(read.m_Commands, keys.m_Commands);
-        QCOMPARE(Stored(read), bytes);
-    }
-
     void driverBlockBytes()
     {
         const struct
@@ -123,12 +106,6 @@ private Q_SLOTS:
             driver.SetFileName(row.name + ".tbb");
             driver.SetExcel(row.excel);
             QCOMPARE(Stored(driver), row.bytes);
-
-            CDriverParameter read;
-            QVERIFY(!Loaded(row.bytes, read).closed);
-            QCOMPARE(read.GetName(), row.name);
-            QCOMPARE(read.GetFileName(), row.name + ".tbb");
-            QCOMPARE(read.GetExcel(), row.excel);
         }
     }
 

@@ -88,12 +88,6 @@ private Q_SLOTS:
     {
         CCommParameter line;
         QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("9600 8N1 Rts/Cts"));
-        line.m_nDataBits = 7;
-        line.m_nStopBits = 2;
-        // A damaged record still says what it holds.
-        line.m_cParity = 'Q';
-        line.m_nFlowControl = 9;
-        QCOMPARE(CLineSettingsText::Summary(line), QStringLiteral("9600 7?2 ?"));
     }
 
     // The longest connector is kept whole; one longer keeps its start and its name.
@@ -138,12 +132,6 @@ private Q_SLOTS:
             const CConnectorName again = CConnectorName::Parse(name.ToString());
             QVERIFY2(again.GetKind() == row.kind && again.ToString() == row.written, row.text);
         }
-    }
-
-    void fromComNumber()
-    {
-        QCOMPARE(CConnectorName::FromComNumber(3).ToString(), QByteArray("COM3"));
-        QVERIFY(!CConnectorName::FromComNumber(0).CanOpen());
     }
 
     void defaultRecordGivesTheGoldenBlock()
@@ -216,9 +204,6 @@ private Q_SLOTS:
             // Not in the group that owns the node: its own group, not always dialout.
             {DeniedNode("dialout", false, false), denied + ": your user is not in the group dialout (run: "
                                                            "sudo adduser $USER dialout, then log in again)"},
-            {DeniedNode("uucp", false, false),
-             denied +
-                 ": your user is not in the group uucp (run: sudo adduser $USER uucp, then log in again)"},
             // Added to the group, the session older than that.
             {DeniedNode("dialout", true, false), denied +
                                                      ": your user was added to the group dialout after this "
@@ -249,11 +234,6 @@ private Q_SLOTS:
 
         write("LCK..ttyUSB0", QByteArray::number(self).rightJustified(10, ' ') + '\n');
         QCOMPARE(CDeviceAccess::LockFilePid(folder.path(), "/dev/ttyUSB0"), self);
-
-        // Old binary lock files, and devices below /dev/pts.
-        const std::int32_t binary = std::int32_t(self);
-        write("LCK..pts_7", QByteArray(reinterpret_cast<const char*>(&binary), sizeof binary));
-        QCOMPARE(CDeviceAccess::LockFilePid(folder.path(), "/dev/pts/7"), self);
 
         // A lock left behind by a program that has ended holds nothing. The
         // number is above the largest process number Linux can give, so no

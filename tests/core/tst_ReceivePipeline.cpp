@@ -149,8 +149,9 @@ private Q_SLOTS:
             QByteArrayList blocks, sent;
             QList<quint32> sleeps;
         } rows[] = {
-            // A delay line waits, then the next line goes; at the end a bare CR.
-            {"D500\nABC\n", false, false, {"x\n", "y\n"}, {"ABC\r", "\r"}, {500}},
+            // A delay line waits, then the next line goes (the CR before an LF
+            // is no part of a line); at the end a bare CR.
+            {"D500\r\nABC\r\n", false, false, {"x\n", "y\n"}, {"ABC\r", "\r"}, {500}},
             // CR LF from the instrument with CR/LF receiving sends two lines, a bare CR none without.
             {"L1\nL2\nL3\n", true, false, {"x\r\n"}, {"L1\r", "L2\r"}, {}},
             // CR/LF transmitting appends a line feed.

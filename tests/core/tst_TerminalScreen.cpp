@@ -1,15 +1,13 @@
 // The terminal screen model on byte streams: the VT52, TTY and None
-// interpreters, the ANSI/VT100 glue around libvterm (answers, colours,
-// alternate screen), the clear sequence of every emulation, the bounded
-// scroll-back, the keys of each emulation and the receive path with its
-// CR -> CR/LF expansion.
+// interpreters, the ANSI/VT100 glue around libvterm (answers, alternate
+// screen), the clear sequence of every emulation, the bounded scroll-back and
+// the keys of each emulation (the receive path's CR -> CR/LF expansion is
+// tst_TerminalWindow's).
 
 #include "CByteOutput.h"
 #include "CCsiGuard.h"
 #include "CTerminalDisplaySettings.h"
-#include "CTerminalReceiver.h"
 #include "CTerminalScreen.h"
-#include "PipelineFakes.h"
 #include "TestIncludes.h"
 
 namespace {
@@ -139,15 +137,13 @@ private Q_SLOTS:
             {Vt100, Esc("[?1h"), Qt::Key_Left, 0, Esc("OD")},
             {Vt100, QByteArray(), Qt::Key_F9, 0, Esc("OP")},
             {Ansi, QByteArray(), Qt::Key_F9, 0, Esc("[20~")},
-            {Ansi, QByteArray(), Qt::Key_Backtab, Qt::ShiftModifier, Esc("[Z")},
             // The keypad: typed in numeric mode, sequences in application mode.
             {Vt100, Esc("="), Qt::Key_5, Qt::KeypadModifier, Esc("Ou")},
             {Vt52, QByteArray(), Qt::Key_5, Qt::KeypadModifier, QByteArray()},
             {Vt52, Esc("="), Qt::Key_5, Qt::KeypadModifier, Esc("?u")},
             {Vt52, Esc("=") + Esc(">"), Qt::Key_0, Qt::KeypadModifier, QByteArray()},
-            // VT52 cursor key and PF2; keys without a sequence send nothing.
+            // VT52 cursor key; keys without a sequence send nothing.
             {Vt52, QByteArray(), Qt::Key_Down, 0, Esc("B")},
-            {Vt52, QByteArray(), Qt::Key_F10, 0, Esc("Q")},
             {Tty, QByteArray(), Qt::Key_Up, 0, QByteArray()},
         };
         for (const auto& row : rows) {
@@ -165,20 +161,6 @@ private Q_SLOTS:
         }
     }
 
-    void colorsAndAttributes()
-    {
-        CTerminalScreen screen;
-        screen.ApplySettings(Settings(E::EmulationAnsi));
-        QSignalSpy bells(&screen, &CTerminalScreen::bell);
-        screen.Write(Esc("[31;1mR") + Esc("[0;7mV") + Esc("[0m") + "n\a");
-        const CTerminalCell red = screen.Cell(0, 0);
-        QVERIFY(red.attrs & CTerminalCell::Bold && red.fg & CTerminalCell::ColorSet);
-        QVERIFY(((red.fg >> 16) & 0xFF) > ((red.fg >> 8) & 0xFF)); // more red than green
-        QCOMPARE(screen.Cell(0, 1).attrs, quint8(CTerminalCell::Reverse));
-        QCOMPARE(screen.Cell(0, 2), (CTerminalCell{U'n', 0, 0, 0}));
-        QCOMPARE(bells.size(), 1);
-    }
-
     void settingsOutOfRangeAreBroughtIntoRange()
     {
         CTerminalScreen screen;
@@ -186,10 +168,6 @@ private Q_SLOTS:
         QCOMPARE(screen.GetEmulation(), int(E::EmulationAnsi));
         QCOMPARE(screen.Rows(), CTerminalScreen::MinRows);
         QCOMPARE(screen.Columns(), CTerminalScreen::MaxColumns);
-        screen.ApplySettings(Settings(65535, 61, 39));
-        QCOMPARE(screen.GetEmulation(), int(E::EmulationAnsi));
-        QCOMPARE(screen.Rows(), CTerminalScreen::MaxRows);
-        QCOMPARE(screen.Columns(), CTerminalScreen::MinColumns);
     }
 
     void scrollbackIsBounded()
@@ -256,32 +234,6 @@ private Q_SLOTS:
                 all += guard.Filter(bytes, out);
             }
             QVERIFY2(all == row.kept, all.toPercentEncoding());
-        }
-    }
-
-    void receivePathExpandsCarriageReturns()
-    {
-        const struct
-        {
-            bool receiveCRLF;
-            quint16 event;
-            QByteArray shown;
-            QStringList rows;
-        } rows[] = {
-            {true, CByteSource::EventReceive, "A\r\nB", {"A", "B"}},
-            {false, CByteSource::EventReceive, "A\rB", {"B"}},
-            {true, 3, QByteArray(), {}}, // not a data event: nothing
-        };
-        for (const auto& row : rows) {
-            CBlockSource source;
-            source.m_nEvent = row.event;
-            source.m_blocks = {"A\rB"};
-            const QByteArray input = CTerminalReceiver::OnReceivedData(source, row.receiveCRLF);
-            QCOMPARE(input, row.shown);
-            CTerminalScreen screen;
-            screen.ApplySettings(Settings(E::EmulationTty));
-            screen.Write(input);
-            QCOMPARE(screen.ScreenText(), Rows(row.rows));
         }
     }
 };
