@@ -21,9 +21,7 @@ class tst_CalcLink : public QObject
 private Q_SLOTS:
     void initTestCase();
     void cellsAndBlocksArriveWithNumbersAsNumbers();
-    void twoLinksShareOneOfficeEachWithItsOwnDocument();
     void cellsBeyondTheSheetAreRefusedAndAClosedDocumentIsGone();
-    void officeThatNeverAnswersIsGivenUpInTime();
     void startsAnOfficeWhenNoneListens();
 
 private:
@@ -63,19 +61,6 @@ void tst_CalcLink::cellsAndBlocksArriveWithNumbersAsNumbers()
     QCOMPARE(m_office.Cell(document, 3, 2), QVariant(-0.03));
 }
 
-void tst_CalcLink::twoLinksShareOneOfficeEachWithItsOwnDocument()
-{
-    const int before = m_office.SpreadsheetCount();
-    CExcel first(m_office.Office());
-    CExcel second(m_office.Office());
-    QVERIFY2(Open(first), qPrintable(first.ErrorString()));
-    QVERIFY2(Open(second), qPrintable(second.ErrorString()));
-    QCOMPARE(first.PutCell(1, 1, "first window"), CSpreadsheetLink::Written);
-    QCOMPARE(second.PutCell(1, 1, "second window"), CSpreadsheetLink::Written);
-    QCOMPARE(m_office.SpreadsheetCount(), before + 2);
-    QVERIFY(m_office.DocumentWith("first window") >= 0 && m_office.DocumentWith("second window") >= 0);
-}
-
 void tst_CalcLink::cellsBeyondTheSheetAreRefusedAndAClosedDocumentIsGone()
 {
     CExcel excel(m_office.Office());
@@ -89,20 +74,6 @@ void tst_CalcLink::cellsBeyondTheSheetAreRefusedAndAClosedDocumentIsGone()
     QCOMPARE(excel.PutCell(2, 1, "after"), CSpreadsheetLink::Gone);
     QCOMPARE(excel.ErrorString(), QStringLiteral("the document was closed"));
     QCOMPARE(excel.PutBlock(3, 1, {{"a", "b"}}), CSpreadsheetLink::Gone);
-}
-
-void tst_CalcLink::officeThatNeverAnswersIsGivenUpInTime()
-{
-    CTestOffice none;
-    CExcel::COffice office = none.Office();
-    office.strProgram = QStringLiteral("/bin/true");
-    office.nStartSeconds = 2;
-    CExcel excel(office);
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(!excel.Connect());
-    QCOMPARE(excel.ErrorString(), QStringLiteral("LibreOffice did not answer within 2 s"));
-    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
 }
 
 // Last: the shared office is killed and its (ready) profile started again by the link.

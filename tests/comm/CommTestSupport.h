@@ -55,7 +55,6 @@ inline void FillTowardsMaster(const CPtyPair& pty)
 struct Notification
 {
     const CComm* channel;
-    qint64 wParam;
     qint64 lParam;
     quint16 commEvent; // GetCommEvent() while handling it
     bool fromOpenLine; // IsFrom() while handling it
@@ -80,8 +79,7 @@ public:
         if (channel == nullptr)
             return true;
         const bool fromOpenLine = channel->IsFrom(*message);
-        notifications.append(
-            {channel, message->wParam(), message->lParam(), channel->GetCommEvent(), fromOpenLine});
+        notifications.append({channel, message->lParam(), channel->GetCommEvent(), fromOpenLine});
         if (!fromOpenLine || !autoAcknowledge)
             return true;
         if ((message->lParam() & CCommEvent::DataReceived) && readData)

@@ -2,8 +2,7 @@
 // back-end: the 31 functions the program binds, three converters
 // ("FT1A2B3C", "VD000017", "XVD99") each backed by a pseudo-terminal whose
 // other end the test holds, and FakeD2xx_* functions with which a test
-// pulls a converter out and looks at what the program asked for. Built once
-// complete and once without FT_EraseEE.
+// pulls a converter out and looks at what the program asked for.
 #include <fcntl.h>
 #include <pty.h>
 #include <sys/ioctl.h>
@@ -324,9 +323,7 @@ FAKE_D2XX_BOUND_ONLY(FT_Open)
 FAKE_D2XX_BOUND_ONLY(FT_OpenEx)
 FAKE_D2XX_BOUND_ONLY(FT_EE_Read)
 FAKE_D2XX_BOUND_ONLY(FT_EE_Program)
-#ifndef FAKE_D2XX_WITHOUT_ERASE_EE
 FAKE_D2XX_BOUND_ONLY(FT_EraseEE)
-#endif
 FAKE_D2XX_BOUND_ONLY(FT_ReadEE)
 FAKE_D2XX_BOUND_ONLY(FT_WriteEE)
 FAKE_D2XX_BOUND_ONLY(FT_Read)

@@ -86,14 +86,12 @@ private Q_SLOTS:
         for (int n = 0; n < Count; ++n)
             sink.AppendBytes(Line(n));
         QTRY_COMPARE_WITH_TIMEOUT(subscriber.Payloads(Readings).size(), Count, 10000);
-        QTRY_COMPARE_WITH_TIMEOUT(publisher.Waiting(), 0, 5000);
 
         QCOMPARE(subscriber.Texts(Readings), Expected(0, Count));
         QCOMPARE(subscriber.Last(Status), QByteArray("online"));
 
         publisher.Stop();
         QTRY_COMPARE_WITH_TIMEOUT(subscriber.Last(Status), QByteArray("offline"), 5000);
-        QVERIFY(publisher.CurrentState() == CMqttPublisher::State::Off);
         // Status messages are retained: a dashboard that comes later sees them.
         MqttTestSubscriber late(broker.Port(), Status, "orvalis-test-late");
         QTRY_COMPARE_WITH_TIMEOUT(late.Last(Status), QByteArray("offline"), 5000);
@@ -189,8 +187,6 @@ private Q_SLOTS:
         QVERIFY(publisher.CurrentState() == CMqttPublisher::State::Retrying);
         const QString reason = states.last().at(1).toString();
         QVERIFY2(reason.contains(QStringLiteral("TLS"), Qt::CaseInsensitive), qPrintable(reason));
-        QTest::qWait(300);
-        QCOMPARE(publisher.Waiting(), 1);
     }
 };
 
