@@ -80,6 +80,7 @@ app/CMainFrame.cpp~    m_panes[PaneMessage]->setMinimumWidth(m_panes[PaneMessage
 comm/CMqttPublisher.cpp~        m_nCursor = m_journal.Head();~        m_nCursor = qMax(m_nCursor, m_journal.Head());~mqtt: readings in flight not sent again after a reconnect~tst_MqttPublisher
 comm/CMqttJournal.cpp~    while (m_nCount > m_nMaxMessages) {~    while (m_nCount > m_nMaxMessages + 1) {~mqtt: journal one message over its limit~tst_MqttJournal tst_MqttPublisher
 comm/CMqttJournal.cpp~    m_nEnd = offset;<NL>~<NL>~mqtt: journal end kept after cutting off a damaged message~tst_MqttJournal tst_MqttPublisher
+instrument/uno/CExcel.cpp~                deadline.setRemainingTime(qint64(m_office.nStartSeconds) * 1000);~                deadline.setRemainingTime(qint64(m_office.nStartSeconds) * 10000);~calc: an office that never answers waited for ten times too long~tst_CalcLink
 LIST
 )
 

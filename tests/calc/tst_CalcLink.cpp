@@ -22,6 +22,7 @@ private Q_SLOTS:
     void initTestCase();
     void cellsAndBlocksArriveWithNumbersAsNumbers();
     void cellsBeyondTheSheetAreRefusedAndAClosedDocumentIsGone();
+    void officeThatNeverAnswersIsGivenUpInTime();
     void startsAnOfficeWhenNoneListens();
 
 private:
@@ -77,6 +78,21 @@ void tst_CalcLink::cellsBeyondTheSheetAreRefusedAndAClosedDocumentIsGone()
 }
 
 // Last: the shared office is killed and its (ready) profile started again by the link.
+// An office that starts but never listens must not hang the window.
+void tst_CalcLink::officeThatNeverAnswersIsGivenUpInTime()
+{
+    CTestOffice none;
+    CExcel::COffice office = none.Office();
+    office.strProgram = QStringLiteral("/bin/true");
+    office.nStartSeconds = 2;
+    CExcel excel(office);
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(!excel.Connect());
+    QCOMPARE(excel.ErrorString(), QStringLiteral("LibreOffice did not answer within 2 s"));
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+}
+
 void tst_CalcLink::startsAnOfficeWhenNoneListens()
 {
     m_office.Kill();
