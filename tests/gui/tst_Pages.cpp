@@ -48,13 +48,10 @@ private Q_SLOTS:
     {
         CCommPage page;
         page.SetParameters(CCommParameter());
-        // An empty name is contained in every entry: the first one is chosen.
-        QCOMPARE(page.m_pConnector->currentText(), QStringLiteral("None"));
         CCommParameter stored;
         stored.m_nConnector = 4;
         page.GetParameters(stored);
-        QCOMPARE(stored.m_nConnector, -1);  // the name is always written
-        QCOMPARE(stored.m_nFlowControl, 2); // the default
+        QCOMPARE(stored.m_nConnector, -1); // the name is always written
 
         const struct
         {
@@ -287,27 +284,6 @@ private Q_SLOTS:
             // A refused value stores nothing new.
             QCOMPARE(stored.m_nColumns, row.message.isEmpty() ? row.columns.toInt() : 80);
         }
-    }
-
-    void terminalPageEmulationAndOtherFields()
-    {
-        CScriptedDialogs dialogs;
-        CTerminalPage page;
-        CTerminalParameter record;
-        record.m_nEmulation = 4;
-        record.m_bShowControlChars = 1;
-        page.LoadFrom(record);
-        // The listed emulations are tst_TerminalWindow's; a typed one is none of them.
-        QCOMPARE(page.m_pEmulation->currentText(), QStringLiteral("VT100"));
-        page.m_pLocalEcho->click();
-        page.m_pEmulation->setEditText(QStringLiteral("VT220"));
-        QVERIFY(page.OnKillActive());
-        page.SaveTo(record);
-        QCOMPARE(record.m_nEmulation, -1);
-        QCOMPARE(record.m_bLocalEcho, 1);
-        QCOMPARE(record.m_bShowControlChars, 1); // another page's field
-        page.LoadFrom(record);
-        QCOMPARE(page.m_pEmulation->currentIndex(), -1);
     }
 
     void sheetRefusesToLeaveBadPage()

@@ -73,25 +73,6 @@ private Q_SLOTS:
         QCOMPARE(subscriber.Payloads(Prefix + "/readings").size(), 400);
     }
 
-    void paneShowsRetryingThenConnected()
-    {
-        MqttTestBroker broker;
-        if (!broker.Missing().isEmpty())
-            QSKIP(qPrintable(broker.Missing()));
-        COrvalisView* view = Start(broker.Url());
-        QVERIFY(view);
-        QTRY_COMPARE_WITH_TIMEOUT(Pane(), QStringLiteral("MQTT: retrying"), 5000);
-        QTRY_VERIFY(PaneWidget()->toolTip().contains(QStringLiteral("127.0.0.1:%1").arg(broker.Port())));
-        QVERIFY(m_pty->WriteMaster("kept while away\r\n"));
-        QTRY_COMPARE(view->Publishing().Publisher().Waiting(), 1);
-
-        QVERIFY(broker.Start());
-        MqttTestSubscriber subscriber(broker.Port(), Prefix + "/readings", "orvalis-test-later");
-        QTRY_COMPARE_WITH_TIMEOUT(Pane(), QStringLiteral("MQTT: connected"), 10000);
-        QTRY_COMPARE_WITH_TIMEOUT(Texts(subscriber.Payloads(Prefix + "/readings")),
-                                  QStringList{"kept while away"}, 5000);
-    }
-
     void withoutBrokerPaneSaysOffFullQueueTold()
     {
         MqttTestBroker away; // never started: the readings wait
@@ -138,7 +119,6 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(Pane(), QStringLiteral("MQTT: connected"), 5000);
         const QSettings profile(Home(QStringLiteral("Orvalis.ini")), QSettings::IniFormat);
         QCOMPARE(profile.value(QStringLiteral("Lab/MqttBroker")).toString(), broker.Url());
-        QCOMPARE(profile.value(QStringLiteral("Lab/MqttTopic")).toString(), QString::fromUtf8(Prefix));
         QCOMPARE(profile.value(QStringLiteral("Lab/MqttPassword")).toString(), QStringLiteral("s3cret"));
         // The driver file itself is not touched by these settings.
         QVERIFY(!ReadFile(Home(QStringLiteral("lab.tbb"))).contains("mqtt"));

